@@ -1,0 +1,28 @@
+# How our own targets are compiled. Nothing of this reaches a consumer.
+include(CheckCXXCompilerFlag)
+check_cxx_compiler_flag(-fmacro-prefix-map=a=b TAVREL_HAS_MACRO_PREFIX_MAP)
+
+add_library(tavrel_compile_options INTERFACE)
+target_compile_features(tavrel_compile_options INTERFACE cxx_std_17)
+target_compile_definitions(tavrel_compile_options INTERFACE
+    QT_NO_KEYWORDS QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING QT_STRICT_ITERATORS)
+
+if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
+    target_compile_options(tavrel_compile_options INTERFACE -Wall -Wextra -Wpedantic)
+    target_compile_options(tavrel_compile_options INTERFACE
+        $<$<COMPILE_LANGUAGE:CXX>:-Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align>)
+    if(TAVREL_WARNINGS_AS_ERRORS)
+        target_compile_options(tavrel_compile_options INTERFACE -Werror)
+    endif()
+elseif(MSVC)
+    target_compile_options(tavrel_compile_options INTERFACE /W4 /utf-8 $<$<BOOL:${TAVREL_WARNINGS_AS_ERRORS}>:/WX>)
+endif()
+if(TAVREL_HAS_MACRO_PREFIX_MAP)
+    # Error locations and log contexts name files the same way on every machine.
+    target_compile_options(tavrel_compile_options INTERFACE -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+endif()
+if(TAVREL_SANITIZE)
+    target_compile_options(tavrel_compile_options INTERFACE
+        -fsanitize=${TAVREL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -O1)
+    target_link_options(tavrel_compile_options INTERFACE -fsanitize=${TAVREL_SANITIZE})
+endif()

@@ -1,0 +1,57 @@
+# The shared library itself, and what a consumer finds after `cmake --install`.
+include(CMakePackageConfigHelpers)
+include(GenerateExportHeader)
+
+set(TAVREL_PLATFORM_INCLUDEDIR "${CMAKE_INSTALL_INCLUDEDIR}/tavrel/platform")
+
+set_target_properties(tavrel PROPERTIES
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR}
+    EXPORT_NAME Tavrel
+    LINKER_LANGUAGE CXX
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON)
+target_compile_features(tavrel PUBLIC cxx_std_17)
+target_link_libraries(tavrel
+    PUBLIC Qt5::Core CURL::libcurl
+    PRIVATE $<BUILD_INTERFACE:tavrel_compile_options>)
+if(NOT TAVREL_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang" AND NOT APPLE AND NOT WIN32)
+    target_link_options(tavrel PRIVATE -Wl,--no-undefined)
+endif()
+target_include_directories(tavrel PUBLIC
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/platform>
+    $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/exports>
+    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
+    $<INSTALL_INTERFACE:${TAVREL_PLATFORM_INCLUDEDIR}>)
+
+generate_export_header(tavrel BASE_NAME tavrel
+    EXPORT_FILE_NAME "${PROJECT_BINARY_DIR}/exports/tavrel/tavrel_export.h")
+generate_export_header(tavrel BASE_NAME foundation
+    EXPORT_FILE_NAME "${PROJECT_BINARY_DIR}/exports/foundation/foundation_export.h")
+
+install(TARGETS tavrel EXPORT TavrelTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+
+get_property(public_headers TARGET tavrel PROPERTY TAVREL_PUBLIC_HEADERS)
+list(TRANSFORM public_headers PREPEND "${PROJECT_SOURCE_DIR}/include/tavrel/")
+install(FILES ${public_headers} "${PROJECT_BINARY_DIR}/exports/tavrel/tavrel_export.h"
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tavrel)
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/platform/foundation" "${PROJECT_BINARY_DIR}/exports/foundation"
+    DESTINATION ${TAVREL_PLATFORM_INCLUDEDIR}
+    FILES_MATCHING PATTERN "*.h")
+
+set(config_dir "${CMAKE_INSTALL_LIBDIR}/cmake/Tavrel")
+configure_package_config_file(cmake/TavrelConfig.cmake.in "${PROJECT_BINARY_DIR}/TavrelConfig.cmake"
+    INSTALL_DESTINATION "${config_dir}")
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/TavrelConfigVersion.cmake" COMPATIBILITY SameMajorVersion)
+install(FILES "${PROJECT_BINARY_DIR}/TavrelConfig.cmake" "${PROJECT_BINARY_DIR}/TavrelConfigVersion.cmake"
+    DESTINATION "${config_dir}")
+install(EXPORT TavrelTargets NAMESPACE Tavrel:: DESTINATION "${config_dir}")
+
+# Relative, so that an installed tree can be moved.
+file(RELATIVE_PATH TAVREL_PC_PREFIX "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
+configure_file(cmake/tavrel.pc.in "${PROJECT_BINARY_DIR}/tavrel.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/tavrel.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")

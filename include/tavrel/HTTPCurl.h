@@ -1,0 +1,167 @@
+#pragma once
+
+#include <tavrel/tavrel_export.h>
+
+#include <foundation/Errorable.h>
+#include <foundation/Threadable.h>
+
+#include <QByteArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QString>
+
+#include <curl/curl.h>
+
+class HttpQueryParameters;
+class QIODevice;
+
+/**
+ * HTTP and HTTPS client: one blocking request at a time, as a GET or as a multipart form post.
+ *
+ * A request returns true on success. Otherwise error() holds the reason: a value of Error, a CURLcode named "curlCode"
+ * or a CURLFORMcode named "codeRet". A status of 600 and more fails without an error; HTTPResponseCode() tells.
+ * Results stay until the next request starts. Each request has a connection of its own; cookies persist in the file
+ * cookieFilePath(). Redirections are followed. Server certificates are not verified.
+ *
+ * Cancellation: tie the object to a Thread with Thread::addThreadableChild(); after requestInterruption() on that
+ * thread, a request returns within 0.3 s with libcurl's CURLE_ABORTED_BY_CALLBACK.
+ *
+ * Threads: an object is used by one thread at a time and emits its signals there. The cookie file is shared by the
+ * whole process without a lock; the last request that ends writes it.
+ */
+class TAVREL_EXPORT HTTPCurl : public Threadable, public Errorable
+{
+    Q_OBJECT
+
+public:
+    /// The numbers are part of the interface.
+    enum Error {
+        EMPTY_URL = 0, ///< a request was started with an empty URL
+        CURL_INIT_PROBLEM = 1, ///< libcurl gave no handle
+        GET_CANT_WRITE_DEVICE = 2, ///< the device or file of a GET could not be opened
+        NOT_FOUND_4XX = 3, ///< the server answered with a status of 400 to 499
+        SERVER_ERROR_5XX = 4, ///< the server answered with a status of 500 to 599
+        DOWNLOAD_LIMIT_REACHED = 5, ///< the announced size exceeds the limit
+    };
+
+    /// Stands between the text part and the binary part of a binary response.
+    static const QByteArray SEPARATOR_BINARY;
+    /// The form field that asks the server for a binary response.
+    static const QString HTTPCURL_KEY_BOOL_RESULT_AS_BINARY;
+    /// The folder of the cookie file; the current one at first. See setCookiepath().
+    static QString COOKIEPATH;
+
+    explicit HTTPCurl(QObject* parent = nullptr);
+
+    /// Fetches url into data, which is emptied first and holds what arrived when the request fails.
+    bool getData(const QString& url, QByteArray& data);
+    /// Fetches url into a file, which is created or truncated and keeps what arrived when the request fails.
+    /// FileDownloader puts a file in place only when it is complete.
+    bool getFile(const QString& url, const QString& path);
+    /// Fetches url into a device that is not open yet; it is opened write-only and closed again. A QSaveFile is left
+    /// open, for its owner to commit or cancel.
+    bool getDataRaw(const QString& url, QIODevice& device);
+    /// Fetches url and drops the body. The second argument is not used.
+    bool testURLResponse(const QString& url, QString* = nullptr);
+
+    /// Posts parameters as form fields, as they are: a multipart form needs no percent-encoding. Keys end at their
+    /// first NUL, values may hold any.
+    bool postHttp(const QString& url, const HttpQueryParameters& parameters);
+    /// Posts json in the form field "data_json".
+    bool postForm(const QString& url, const QJsonObject& json);
+    /// Posts json and, when fileData is not empty, a file in the field "sendfile". Its name is the member
+    /// "#file_name#" of json, else "uploadedFile". With binary, the reply is split into response() and
+    /// binaryResponse().
+    bool postForm(const QString& url, const QJsonObject& json, const QByteArray& fileData, bool binary);
+    /// Posts a form made with curl_formadd, and frees it on every path.
+    bool postFormRaw(curl_httppost* form, const QString& url);
+    /// Adds the fields of postForm() to a form, except the file. The first argument is not used.
+    bool fillFormStruct(const QString&, curl_httppost*& first, curl_httppost*& last, const QString& json);
+    /// Splits response() at the first SEPARATOR_BINARY; without one, changes nothing.
+    void formatBinaryResponse();
+
+    /// The body of the last post, without its binary part.
+    const QByteArray& response() const { return mResponse; }
+    const QByteArray& binaryResponse() const { return mBinaryResponse; }
+    /// The HTTP status of the last request; 0 when no answer came.
+    long HTTPResponseCode() const { return mResponseCode; }
+    /// True while the last form post asked for a binary response.
+    bool isBinaryMode() const { return mBinaryMode; }
+    /// What the last form post was given, before it was processed.
+    QJsonDocument lastJsonSent() const { return mLastJsonSent; }
+    /// True when the last request ended at another URL. The comparison knows letter case and one trailing slash;
+    /// libcurl's own tidying ("http://host?q" becomes "http://host/?q") counts as a redirection.
+    bool wasRedirected() const { return mWasRedirected; }
+    /// That URL; empty without a redirection.
+    QString redirectedURL() const { return mRedirectedUrl; }
+    /// Empties the responses, the status and the error.
+    void clear();
+
+    /// Bounds a whole request, in seconds; 0 and less means no bound.
+    void setTimeOut(int seconds) { mTimeOut = seconds; }
+    /// Refuses bodies that are announced larger, in bytes; 0 and less means no limit. A body that is not announced
+    /// is never cut short.
+    void setLimitDownload(qint64 bytes) { mLimitDownload = bytes; }
+    /// Replaces the default user agent, that of a desktop browser; empty brings it back.
+    void setUserAgent(const QString& agent) { mUserAgent = agent; }
+    /// Is appended to the user agent, after a blank.
+    void setUserAgentExtension(const QString& extension) { mUserAgentExtension = extension; }
+
+    /// Sets the folder of the cookie file and creates it. Process-wide; call it before clients run.
+    static void setCookiepath(const QString& dir);
+    static QString cookieFilePath();
+    /// Removes the cookie file; false when there was none to remove.
+    static bool clearLocalSessionCookie();
+
+    /// True for a text that starts with "http://" or "https://", in any letter case.
+    static bool isDistantUrl(const QString& url);
+    /// The URL without one trailing slash; texts of fewer than 7 characters stay as they are.
+    static QString cleanUrl(const QString& url);
+    /// False, with EMPTY_URL, for an empty URL. Nothing else is checked here.
+    bool checkUrl(const QString& url);
+    /// Compares where a finished transfer ended with the URL that was asked for.
+    void checkRedirection(CURL* handle, const QString& requestedUrl);
+
+Q_SIGNALS:
+    /// Percent of the download, 0 to 100; emitted very often, and only while its size is known.
+    void progress(double percent);
+    /// Percent of the upload, 0 to 100; emitted very often.
+    void progressUpload(double percent);
+
+protected:
+    /// Changes outgoing form data in place and returns it. base64 tells that the result must be text (the JSON
+    /// field), not any bytes (the file). This version changes nothing.
+    virtual QByteArray& preProcess(QByteArray& data, bool base64);
+    /// Changes the body of a successful post in place; false, with an error raised, makes the post fail. This
+    /// version changes nothing.
+    virtual bool postProcess(QByteArray& response);
+
+    bool curlInit(CURL*& handle, const QString& url);
+    void setCurlGETAndPOSTCommonConfig(CURL* handle, curl_slist* headerList);
+    void handleCurlErrorCode(CURLcode code);
+    void raiseErrorDownloadLimit(qint64 limit);
+
+    static size_t writeResponse(char* ptr, size_t size, size_t count, void* client);
+    static size_t write_data(char* ptr, size_t size, size_t count, void* device);
+    static size_t my_dummy_write(char* ptr, size_t size, size_t count, void* unused);
+    static int progressCallback(void* client, double dltotal, double dlnow, double ultotal, double ulnow);
+
+private:
+    CURLcode performRequest(CURL* handle, const QString& url);
+    void buildUserAgentHeader();
+    bool addFilePart(curl_httppost*& first, curl_httppost*& last, const QString& fileName, const QByteArray& bytes);
+    bool checkFormAdded(CURLFORMcode code, int line);
+
+    bool mBinaryMode = false;
+    QByteArray mResponse;
+    QByteArray mBinaryResponse;
+    long mResponseCode = 0;
+    int mTimeOut = -1;
+    bool mWasRedirected = false;
+    QString mRedirectedUrl;
+    QJsonDocument mLastJsonSent;
+    QString mUserAgentHeader;
+    QString mUserAgent;
+    QString mUserAgentExtension;
+    qint64 mLimitDownload = -1;
+};

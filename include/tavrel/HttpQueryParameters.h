@@ -1,0 +1,52 @@
+#pragma once
+
+#include <tavrel/HttpQuerySingleParameter.h>
+#include <tavrel/tavrel_export.h>
+
+#include <QList>
+#include <QString>
+
+/**
+ * Ordered key/value parameters of a request, at most one per key; keys are compared without regard to case.
+ *
+ * HTTPCurl::postHttp() sends them as form fields; toString() and toJson() render them as text. A value type, copied
+ * cheaply. Nothing here fails.
+ */
+class TAVREL_EXPORT HttpQueryParameters
+{
+public:
+    /// Stands between two parameters of a query string: "&".
+    static const QString SEPARATOR;
+
+    /// Appends a parameter. One with the same key is removed first; an empty key is ignored.
+    void addParam(const QString& key, const QString& value, bool encoded = false);
+    void addParam(const HttpQuerySingleParameter& param);
+    /// The same as addParam(key, value, true).
+    void addParamEncoded(const QString& key, const QString& value);
+
+    /// Adds every parameter of other, in its order.
+    HttpQueryParameters& operator+=(const HttpQueryParameters& other);
+
+    /// The parameter at position i; an empty one when there is no such position.
+    HttpQuerySingleParameter at(int i) const;
+    int count() const;
+    /// The position of key, or -1.
+    int indexOf(const QString& key) const;
+    bool contains(const QString& key) const;
+
+    /// "key=value&key=value", without a question mark. Keys are never encoded, values where they ask for it.
+    QString toString() const;
+
+    /// {"key":"value","key":"value"}. Nothing is escaped, and a "%2" in a key is replaced by the value: use
+    /// QJsonObject for text that is not under your control.
+    QString toJson() const;
+
+    /// Sorts by key without regard to case.
+    void sort(Qt::SortOrder order);
+
+    static bool keyLessThan(const HttpQuerySingleParameter& a, const HttpQuerySingleParameter& b);
+    static bool keyGreaterThan(const HttpQuerySingleParameter& a, const HttpQuerySingleParameter& b);
+
+private:
+    QList<HttpQuerySingleParameter> mParameters;
+};

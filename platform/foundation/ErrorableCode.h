@@ -1,0 +1,58 @@
+#pragma once
+
+#include <foundation/TypeUtils.h>
+#include <foundation/foundation_export.h>
+
+#include <QMetaType>
+#include <QString>
+#include <QStringList>
+
+/**
+ * The reason of a failure: a value of some enum type, with the name of that value and the place that raised it.
+ *
+ * A default-constructed code means "no error". Two codes are equal when type name and value are; name, texts and
+ * location do not count, so a caller compares with ErrorableCode::of():
+ *
+ *     if (client.error() == ErrorableCode::of(HTTPCurl::NOT_FOUND_4XX)) ...
+ *
+ * A value type; one object is used by one thread at a time.
+ */
+class FOUNDATION_EXPORT ErrorableCode
+{
+public:
+    ErrorableCode() = default;
+    ErrorableCode(QString typeName, int value, QStringList texts = {}, QString location = {}, QString name = {});
+
+    /// The comparison key of an enum value: type and value only.
+    template <class E>
+    static ErrorableCode of(E value)
+    {
+        return ErrorableCode(TypeUtils::name<E>(), static_cast<int>(value));
+    }
+
+    /// True for a default-constructed code.
+    bool isNull() const { return mTypeName.isEmpty(); }
+
+    /// The enum type, for example "HTTPCurl::Error" or "CURLcode".
+    const QString& typeName() const { return mTypeName; }
+    int value() const { return mValue; }
+    const QStringList& texts() const { return mTexts; }
+    /// "file:line" of the raising place; empty when it is not known.
+    const QString& location() const { return mLocation; }
+    /// The symbolic name, for example "EMPTY_URL".
+    const QString& name() const { return mName; }
+
+private:
+    QString mTypeName;
+    int mValue = 0;
+    QStringList mTexts;
+    QString mLocation;
+    QString mName;
+};
+
+FOUNDATION_EXPORT bool operator==(const ErrorableCode& a, const ErrorableCode& b);
+FOUNDATION_EXPORT bool operator!=(const ErrorableCode& a, const ErrorableCode& b);
+/// Orders by type name, then by value.
+FOUNDATION_EXPORT bool operator<(const ErrorableCode& a, const ErrorableCode& b);
+
+Q_DECLARE_METATYPE(ErrorableCode)

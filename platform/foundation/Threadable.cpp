@@ -1,0 +1,19 @@
+#include "Threadable.h"
+
+#include "Thread.h"
+
+Threadable::Threadable(QObject* parent)
+    : QObject(parent)
+{
+}
+
+void Threadable::setThreadForInterrupt(Thread* thread)
+{
+    // The flag outlives the thread, so neither side has to tell the other that it goes.
+    mInterruption = thread ? thread->interruptionFlag() : nullptr;
+}
+
+bool Threadable::isInterruptionRequested() const
+{
+    return mInterruption && mInterruption->load();
+}

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <foundation/foundation_export.h>
+
+#include <QObject>
+
+#include <atomic>
+#include <memory>
+
+class Thread;
+
+/**
+ * Base of the objects whose work can be stopped by asking a Thread for interruption.
+ *
+ * setThreadForInterrupt() is called before the work begins. isInterruptionRequested() may be asked at any moment
+ * and costs one atomic read; the Thread may be gone by then.
+ */
+class FOUNDATION_EXPORT Threadable : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit Threadable(QObject* parent = nullptr);
+
+    /// Ties this object to the interruption of thread; null unties it.
+    virtual void setThreadForInterrupt(Thread* thread);
+
+    bool isInterruptionRequested() const;
+
+private:
+    std::shared_ptr<const std::atomic<bool>> mInterruption;
+};

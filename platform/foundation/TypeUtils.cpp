@@ -1,0 +1,30 @@
+#include "TypeUtils.h"
+
+#if defined(__GNUG__)
+#include <cstdlib>
+#include <cxxabi.h>
+#include <memory>
+#endif
+
+namespace {
+
+QString demangled(const char* runtimeName)
+{
+#if defined(__GNUG__)
+    int status = 0;
+    const std::unique_ptr<char, decltype(&std::free)> text(
+        abi::__cxa_demangle(runtimeName, nullptr, nullptr, &status), &std::free);
+    if (status == 0 && text) {
+        return QString::fromUtf8(text.get());
+    }
+#endif
+    return QString::fromUtf8(runtimeName);
+}
+
+} // namespace
+
+QString TypeUtils::name(const char* runtimeName)
+{
+    // Some compilers write the kind of an enum type in front of its name.
+    return demangled(runtimeName).remove(QStringLiteral("enum "));
+}

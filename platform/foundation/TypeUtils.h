@@ -1,0 +1,21 @@
+#pragma once
+
+#include <foundation/foundation_export.h>
+
+#include <QString>
+
+#include <typeinfo>
+
+/// Names of types, the same text whichever compiler built the program.
+class FOUNDATION_EXPORT TypeUtils
+{
+public:
+    /// The readable form of a std::type_info::name(), for example "HTTPCurl::Error".
+    static QString name(const char* runtimeName);
+
+    template <class T>
+    static QString name()
+    {
+        return name(typeid(T).name());
+    }
+};

@@ -1,0 +1,307 @@
+// The progress callback in percent needs libcurl's older form of it.
+#define CURL_DISABLE_DEPRECATION
+
+#include <tavrel/HTTPCurl.h>
+
+#include <init/raiseError.h>
+#include <init/warnIfNotInitialized.h>
+#include <transfer/EasyHandle.h>
+#include <transfer/TransferLoop.h>
+
+#include <foundation/FileUtils.h>
+
+#include <QBuffer>
+#include <QDir>
+#include <QFile>
+#include <QSaveFile>
+
+#include <limits>
+#include <new>
+
+namespace {
+
+constexpr int ABORT_TRANSFER = 42;
+constexpr int SHORTEST_CLEANED_URL = 7;
+
+const char* const DEFAULT_USER_AGENT = "Mozilla/5.0 (Windows NT 10.0; Win64; x64) AppleWebKit/537.36 "
+                                       "(KHTML, like Gecko) Chrome/58.0.3029.110 Safari/537.36";
+
+bool isBetween(long value, long lowest, long highest)
+{
+    return value >= lowest && value <= highest;
+}
+
+/// Closes a device; false when bytes that it still held could not be written, as on a full disk.
+bool closeDevice(QIODevice& device)
+{
+    if (auto* saveFile = qobject_cast<QSaveFile*>(&device)) {
+        // Qt ends the process when such a file is closed by anything but its commit.
+        return saveFile->flush();
+    }
+    device.close();
+    const auto* file = qobject_cast<QFileDevice*>(&device);
+    return !file || file->error() == QFileDevice::NoError;
+}
+
+} // namespace
+
+const QByteArray HTTPCurl::SEPARATOR_BINARY = "##SEPARATOR##";
+const QString HTTPCurl::HTTPCURL_KEY_BOOL_RESULT_AS_BINARY = QStringLiteral("part_result_as_binary");
+QString HTTPCurl::COOKIEPATH = QStringLiteral(".");
+
+HTTPCurl::HTTPCurl(QObject* parent)
+    : Threadable(parent)
+{
+    warnIfNotInitialized(__FILE__, "HTTPCurl", __LINE__);
+}
+
+bool HTTPCurl::getData(const QString& url, QByteArray& data)
+{
+    data.clear();
+    QBuffer buffer(&data);
+    return getDataRaw(url, buffer);
+}
+
+bool HTTPCurl::getFile(const QString& url, const QString& path)
+{
+    QFile file(path);
+    return getDataRaw(url, file);
+}
+
+bool HTTPCurl::testURLResponse(const QString& url, QString* /*unused*/)
+{
+    QBuffer scratch;
+    return getDataRaw(url, scratch);
+}
+
+bool HTTPCurl::getDataRaw(const QString& url, QIODevice& device)
+{
+    CURL* handle = nullptr;
+    if (!curlInit(handle, url)) {
+        return false;
+    }
+    const EasyHandle owner(handle);
+    if (!device.open(QIODevice::WriteOnly)) {
+        raiseError(*this, GET_CANT_WRITE_DEVICE, "GET_CANT_WRITE_DEVICE", { __FILE__, __LINE__ });
+        return false;
+    }
+    curl_easy_setopt(handle, CURLOPT_URL, url.toUtf8().constData());
+    curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, write_data);
+    curl_easy_setopt(handle, CURLOPT_WRITEDATA, &device);
+    curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 1L);
+    setCurlGETAndPOSTCommonConfig(handle, nullptr);
+
+    CURLcode code = performRequest(handle, url);
+    if (!closeDevice(device) && code == CURLE_OK) {
+        code = CURLE_WRITE_ERROR;
+    }
+    if (code != CURLE_OK && error() != ErrorableCode::of(DOWNLOAD_LIMIT_REACHED)) {
+        handleCurlErrorCode(code);
+    }
+    return code == CURLE_OK;
+}
+
+bool HTTPCurl::curlInit(CURL*& handle, const QString& url)
+{
+    if (!checkUrl(url)) {
+        return false;
+    }
+    clear();
+    handle = curl_easy_init();
+    if (!handle) {
+        raiseError(*this, CURL_INIT_PROBLEM, "CURL_INIT_PROBLEM", { __FILE__, __LINE__ });
+        return false;
+    }
+    return true;
+}
+
+void HTTPCurl::clear()
+{
+    mResponse.clear();
+    mBinaryResponse.clear();
+    mResponseCode = 0;
+    clearError();
+}
+
+void HTTPCurl::setCurlGETAndPOSTCommonConfig(CURL* handle, curl_slist* headerList)
+{
+    Q_EMIT progress(0.0);
+    curl_easy_setopt(handle, CURLOPT_FAILONERROR, 1L);
+    curl_easy_setopt(handle, CURLOPT_NOPROGRESS, 0L);
+    curl_easy_setopt(handle, CURLOPT_PROGRESSDATA, this);
+    curl_easy_setopt(handle, CURLOPT_PROGRESSFUNCTION, progressCallback);
+    const QByteArray cookieFile = cookieFilePath().toUtf8();
+    curl_easy_setopt(handle, CURLOPT_COOKIEJAR, cookieFile.constData());
+    curl_easy_setopt(handle, CURLOPT_COOKIEFILE, cookieFile.constData());
+    if (mTimeOut > 0) {
+        curl_easy_setopt(handle, CURLOPT_TIMEOUT, static_cast<long>(mTimeOut));
+    }
+    curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 1L);
+    curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
+    // Deliberate: applications talk to servers whose certificates nobody has signed.
+    curl_easy_setopt(handle, CURLOPT_SSL_VERIFYPEER, 0L);
+
+    buildUserAgentHeader();
+    // Deliberate: the list grows from a copy of the caller's pointer and is never released. The caller keeps the
+    // ownership of what it passed, and a request costs some 200 bytes.
+    headerList = curl_slist_append(headerList, mUserAgentHeader.toUtf8().constData());
+    headerList = curl_slist_append(headerList, "Cache-Control: no-cache");
+    curl_easy_setopt(handle, CURLOPT_HTTPHEADER, headerList);
+}
+
+void HTTPCurl::buildUserAgentHeader()
+{
+    mUserAgentHeader = QStringLiteral("User-Agent: ");
+    mUserAgentHeader += mUserAgent.isEmpty() ? QString::fromLatin1(DEFAULT_USER_AGENT) : mUserAgent;
+    if (!mUserAgentExtension.isEmpty()) {
+        mUserAgentHeader += QLatin1Char(' ') + mUserAgentExtension;
+    }
+}
+
+CURLcode HTTPCurl::performRequest(CURL* handle, const QString& url)
+{
+    TransferLoop loop;
+    const CURLcode code = loop.perform(handle);
+    curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &mResponseCode);
+    checkRedirection(handle, url);
+    return code;
+}
+
+void HTTPCurl::handleCurlErrorCode(CURLcode code)
+{
+    if (code != CURLE_HTTP_RETURNED_ERROR) {
+        raiseError(*this, code, "curlCode", { __FILE__, __LINE__ }, QString::fromUtf8(curl_easy_strerror(code)));
+    } else if (isBetween(mResponseCode, 400, 499)) {
+        raiseError(*this, NOT_FOUND_4XX, "NOT_FOUND_4XX", { __FILE__, __LINE__ },
+            QStringLiteral("Resource not found"));
+    } else if (isBetween(mResponseCode, 500, 599)) {
+        raiseError(*this, SERVER_ERROR_5XX, "SERVER_ERROR_5XX", { __FILE__, __LINE__ },
+            QStringLiteral("Server critical error"));
+    }
+    // Deliberate: any other status fails without an error; the caller reads HTTPResponseCode().
+}
+
+void HTTPCurl::raiseErrorDownloadLimit(qint64 limit)
+{
+    raiseError(*this, DOWNLOAD_LIMIT_REACHED, "DOWNLOAD_LIMIT_REACHED", { __FILE__, __LINE__ },
+        QStringLiteral("Download limit reached %1").arg(FileUtils::fileSizeToString(limit)));
+}
+
+size_t HTTPCurl::writeResponse(char* ptr, size_t size, size_t count, void* client)
+{
+    QByteArray& response = static_cast<HTTPCurl*>(client)->mResponse;
+    const size_t bytes = size * count;
+    const auto room = static_cast<size_t>(std::numeric_limits<int>::max() - response.size());
+    if (bytes >= room) {
+        return 0; // A byte array holds no more; libcurl reports a write error.
+    }
+    try {
+        response.append(ptr, static_cast<int>(bytes));
+    } catch (const std::bad_alloc&) {
+        return 0; // libcurl is C: nothing may be thrown through it.
+    }
+    return bytes;
+}
+
+size_t HTTPCurl::write_data(char* ptr, size_t size, size_t count, void* device)
+{
+    if (!device) {
+        return count;
+    }
+    try {
+        const qint64 written = static_cast<QIODevice*>(device)->write(ptr, static_cast<qint64>(size * count));
+        return static_cast<size_t>(written);
+    } catch (const std::bad_alloc&) {
+        return 0; // libcurl is C: nothing may be thrown through it.
+    }
+}
+
+size_t HTTPCurl::my_dummy_write(char* /*ptr*/, size_t size, size_t count, void* /*unused*/)
+{
+    return size * count;
+}
+
+int HTTPCurl::progressCallback(void* client, double dltotal, double dlnow, double ultotal, double ulnow)
+{
+    HTTPCurl& self = *static_cast<HTTPCurl*>(client);
+    if (self.mLimitDownload > 0 && dltotal > static_cast<double>(self.mLimitDownload)) {
+        self.raiseErrorDownloadLimit(self.mLimitDownload);
+        return ABORT_TRANSFER;
+    }
+    if (self.isInterruptionRequested()) {
+        Q_EMIT self.progress(0.0);
+        Q_EMIT self.progressUpload(0.0);
+        return ABORT_TRANSFER;
+    }
+    if (dltotal != 0) {
+        Q_EMIT self.progress(dlnow / dltotal * 100.0);
+    }
+    if (ultotal != 0) {
+        Q_EMIT self.progressUpload(ulnow / ultotal * 100.0);
+    }
+    return 0;
+}
+
+void HTTPCurl::setCookiepath(const QString& dir)
+{
+    COOKIEPATH = dir;
+    QDir(dir).mkpath(QStringLiteral("."));
+}
+
+QString HTTPCurl::cookieFilePath()
+{
+    return COOKIEPATH + QStringLiteral("/eikooc.txt");
+}
+
+bool HTTPCurl::clearLocalSessionCookie()
+{
+    return QFile::remove(cookieFilePath());
+}
+
+bool HTTPCurl::isDistantUrl(const QString& url)
+{
+    return url.startsWith(QLatin1String("http://"), Qt::CaseInsensitive)
+        || url.startsWith(QLatin1String("https://"), Qt::CaseInsensitive);
+}
+
+bool HTTPCurl::checkUrl(const QString& url)
+{
+    if (url.isEmpty()) {
+        raiseError(*this, EMPTY_URL, "EMPTY_URL", { __FILE__, __LINE__ });
+        return false;
+    }
+    return true;
+}
+
+QString HTTPCurl::cleanUrl(const QString& url)
+{
+    if (url.size() < SHORTEST_CLEANED_URL || !url.endsWith(QLatin1Char('/'))) {
+        return url;
+    }
+    return url.left(url.size() - 1);
+}
+
+void HTTPCurl::checkRedirection(CURL* handle, const QString& requestedUrl)
+{
+    const char* effective = nullptr;
+    curl_easy_getinfo(handle, CURLINFO_EFFECTIVE_URL, &effective);
+    const QString effectiveUrl = QString::fromUtf8(effective);
+
+    QString asked = requestedUrl.toLower();
+    if (!asked.startsWith(QLatin1String("http"))) {
+        // Deliberate: the letter case of a URL without a scheme counts.
+        asked = QStringLiteral("http://") + requestedUrl;
+    }
+    mWasRedirected = cleanUrl(asked) != cleanUrl(effectiveUrl.toLower());
+    mRedirectedUrl = mWasRedirected ? effectiveUrl : QString();
+}
+
+QByteArray& HTTPCurl::preProcess(QByteArray& data, bool /*base64*/)
+{
+    return data;
+}
+
+bool HTTPCurl::postProcess(QByteArray& /*response*/)
+{
+    return true;
+}

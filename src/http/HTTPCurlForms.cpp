@@ -1,0 +1,168 @@
+// The forms are built with libcurl's form API, which newer versions mark as deprecated.
+#define CURL_DISABLE_DEPRECATION
+
+#include <tavrel/HTTPCurl.h>
+#include <tavrel/HttpQueryParameters.h>
+
+#include <init/raiseError.h>
+#include <request/HttpInternalQueryMemoryParameter.h>
+#include <transfer/EasyHandle.h>
+
+#include <utility>
+#include <vector>
+
+namespace {
+
+const QString FILE_NAME_KEY = QStringLiteral("#file_name#");
+const QString DEFAULT_FILE_NAME = QStringLiteral("uploadedFile");
+
+/// Frees a form that was not handed on.
+struct FormOwner
+{
+    FormOwner() = default;
+    FormOwner(const FormOwner&) = delete;
+    FormOwner& operator=(const FormOwner&) = delete;
+    ~FormOwner() { curl_formfree(first); }
+
+    curl_httppost* release() { return std::exchange(first, nullptr); }
+
+    curl_httppost* first = nullptr;
+    curl_httppost* last = nullptr;
+};
+
+CURLFORMcode addField(curl_httppost*& first, curl_httppost*& last, const QByteArray& name, const QByteArray& content)
+{
+    return curl_formadd(&first, &last, CURLFORM_COPYNAME, name.constData(), CURLFORM_CONTENTSLENGTH,
+        static_cast<long>(content.size()), CURLFORM_COPYCONTENTS, content.constData(), CURLFORM_END);
+}
+
+QString fileNameIn(const QJsonObject& json)
+{
+    return json.contains(FILE_NAME_KEY) ? json.value(FILE_NAME_KEY).toString() : DEFAULT_FILE_NAME;
+}
+
+std::vector<HttpInternalQueryMemoryParameter> toBytes(const HttpQueryParameters& parameters)
+{
+    std::vector<HttpInternalQueryMemoryParameter> bytes;
+    bytes.reserve(static_cast<size_t>(parameters.count()));
+    for (int i = 0; i < parameters.count(); ++i) {
+        const HttpQuerySingleParameter parameter = parameters.at(i);
+        bytes.push_back({ parameter.key().toUtf8(), parameter.value().toUtf8() });
+    }
+    return bytes;
+}
+
+} // namespace
+
+bool HTTPCurl::postHttp(const QString& url, const HttpQueryParameters& parameters)
+{
+    mBinaryMode = false;
+    const std::vector<HttpInternalQueryMemoryParameter> fields = toBytes(parameters);
+    curl_httppost* first = nullptr;
+    curl_httppost* last = nullptr;
+    for (const HttpInternalQueryMemoryParameter& field : fields) {
+        if (!checkFormAdded(addField(first, last, field.key, field.value), __LINE__)) {
+            // Deliberate: a form that libcurl refused to extend is left alone, not walked through to free it.
+            return false;
+        }
+    }
+    return postFormRaw(first, url);
+}
+
+bool HTTPCurl::postForm(const QString& url, const QJsonObject& json)
+{
+    return postForm(url, json, QByteArray(), false);
+}
+
+bool HTTPCurl::postForm(const QString& url, const QJsonObject& json, const QByteArray& fileData, bool binary)
+{
+    mBinaryMode = binary;
+    // libcurl reads the file part from this copy, which therefore outlives the transfer.
+    QByteArray processedFile = fileData;
+    preProcess(processedFile, false);
+
+    FormOwner form;
+    if (!fileData.isEmpty() && !addFilePart(form.first, form.last, fileNameIn(json), processedFile)) {
+        return false;
+    }
+    mLastJsonSent = QJsonDocument(json);
+    const QByteArray text = mLastJsonSent.toJson();
+    if (text.isNull() || !fillFormStruct(QString(), form.first, form.last, QString::fromUtf8(text))
+        || !postFormRaw(form.release(), url)) {
+        return false;
+    }
+    if (mBinaryMode) {
+        formatBinaryResponse();
+    }
+    return true;
+}
+
+bool HTTPCurl::addFilePart(
+    curl_httppost*& first, curl_httppost*& last, const QString& fileName, const QByteArray& bytes)
+{
+    const CURLFORMcode code = curl_formadd(&first, &last, CURLFORM_COPYNAME, "sendfile", CURLFORM_BUFFER,
+        fileName.toUtf8().constData(), CURLFORM_BUFFERPTR, bytes.constData(), CURLFORM_BUFFERLENGTH,
+        static_cast<long>(bytes.size()), CURLFORM_END);
+    return checkFormAdded(code, __LINE__);
+}
+
+bool HTTPCurl::fillFormStruct(
+    const QString& /*unused*/, curl_httppost*& first, curl_httppost*& last, const QString& json)
+{
+    QByteArray bytes = json.toUtf8();
+    preProcess(bytes, true);
+    if (!checkFormAdded(addField(first, last, "data_json", bytes), __LINE__)) {
+        return false;
+    }
+    if (mBinaryMode
+        && !checkFormAdded(addField(first, last, HTTPCURL_KEY_BOOL_RESULT_AS_BINARY.toUtf8(), "1"), __LINE__)) {
+        return false;
+    }
+    return checkFormAdded(addField(first, last, "submit", "send"), __LINE__);
+}
+
+bool HTTPCurl::checkFormAdded(CURLFORMcode code, int line)
+{
+    if (code == CURL_FORMADD_OK) {
+        return true;
+    }
+    raiseError(*this, code, "codeRet", { __FILE__, line });
+    return false;
+}
+
+bool HTTPCurl::postFormRaw(curl_httppost* form, const QString& url)
+{
+    FormOwner formOwner;
+    formOwner.first = form;
+    CURL* handle = nullptr;
+    if (!curlInit(handle, url)) {
+        return false;
+    }
+    const EasyHandle owner(handle);
+    curl_easy_setopt(handle, CURLOPT_URL, url.toUtf8().constData());
+    curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, writeResponse);
+    curl_easy_setopt(handle, CURLOPT_WRITEDATA, this);
+    curl_easy_setopt(handle, CURLOPT_HTTPPOST, form);
+    setCurlGETAndPOSTCommonConfig(handle, nullptr);
+
+    const CURLcode code = performRequest(handle, url);
+    if (code != CURLE_OK) {
+        // Deliberate: unlike a GET, a post that the download limit stopped ends with libcurl's code.
+        handleCurlErrorCode(code);
+        return false;
+    }
+    return postProcess(mResponse);
+}
+
+void HTTPCurl::formatBinaryResponse()
+{
+    const int separator = mResponse.indexOf(SEPARATOR_BINARY);
+    if (separator < 0) {
+        return;
+    }
+    const QByteArray binary = mResponse.mid(separator + SEPARATOR_BINARY.size());
+    if (!binary.isEmpty()) {
+        mBinaryResponse = binary;
+    }
+    mResponse.truncate(separator);
+}

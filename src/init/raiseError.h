@@ -1,0 +1,35 @@
+#pragma once
+
+#include <foundation/Errorable.h>
+
+#include <QString>
+
+/// The place that raises an error. The file is a literal; a line of 0 means that the place is not known.
+struct ErrorSite
+{
+    const char* file = nullptr;
+    int line = 0;
+
+    QString location() const
+    {
+        if (!file || line == 0) {
+            return QString();
+        }
+        return QStringLiteral("%1:%2").arg(QString::fromUtf8(file), QString::number(line));
+    }
+};
+
+/**
+ * Makes value the current error of target.
+ *
+ * A message that is not empty is kept for every error of this type and value, in place of an earlier one.
+ */
+template <class E>
+void raiseError(Errorable& target, E value, const char* name, ErrorSite site, const QString& message = QString())
+{
+    target._setError(ErrorableCode(
+        TypeUtils::name<E>(), static_cast<int>(value), {}, site.location(), QString::fromUtf8(name)));
+    if (!message.isEmpty()) {
+        Errorable::sErrorMessages.insert(ErrorableCode::of(value), message);
+    }
+}
