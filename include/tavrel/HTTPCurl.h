@@ -21,7 +21,7 @@ class QIODevice;
  * A request returns true on success. Otherwise error() holds the reason: a value of Error, a CURLcode named "curlCode"
  * or a CURLFORMcode named "codeRet". A status of 600 and more fails without an error; HTTPResponseCode() tells.
  * Results stay until the next request starts. Each request has a connection of its own; cookies persist in the file
- * cookieFilePath(). Redirections are followed. Server certificates are not verified.
+ * cookieFilePath(). Up to 30 redirections are followed. Server certificates are not verified.
  *
  * Cancellation: tie the object to a Thread with Thread::addThreadableChild(); after requestInterruption() on that
  * thread, a request returns within 0.3 s with libcurl's CURLE_ABORTED_BY_CALLBACK.

@@ -22,6 +22,7 @@ namespace {
 
 constexpr int ABORT_TRANSFER = 42;
 constexpr int SHORTEST_CLEANED_URL = 7;
+constexpr long MOST_REDIRECTIONS = 30;
 
 const char* const DEFAULT_USER_AGENT = "Mozilla/5.0 (Windows NT 10.0; Win64; x64) AppleWebKit/537.36 "
                                        "(KHTML, like Gecko) Chrome/58.0.3029.110 Safari/537.36";
@@ -137,6 +138,8 @@ void HTTPCurl::setCurlGETAndPOSTCommonConfig(CURL* handle, curl_slist* headerLis
         curl_easy_setopt(handle, CURLOPT_TIMEOUT, static_cast<long>(mTimeOut));
     }
     curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 1L);
+    // Older versions of libcurl follow a circle of redirections for ever.
+    curl_easy_setopt(handle, CURLOPT_MAXREDIRS, MOST_REDIRECTIONS);
     curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
     // Deliberate: applications talk to servers whose certificates nobody has signed.
     curl_easy_setopt(handle, CURLOPT_SSL_VERIFYPEER, 0L);

@@ -1,0 +1,38 @@
+#include "InterruptKey.h"
+
+#include <csignal>
+
+namespace {
+
+constexpr int POLL_MS = 50;
+
+volatile std::sig_atomic_t sPressed = 0;
+
+void remember(int /*signal*/)
+{
+    sPressed = 1;
+}
+
+} // namespace
+
+InterruptKey::InterruptKey(QObject* parent)
+    : QObject(parent)
+{
+    std::signal(SIGINT, remember);
+    std::signal(SIGTERM, remember);
+    connect(&mTimer, &QTimer::timeout, this, &InterruptKey::poll);
+    mTimer.start(POLL_MS);
+}
+
+bool InterruptKey::wasPressed()
+{
+    return sPressed != 0;
+}
+
+void InterruptKey::poll()
+{
+    if (wasPressed()) {
+        mTimer.stop();
+        Q_EMIT pressed();
+    }
+}

@@ -1,0 +1,156 @@
+// fetch URL FILE: downloads in the background, shows how far it is, stops at Ctrl+C.
+
+#include "InterruptKey.h"
+#include "ProgressLine.h"
+
+#include <tavrel/FileDownloader.h>
+#include <tavrel/HTTPCurl.h>
+#include <tavrel/TavrelInitializer.h>
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include <cstdio>
+#include <filesystem>
+#include <limits>
+
+namespace {
+
+enum ExitStatus { Done = 0, Failed = 1, WrongUsage = 2, Interrupted = 130 };
+
+constexpr int REFRESH_MS = 100;
+
+struct Options
+{
+    QString url;
+    QString file;
+    bool force = false;
+
+    /// Where the download goes first: beside a file that it is to replace, as a download replaces nothing itself.
+    QString target() const { return force ? file + QStringLiteral(".new") : file; }
+    QString part() const { return target() + QStringLiteral(".part"); }
+};
+
+int complain(ExitStatus status, const QString& text)
+{
+    std::fprintf(stderr, "fetch: %s\n", qUtf8Printable(text));
+    return status;
+}
+
+/// Reads a number option; false when it is given and is no positive number.
+bool readNumber(const QCommandLineParser& parser, const QString& name, qint64 largest, qint64& number)
+{
+    if (!parser.isSet(name)) {
+        return true;
+    }
+    bool isNumber = false;
+    number = parser.value(name).toLongLong(&isNumber);
+    return isNumber && number > 0 && number <= largest;
+}
+
+bool replaceFile(const QString& from, const QString& to)
+{
+    std::error_code error;
+    std::filesystem::rename(from.toStdString(), to.toStdString(), error);
+    return !error;
+}
+
+int report(const Options& options, const FileDownloader& downloader, bool success)
+{
+    if (!success && InterruptKey::wasPressed()) {
+        return complain(Interrupted, QStringLiteral("interrupted"));
+    }
+    if (!success) {
+        const QString reason = downloader.error();
+        return complain(Failed, reason.isEmpty() ? QStringLiteral("the server answered with an odd status") : reason);
+    }
+    // The downloader does not tell whether it could rename the complete file.
+    const bool isInPlace = !QFileInfo::exists(options.part()) && QFileInfo::exists(options.target())
+        && (!options.force || replaceFile(options.target(), options.file));
+    if (!isInPlace) {
+        return complain(Failed, QStringLiteral("%1 could not be put in place").arg(options.file));
+    }
+    std::fprintf(stderr, "%s: %lld bytes\n", qUtf8Printable(options.file),
+        static_cast<long long>(QFileInfo(options.file).size()));
+    return Done;
+}
+
+int fetch(QCoreApplication& application, FileDownloader& downloader, const Options& options)
+{
+    ProgressLine line;
+    double percent = -1.0;
+    bool success = false;
+    QObject::connect(
+        &downloader, &FileDownloader::progress, &application, [&percent](double now) { percent = now; });
+    QObject::connect(&downloader, &FileDownloader::done, &application, [&](bool result) {
+        success = result;
+        application.quit();
+    });
+    InterruptKey interruptKey;
+    QObject::connect(&interruptKey, &InterruptKey::pressed, &application, [&] { downloader.requestInterruption(); });
+    QTimer refresh;
+    QObject::connect(
+        &refresh, &QTimer::timeout, &application, [&] { line.show(percent, QFileInfo(options.part()).size()); });
+    refresh.start(REFRESH_MS);
+
+    downloader.download(options.url, options.target());
+    application.exec();
+    if (success) {
+        line.show(100.0, QFileInfo(options.target()).size());
+    }
+    line.finish();
+    return report(options, downloader, success);
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    const TavrelInitializer initializer;
+    QCoreApplication application(argc, argv);
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("Downloads a URL to a file."));
+    parser.addHelpOption();
+    parser.addOptions({
+        { QStringLiteral("limit"), QStringLiteral("Refuse a body announced larger."), QStringLiteral("bytes") },
+        { QStringLiteral("timeout"), QStringLiteral("Give up after this time."), QStringLiteral("seconds") },
+        { QStringLiteral("agent"), QStringLiteral("The user agent to send."), QStringLiteral("text") },
+        { QStringLiteral("cookies"), QStringLiteral("Keep cookies in this folder."), QStringLiteral("folder") },
+        { QStringLiteral("force"), QStringLiteral("Replace FILE if it exists.") },
+    });
+    parser.addPositionalArgument(QStringLiteral("URL"), QStringLiteral("What to download."));
+    parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("Where to put it."));
+    parser.process(application);
+
+    qint64 limit = -1;
+    qint64 timeout = -1;
+    const QStringList arguments = parser.positionalArguments();
+    if (arguments.size() != 2 || arguments.at(0).isEmpty() || arguments.at(1).isEmpty()) {
+        return complain(WrongUsage, QStringLiteral("needs a URL and a FILE; see --help"));
+    }
+    if (!readNumber(parser, QStringLiteral("limit"), std::numeric_limits<qint64>::max(), limit)
+        || !readNumber(parser, QStringLiteral("timeout"), std::numeric_limits<int>::max(), timeout)) {
+        return complain(WrongUsage, QStringLiteral("a limit and a timeout are positive numbers"));
+    }
+    const Options options { arguments.at(0), arguments.at(1), parser.isSet(QStringLiteral("force")) };
+    if (QFileInfo::exists(options.file) && !options.force) {
+        return complain(Failed, QStringLiteral("%1 exists; --force replaces it").arg(options.file));
+    }
+
+    if (options.force) {
+        QFile::remove(options.target()); // what a killed run left behind
+    }
+
+    const QTemporaryDir forgottenCookies;
+    const QString cookies = parser.value(QStringLiteral("cookies"));
+    HTTPCurl::setCookiepath(cookies.isEmpty() ? forgottenCookies.path() : cookies);
+
+    FileDownloader downloader;
+    downloader.client().setLimitDownload(limit);
+    downloader.client().setTimeOut(static_cast<int>(timeout));
+    downloader.client().setUserAgent(parser.value(QStringLiteral("agent")));
+    return fetch(application, downloader, options);
+}

@@ -1,0 +1,50 @@
+# Installs the built library into a throw-away prefix and uses it as a consumer does: with CMake, with pkg-config, and
+# header by header.
+cmake_policy(VERSION 3.16)
+
+set(work "${BUILD_DIR}/package-test")
+set(prefix "${work}/prefix")
+set(strict -std=c++17 -Wall -Wextra -Werror -DQT_NO_KEYWORDS)
+file(REMOVE_RECURSE "${work}")
+
+function(run)
+    execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
+    if(NOT result EQUAL 0)
+        string(REPLACE ";" " " command "${ARGN}")
+        message(FATAL_ERROR "${command}\n${output}")
+    endif()
+    set(output "${output}" PARENT_SCOPE)
+endfunction()
+
+run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${prefix}")
+
+# With CMake; the examples are consumers as well.
+foreach(project "tests/package/consumer" "examples")
+    string(MAKE_C_IDENTIFIER "${project}" name)
+    run(${CMAKE_COMMAND} -S "${SOURCE_DIR}/${project}" -B "${work}/${name}" -G "${GENERATOR}"
+        -D CMAKE_PREFIX_PATH=${prefix} -D CMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror")
+    run(${CMAKE_COMMAND} --build "${work}/${name}")
+endforeach()
+run("${work}/tests_package_consumer/consumer")
+
+# With pkg-config.
+file(GLOB_RECURSE pc "${prefix}/*/tavrel.pc")
+get_filename_component(pc_folder "${pc}" DIRECTORY)
+get_filename_component(libdir "${pc_folder}" DIRECTORY)
+set(ENV{PKG_CONFIG_PATH} "${pc_folder}")
+run(pkg-config --cflags --libs tavrel)
+separate_arguments(flags UNIX_COMMAND "${output}")
+run("${CXX}" ${strict} -fPIC "${SOURCE_DIR}/tests/package/consumer/main.cpp" -o "${work}/with-pkg-config" ${flags}
+    -Wl,-rpath,${libdir})
+run("${work}/with-pkg-config")
+
+# Each header alone.
+file(GLOB_RECURSE headers RELATIVE "${prefix}/include" "${prefix}/include/*.h")
+foreach(header IN LISTS headers)
+    run("${CXX}" ${strict} -fPIC -fsyntax-only ${flags} -include "${prefix}/include/${header}" -x c++ /dev/null)
+endforeach()
+list(LENGTH headers count)
+if(count LESS 12)
+    message(FATAL_ERROR "only ${count} headers are installed")
+endif()
+message(STATUS "${count} headers, two ways to link")
