@@ -13,13 +13,14 @@ class HTTPCurl;
 /**
  * Downloads a URL to a file on a thread of its own.
  *
- * The bytes go to "<path>.part", which is renamed to path when it is complete and removed when the download fails. An
- * existing destination is not replaced: `done(true)` is emitted and the ".part" file stays, so remove the destination
- * first if it may be there.
+ * The bytes go to "<path>.part", which is renamed to path when it is complete and removed when the download
+ * fails. An existing destination is not replaced: `done(true)` is emitted and the ".part" file stays, so
+ * remove the destination first if it may be there.
  *
- * One download at a time. It can be started again from the moment done() is emitted, also from a slot of done().
- * requestInterruption() ends it within 0.3 s with done(false); so does destroying the object, which then waits for
- * the thread. Do not destroy it from a slot that runs on the download thread; use deleteLater() there.
+ * One download at a time. It can be started again from the moment done() is emitted, also from a slot of
+ * done(). requestInterruption() ends it within 0.3 s with done(false); so does destroying the object, which
+ * then waits for the thread. Do not destroy it from a slot that runs on the download thread; use
+ * deleteLater() there.
  *
  * download(), requestInterruption() and error() may be called from any thread. The signals are emitted on the
  * download thread.

@@ -18,16 +18,17 @@ class QIODevice;
 /**
  * HTTP and HTTPS client: one blocking request at a time, as a GET or as a multipart form post.
  *
- * A request returns true on success. Otherwise error() holds the reason: a value of Error, a CURLcode named "curlCode"
- * or a CURLFORMcode named "codeRet". A status of 600 and more fails without an error; HTTPResponseCode() tells.
- * Results stay until the next request starts. Each request has a connection of its own; cookies persist in the file
- * cookieFilePath(). Up to 30 redirections are followed. Server certificates are not verified.
+ * A request returns true on success. Otherwise error() holds the reason: a value of Error, a CURLcode named
+ * "curlCode" or a CURLFORMcode named "codeRet". A status of 600 and more fails without an error;
+ * HTTPResponseCode() tells. Results stay until the next request starts. Each request has a connection of its
+ * own; cookies persist in the file cookieFilePath(). Up to 30 redirections are followed. Server certificates
+ * are not verified.
  *
- * Cancellation: tie the object to a Thread with Thread::addThreadableChild(); after requestInterruption() on that
- * thread, a request returns within 0.3 s with libcurl's CURLE_ABORTED_BY_CALLBACK.
+ * Cancellation: tie the object to a Thread with Thread::addThreadableChild(); after requestInterruption() on
+ * that thread, a request returns within 0.3 s with libcurl's CURLE_ABORTED_BY_CALLBACK.
  *
- * Threads: an object is used by one thread at a time and emits its signals there. The cookie file is shared by the
- * whole process without a lock; the last request that ends writes it.
+ * Threads: an object is used by one thread at a time and emits its signals there. The cookie file is shared
+ * by the whole process without a lock; the last request that ends writes it.
  */
 class TAVREL_EXPORT HTTPCurl : public Threadable, public Errorable
 {
@@ -58,14 +59,14 @@ public:
     /// Fetches url into a file, which is created or truncated and keeps what arrived when the request fails.
     /// FileDownloader puts a file in place only when it is complete.
     bool getFile(const QString& url, const QString& path);
-    /// Fetches url into a device that is not open yet; it is opened write-only and closed again. A QSaveFile is left
-    /// open, for its owner to commit or cancel.
+    /// Fetches url into a device that is not open yet; it is opened write-only and closed again. A QSaveFile
+    /// is left open, for its owner to commit or cancel.
     bool getDataRaw(const QString& url, QIODevice& device);
     /// Fetches url and drops the body. The second argument is not used.
     bool testURLResponse(const QString& url, QString* = nullptr);
 
-    /// Posts parameters as form fields, as they are: a multipart form needs no percent-encoding. Keys end at their
-    /// first NUL, values may hold any.
+    /// Posts parameters as form fields, as they are: a multipart form needs no percent-encoding. Keys end at
+    /// their first NUL, values may hold any.
     bool postHttp(const QString& url, const HttpQueryParameters& parameters);
     /// Posts json in the form field "data_json".
     bool postForm(const QString& url, const QJsonObject& json);
@@ -89,8 +90,8 @@ public:
     bool isBinaryMode() const { return mBinaryMode; }
     /// What the last form post was given, before it was processed.
     QJsonDocument lastJsonSent() const { return mLastJsonSent; }
-    /// True when the last request ended at another URL. The comparison knows letter case and one trailing slash;
-    /// libcurl's own tidying ("http://host?q" becomes "http://host/?q") counts as a redirection.
+    /// True when the last request ended at another URL. The comparison knows letter case and one trailing
+    /// slash; libcurl's own tidying ("http://host?q" becomes "http://host/?q") counts as a redirection.
     bool wasRedirected() const { return mWasRedirected; }
     /// That URL; empty without a redirection.
     QString redirectedURL() const { return mRedirectedUrl; }
@@ -99,8 +100,8 @@ public:
 
     /// Bounds a whole request, in seconds; 0 and less means no bound.
     void setTimeOut(int seconds) { mTimeOut = seconds; }
-    /// Refuses bodies that are announced larger, in bytes; 0 and less means no limit. A body that is not announced
-    /// is never cut short.
+    /// Refuses bodies that are announced larger, in bytes; 0 and less means no limit. A body that is not
+    /// announced is never cut short.
     void setLimitDownload(qint64 bytes) { mLimitDownload = bytes; }
     /// Replaces the default user agent, that of a desktop browser; empty brings it back.
     void setUserAgent(const QString& agent) { mUserAgent = agent; }
@@ -129,8 +130,8 @@ Q_SIGNALS:
     void progressUpload(double percent);
 
 protected:
-    /// Changes outgoing form data in place and returns it. base64 tells that the result must be text (the JSON
-    /// field), not any bytes (the file). This version changes nothing.
+    /// Changes outgoing form data in place and returns it. base64 tells that the result must be text (the
+    /// JSON field), not any bytes (the file). This version changes nothing.
     virtual QByteArray& preProcess(QByteArray& data, bool base64);
     /// Changes the body of a successful post in place; false, with an error raised, makes the post fail. This
     /// version changes nothing.
@@ -149,7 +150,8 @@ protected:
 private:
     CURLcode performRequest(CURL* handle, const QString& url);
     void buildUserAgentHeader();
-    bool addFilePart(curl_httppost*& first, curl_httppost*& last, const QString& fileName, const QByteArray& bytes);
+    bool addFilePart(
+        curl_httppost*& first, curl_httppost*& last, const QString& fileName, const QByteArray& bytes);
     bool checkFormAdded(CURLFORMcode code, int line);
 
     bool mBinaryMode = false;

@@ -9,8 +9,8 @@
 /**
  * Ordered key/value parameters of a request, at most one per key; keys are compared without regard to case.
  *
- * HTTPCurl::postHttp() sends them as form fields; toString() and toJson() render them as text. A value type, copied
- * cheaply. Nothing here fails.
+ * HTTPCurl::postHttp() sends them as form fields; toString() and toJson() render them as text. A value type,
+ * copied cheaply. Nothing here fails.
  */
 class TAVREL_EXPORT HttpQueryParameters
 {

@@ -9,9 +9,9 @@
 /**
  * Random user agents of an Android phone, for HTTPCurl::setUserAgent().
  *
- * The generator is seeded with the current second before every single pick: what is generated within one second is
- * the same, and all picks of one agent are related. It uses Qt's generator of the calling thread, whose seed these
- * functions replace. May be called from any thread.
+ * The generator is seeded with the current second before every single pick: what is generated within one
+ * second is the same, and all picks of one agent are related. It uses Qt's generator of the calling thread,
+ * whose seed these functions replace. May be called from any thread.
  */
 class TAVREL_EXPORT HttpUserAgentGenerator
 {

@@ -5,8 +5,8 @@
 /**
  * Sets libcurl up for the process, once, and tears it down.
  *
- * Create one before the application object, so that it is destroyed after it: threads such as FileDownloader may
- * have the application object as parent and must end before libcurl is cleaned up.
+ * Create one before the application object, so that it is destroyed after it: threads such as FileDownloader
+ * may have the application object as parent and must end before libcurl is cleaned up.
  *
  *     int main(int argc, char* argv[])
  *     {
@@ -20,7 +20,8 @@
 class TAVREL_EXPORT TavrelInitializer
 {
 public:
-    /// Initialises libcurl, unless that was done already. When the application object exists, only logs a warning.
+    /// Initialises libcurl, unless that was done already. When the application object exists, only logs a
+    /// warning.
     TavrelInitializer();
     /// The same as globalDeInit().
     ~TavrelInitializer();
@@ -28,7 +29,8 @@ public:
     TavrelInitializer(const TavrelInitializer&) = delete;
     TavrelInitializer& operator=(const TavrelInitializer&) = delete;
 
-    /// Initialises libcurl whether or not the application object exists; does nothing when that was done already.
+    /// Initialises libcurl whether or not the application object exists; does nothing when that was done
+    /// already.
     static void globalInit();
     /// Cleans libcurl up; does nothing when it is not initialised.
     static void globalDeInit() noexcept;

@@ -10,8 +10,8 @@
 /**
  * The message texts of a process, one per error code, ordered by code.
  *
- * Every operation may be called from any thread at any time. As one text is kept per code, a message that carries
- * a detail (a limit, a reply) is that of the last object that failed with this code.
+ * Every operation may be called from any thread at any time. As one text is kept per code, a message that
+ * carries a detail (a limit, a reply) is that of the last object that failed with this code.
  */
 class FOUNDATION_EXPORT ErrorMessages
 {

@@ -7,8 +7,8 @@
 /**
  * Base of the classes that leave the reason of a failure behind instead of throwing.
  *
- * The error state belongs to the object and is read by the thread that uses it. The message table is shared by the
- * whole process and guards itself.
+ * The error state belongs to the object and is read by the thread that uses it. The message table is shared
+ * by the whole process and guards itself.
  */
 class FOUNDATION_EXPORT Errorable
 {

@@ -8,10 +8,11 @@
 #include <QStringList>
 
 /**
- * The reason of a failure: a value of some enum type, with the name of that value and the place that raised it.
+ * The reason of a failure: a value of some enum type, with the name of that value and the place that raised
+ * it.
  *
- * A default-constructed code means "no error". Two codes are equal when type name and value are; name, texts and
- * location do not count, so a caller compares with ErrorableCode::of():
+ * A default-constructed code means "no error". Two codes are equal when type name and value are; name, texts
+ * and location do not count, so a caller compares with ErrorableCode::of():
  *
  *     if (client.error() == ErrorableCode::of(HTTPCurl::NOT_FOUND_4XX)) ...
  *
@@ -21,11 +22,11 @@ class FOUNDATION_EXPORT ErrorableCode
 {
 public:
     ErrorableCode() = default;
-    ErrorableCode(QString typeName, int value, QStringList texts = {}, QString location = {}, QString name = {});
+    ErrorableCode(
+        QString typeName, int value, QStringList texts = {}, QString location = {}, QString name = {});
 
     /// The comparison key of an enum value: type and value only.
-    template <class E>
-    static ErrorableCode of(E value)
+    template <class E> static ErrorableCode of(E value)
     {
         return ErrorableCode(TypeUtils::name<E>(), static_cast<int>(value));
     }

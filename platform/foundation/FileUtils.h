@@ -12,8 +12,8 @@ public:
     /// The content of a file; empty when it cannot be read. With text, line ends become "\n".
     static QByteArray readFileContent(const QString& path, bool text = false);
 
-    /// Writes bytes to path. The file is whole or, when false is returned, as it was before; the reason then stands
-    /// in error, if one is given.
+    /// Writes bytes to path. The file is whole or, when false is returned, as it was before; the reason then
+    /// stands in error, if one is given.
     static bool writeFileContent(const QString& path, const QByteArray& bytes, QString* error = nullptr);
 
     /// A size for people, in the units of 1024 bytes: "999 bytes", "1.50 KiB".

@@ -12,8 +12,8 @@ class Threadable;
 /**
  * A QThread that carries its interruption to the objects that work on it.
  *
- * Destroying a running Thread interrupts it and waits for its end. A subclass whose run() uses members of its own
- * calls interruptAndWait() in its destructor, as those members are gone when the one of this class runs.
+ * Destroying a running Thread interrupts it and waits for its end. A subclass whose run() uses members of its
+ * own calls interruptAndWait() in its destructor, as those members are gone when the one of this class runs.
  *
  * requestInterruption() and isInterruptionRequested() may be called from any thread.
  */

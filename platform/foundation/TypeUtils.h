@@ -13,9 +13,5 @@ public:
     /// The readable form of a std::type_info::name(), for example "HTTPCurl::Error".
     static QString name(const char* runtimeName);
 
-    template <class T>
-    static QString name()
-    {
-        return name(typeid(T).name());
-    }
+    template <class T> static QString name() { return name(typeid(T).name()); }
 };

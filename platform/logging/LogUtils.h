@@ -5,9 +5,9 @@
 /**
  * One log entry, in the category "tavrel" of Qt's logging, emitted when the object is destroyed.
  *
- * File, function and line travel in the message context, so an application filters and redirects the entries with
- * QLoggingCategory, QT_LOGGING_RULES and qInstallMessageHandler. Used by one thread; entries of several threads do
- * not mix.
+ * File, function and line travel in the message context, so an application filters and redirects the entries
+ * with QLoggingCategory, QT_LOGGING_RULES and qInstallMessageHandler. Used by one thread; entries of several
+ * threads do not mix.
  */
 class LogUtils
 {

@@ -3,6 +3,7 @@
 
 #include <tavrel/HTTPCurl.h>
 
+#include <http/WriteBatch.h>
 #include <init/raiseError.h>
 #include <init/warnIfNotInitialized.h>
 #include <transfer/EasyHandle.h>
@@ -88,12 +89,16 @@ bool HTTPCurl::getDataRaw(const QString& url, QIODevice& device)
     }
     curl_easy_setopt(handle, CURLOPT_URL, url.toUtf8().constData());
     curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, write_data);
-    curl_easy_setopt(handle, CURLOPT_WRITEDATA, &device);
+    WriteBatch batch(device);
+    QIODevice* const sink = qobject_cast<QFileDevice*>(&device) ? &batch : &device;
+    curl_easy_setopt(handle, CURLOPT_WRITEDATA, sink);
     curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 1L);
     setCurlGETAndPOSTCommonConfig(handle, nullptr);
 
     CURLcode code = performRequest(handle, url);
-    if (!closeDevice(device) && code == CURLE_OK) {
+    const bool isFlushed = batch.flush();
+    const bool isClosed = closeDevice(device);
+    if (code == CURLE_OK && !(isFlushed && isClosed)) {
         code = CURLE_WRITE_ERROR;
     }
     if (code != CURLE_OK && error() != ErrorableCode::of(DOWNLOAD_LIMIT_REACHED)) {
@@ -145,8 +150,8 @@ void HTTPCurl::setCurlGETAndPOSTCommonConfig(CURL* handle, curl_slist* headerLis
     curl_easy_setopt(handle, CURLOPT_SSL_VERIFYPEER, 0L);
 
     buildUserAgentHeader();
-    // Deliberate: the list grows from a copy of the caller's pointer and is never released. The caller keeps the
-    // ownership of what it passed, and a request costs some 200 bytes.
+    // Deliberate: the list grows from a copy of the caller's pointer and is never released. The caller keeps
+    // the ownership of what it passed, and a request costs some 200 bytes.
     headerList = curl_slist_append(headerList, mUserAgentHeader.toUtf8().constData());
     headerList = curl_slist_append(headerList, "Cache-Control: no-cache");
     curl_easy_setopt(handle, CURLOPT_HTTPHEADER, headerList);
@@ -173,7 +178,8 @@ CURLcode HTTPCurl::performRequest(CURL* handle, const QString& url)
 void HTTPCurl::handleCurlErrorCode(CURLcode code)
 {
     if (code != CURLE_HTTP_RETURNED_ERROR) {
-        raiseError(*this, code, "curlCode", { __FILE__, __LINE__ }, QString::fromUtf8(curl_easy_strerror(code)));
+        raiseError(
+            *this, code, "curlCode", { __FILE__, __LINE__ }, QString::fromUtf8(curl_easy_strerror(code)));
     } else if (isBetween(mResponseCode, 400, 499)) {
         raiseError(*this, NOT_FOUND_4XX, "NOT_FOUND_4XX", { __FILE__, __LINE__ },
             QStringLiteral("Resource not found"));
@@ -212,7 +218,8 @@ size_t HTTPCurl::write_data(char* ptr, size_t size, size_t count, void* device)
         return count;
     }
     try {
-        const qint64 written = static_cast<QIODevice*>(device)->write(ptr, static_cast<qint64>(size * count));
+        const auto bytes = static_cast<qint64>(size) * static_cast<qint64>(count);
+        const qint64 written = static_cast<QIODevice*>(device)->write(ptr, bytes);
         return static_cast<size_t>(written);
     } catch (const std::bad_alloc&) {
         return 0; // libcurl is C: nothing may be thrown through it.

@@ -12,8 +12,10 @@ TavrelInitializer::TavrelInitializer()
 {
     if (QCoreApplication::instance()) {
         LogUtils log(LogUtils::Warning, __FILE__, "TavrelInitializer", __LINE__);
-        log << "Tavrel doit etre initialise avant l'application. Ceci car certains threads (FileDownloader) peuvent "
-               "avoir pour parent qApp. En cas de fermeture de l'application Curl serait detruit avant qApp et "
+        log << "Tavrel doit etre initialise avant l'application. Ceci car certains threads (FileDownloader) "
+               "peuvent "
+               "avoir pour parent qApp. En cas de fermeture de l'application Curl serait detruit avant qApp "
+               "et "
                "provoquerait une \"fausse\" erreur dans l'interruption du thread";
         log.checkSpacing();
         return;
@@ -29,8 +31,8 @@ TavrelInitializer::~TavrelInitializer()
 void TavrelInitializer::globalInit()
 {
     if (!mCurlInitialized) {
-        // Deliberate: the result is not looked at. A libcurl that could not start fails each request with a code
-        // of its own, which tells the caller more than a flag does.
+        // Deliberate: the result is not looked at. A libcurl that could not start fails each request with a
+        // code of its own, which tells the caller more than a flag does.
         curl_global_init(CURL_GLOBAL_ALL);
         mCurlInitialized = true;
     }

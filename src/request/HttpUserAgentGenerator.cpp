@@ -8,8 +8,7 @@ namespace {
 constexpr int SHORTEST_BUILD = 5;
 constexpr int BUILD_LENGTHS = 15;
 
-template <class List>
-auto pick(const List& values)
+template <class List> auto pick(const List& values)
 {
     return values.at(HttpUserAgentGenerator::myUserAgentRand(values.size()));
 }

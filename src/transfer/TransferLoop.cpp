@@ -7,7 +7,7 @@ namespace {
 
 constexpr int LONGEST_WAIT_MS = 50;
 constexpr std::chrono::milliseconds PAUSE_WITHOUT_SOCKET(1);
-constexpr long RECEIVE_BUFFER_BYTES = 512 * 1024;
+constexpr long RECEIVE_BUFFER_BYTES = 512L * 1024;
 
 void tune(CURL* easy)
 {

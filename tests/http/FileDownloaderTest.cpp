@@ -91,8 +91,9 @@ private Q_SLOTS:
         const auto count = [&](bool success) { failures += success ? 0 : 1; };
         connect(downloader, &FileDownloader::done, downloader, count, Qt::DirectConnection);
         if (way == 3) {
-            connect(downloader, &FileDownloader::done, downloader, [&] { downloader->download(silent.url(), path("p")); },
-                Qt::DirectConnection);
+            connect(
+                downloader, &FileDownloader::done, downloader,
+                [&] { downloader->download(silent.url(), path("p")); }, Qt::DirectConnection);
         }
         downloader->download(silent.url(), path("page"));
         if (way == 0) {
@@ -154,10 +155,18 @@ private:
 
     static bool finished(FileDownloader& downloader, const QString& url, const QString& path)
     {
-        QSignalSpy done(&downloader, &FileDownloader::done);
+        std::atomic<int> successes { 0 };
+        std::atomic<int> runs { 0 };
+        const auto count = [&](bool success) {
+            ++runs;
+            successes += success ? 1 : 0;
+        };
+        const auto counting
+            = connect(&downloader, &FileDownloader::done, &downloader, count, Qt::DirectConnection);
         downloader.download(url, path);
         downloader.wait();
-        return done.size() == 1 && done.first().first().toBool();
+        disconnect(counting);
+        return runs == 1 && successes == 1;
     }
 
     std::unique_ptr<QTemporaryDir> mFolder;

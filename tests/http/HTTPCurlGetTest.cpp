@@ -10,8 +10,8 @@ static const TavrelInitializer initializer;
 
 static QByteArray reply(const QByteArray& status, const QByteArray& body, const QByteArray& headers = {})
 {
-    return "HTTP/1.1 " + status + "\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n" + headers + "\r\n"
-        + body;
+    return "HTTP/1.1 " + status + "\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n" + headers
+        + "\r\n" + body;
 }
 
 /// The callbacks as libcurl sees them.
@@ -56,8 +56,8 @@ private Q_SLOTS:
             "Transferred a partial file", 200, "1234");
         row("nothing at all", "", 0, "curlCode", "Server returned nothing (no headers, no data)", 0);
         row("not HTTP", "SSH-2.0-x\r\n", 0, "curlCode", "Unsupported protocol", 0);
-        row("a header of 100 KB", reply("200 OK", "", "X: " + QByteArray(102400, 'x') + "\r\n"), 0, "curlCode",
-            "Out of memory", 200);
+        row("a header of 100 KB", reply("200 OK", "", "X: " + QByteArray(102400, 'x') + "\r\n"), 0,
+            "curlCode", "Out of memory", 200);
     }
     void tellsWhatTheServerAnswered()
     {
@@ -76,7 +76,9 @@ private Q_SLOTS:
             QTEST(data, "data");
         }
         QVERIFY(!client.hasError()
-            || QRegularExpression("^src/http/HTTPCurl\\.cpp:\\d+$").match(client.error().location()).hasMatch());
+            || QRegularExpression("^src/http/HTTPCurl\\.cpp:\\d+$")
+                   .match(client.error().location())
+                   .hasMatch());
     }
 
     void refusesWhatCannotWork()
@@ -128,10 +130,10 @@ private Q_SLOTS:
         second.setUserAgent("A");
         QVERIFY(second.getData(server.url(), data));
 
-        const QByteArray head = "GET / HTTP/1.1\r\nHost: " + server.url("").mid(7).toUtf8() + "\r\nAccept: */*\r\n";
-        const QByteArray agent
-            = "User-Agent: Mozilla/5.0 (Windows NT 10.0; Win64; x64) AppleWebKit/537.36 "
-              "(KHTML, like Gecko) Chrome/58.0.3029.110 Safari/537.36";
+        const QByteArray head
+            = "GET / HTTP/1.1\r\nHost: " + server.url("").mid(7).toUtf8() + "\r\nAccept: */*\r\n";
+        const QByteArray agent = "User-Agent: Mozilla/5.0 (Windows NT 10.0; Win64; x64) AppleWebKit/537.36 "
+                                 "(KHTML, like Gecko) Chrome/58.0.3029.110 Safari/537.36";
         const QByteArray end = "\r\nCache-Control: no-cache\r\n\r\n";
         const QList<QByteArray> expected { head + agent + end, head + "Cookie: k=v\r\n" + agent + " B" + end,
             head + "User-Agent: A B" + end };
@@ -142,13 +144,20 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("asked");
         QTest::addColumn<QString>("redirectedTo");
-        QTest::newRow("the same") << "http://HOST/a" << "";
-        QTest::newRow("the scheme in capitals") << "HTTP://HOST/a" << "";
-        QTest::newRow("no scheme") << "HOST/a" << "";
-        QTest::newRow("one slash is tidied") << "http://HOST" << "";
-        QTest::newRow("two slashes, asked and answered") << "http://HOST//" << "";
-        QTest::newRow("moved") << "http://HOST/Moved" << "http://HOST/New/";
-        QTest::newRow("libcurl's own tidying") << "http://HOST?q" << "http://HOST/?q";
+        QTest::newRow("the same") << "http://HOST/a"
+                                  << "";
+        QTest::newRow("the scheme in capitals") << "HTTP://HOST/a"
+                                                << "";
+        QTest::newRow("no scheme") << "HOST/a"
+                                   << "";
+        QTest::newRow("one slash is tidied") << "http://HOST"
+                                             << "";
+        QTest::newRow("two slashes, asked and answered") << "http://HOST//"
+                                                         << "";
+        QTest::newRow("moved") << "http://HOST/Moved"
+                               << "http://HOST/New/";
+        QTest::newRow("libcurl's own tidying") << "http://HOST?q"
+                                               << "http://HOST/?q";
     }
     void knowsRedirections()
     {

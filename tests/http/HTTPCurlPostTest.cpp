@@ -17,7 +17,8 @@ static QByteArray page(const QByteArray& body)
 static QList<QByteArray> partsOf(const QByteArray& request)
 {
     const int boundaryAt = request.indexOf("boundary=") + 9;
-    const QByteArray boundary = "--" + request.mid(boundaryAt, request.indexOf("\r\n", boundaryAt) - boundaryAt);
+    const QByteArray boundary
+        = "--" + request.mid(boundaryAt, request.indexOf("\r\n", boundaryAt) - boundaryAt);
     QList<QByteArray> parts;
     int at = request.indexOf(boundary + "\r\n");
     while (at >= 0) {
@@ -76,12 +77,13 @@ private Q_SLOTS:
         parameters.addParam("line\r\nX-Injected: 1", "v");
         HTTPCurl client;
         QVERIFY(client.postHttp(server.url(), parameters));
-        const QList<QByteArray> expected { part("first", "a b&c"), part("nul", QByteArray("a\0b", 3)), part("key", ""),
-            part("line%0D%0AX-Injected: 1", "v") };
+        const QList<QByteArray> expected { part("first", "a b&c"), part("nul", QByteArray("a\0b", 3)),
+            part("key", ""), part("line%0D%0AX-Injected: 1", "v") };
         QCOMPARE(partsOf(server.requests().last()), expected);
 
         QVERIFY(client.postHttp(server.url(), HttpQueryParameters()));
-        QVERIFY(server.requests().last().startsWith("POST ") && server.requests().last().contains("Content-Length: 0"));
+        QVERIFY(server.requests().last().startsWith("POST ")
+            && server.requests().last().contains("Content-Length: 0"));
     }
 
     void sendsJsonAndFile_data()
@@ -100,9 +102,9 @@ private Q_SLOTS:
             << QJsonObject { { "#file_name#", QString::fromUtf8("é.bin") } } << bytes << true
             << QList<QByteArray> { filePart("é.bin", bytes + "<file>"), part("part_result_as_binary", "1"),
                    part("submit", "send") };
-        QTest::newRow("a name of the wrong type") << QJsonObject { { "#file_name#", 1 } } << bytes << false
-                                                  << QList<QByteArray> { filePart("", bytes + "<file>"),
-                                                         part("submit", "send") };
+        QTest::newRow("a name of the wrong type")
+            << QJsonObject { { "#file_name#", 1 } } << bytes << false
+            << QList<QByteArray> { filePart("", bytes + "<file>"), part("submit", "send") };
     }
     void sendsJsonAndFile()
     {
@@ -117,7 +119,8 @@ private Q_SLOTS:
         QCOMPARE(client.isBinaryMode(), binary);
         QCOMPARE(client.lastJsonSent(), QJsonDocument(json));
         QList<QByteArray> parts = partsOf(server.requests().last());
-        QCOMPARE(parts.takeAt(file.isEmpty() ? 0 : 1), part("data_json", QJsonDocument(json).toJson() + "<text>"));
+        QCOMPARE(
+            parts.takeAt(file.isEmpty() ? 0 : 1), part("data_json", QJsonDocument(json).toJson() + "<text>"));
         QTEST(parts, "others");
     }
 
@@ -128,7 +131,8 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("binary");
         const QByteArray separator = HTTPCurl::SEPARATOR_BINARY;
         QTest::newRow("none") << QByteArray("{}") << QByteArray("{}") << QByteArray();
-        QTest::newRow("at the first") << "{}" + separator + "b" + separator << QByteArray("{}") << "b" + separator;
+        QTest::newRow("at the first")
+            << "{}" + separator + "b" + separator << QByteArray("{}") << "b" + separator;
         QTest::newRow("at the end") << "{}" + separator << QByteArray("{}") << QByteArray();
         QTest::newRow("at the start") << separator + "b" << QByteArray("") << QByteArray("b");
         QTest::newRow("an empty reply") << QByteArray() << QByteArray() << QByteArray();

@@ -26,9 +26,10 @@ private Q_SLOTS:
     {
         QFETCH(QString, url);
         QByteArray content;
-        for (int i = 0; i < 2000000; ++i) {
+        for (int i = 0; i < 20000; ++i) {
             content += QByteArray::number(i);
         }
+        content = content.repeated(200);
         QVERIFY(FileUtils::writeFileContent(mServers.root() + "/large", content));
         HTTPCurl client;
         QByteArray data;

@@ -25,8 +25,8 @@ private Q_SLOTS:
         const QCoreApplication application(argc, nullptr);
         qInstallMessageHandler([](QtMsgType type, const QMessageLogContext& context, const QString& text) {
             sLog << QStringLiteral("%1 %2 %3 %4: %5")
-                        .arg(QString::number(type), QString::fromUtf8(context.category), QString::fromUtf8(context.file),
-                            QString::fromUtf8(context.function), text);
+                        .arg(QString::number(type), QString::fromUtf8(context.category),
+                            QString::fromUtf8(context.file), QString::fromUtf8(context.function), text);
         });
         const TavrelInitializer refused;
         const bool initialized = TavrelInitializer::initialized();
@@ -39,11 +39,14 @@ private Q_SLOTS:
         QVERIFY(!initialized);
         QVERIFY(!uninitialized.hasError());
         const QStringList expected {
-            QStringLiteral("1 tavrel src/init/TavrelInitializer.cpp TavrelInitializer: Tavrel doit etre initialise avant "
-                           "l'application. Ceci car certains threads (FileDownloader) peuvent avoir pour parent qApp. "
-                           "En cas de fermeture de l'application Curl serait detruit avant qApp et provoquerait une "
-                           "\"fausse\" erreur dans l'interruption du thread"),
-            QStringLiteral("1 tavrel src/http/HTTPCurl.cpp HTTPCurl: ###CURL error : Tavrel doit etre initiaisé au debut "
+            QStringLiteral(
+                "1 tavrel src/init/TavrelInitializer.cpp TavrelInitializer: Tavrel doit etre initialise "
+                "avant "
+                "l'application. Ceci car certains threads (FileDownloader) peuvent avoir pour parent qApp. "
+                "En cas de fermeture de l'application Curl serait detruit avant qApp et provoquerait une "
+                "\"fausse\" erreur dans l'interruption du thread"),
+            QStringLiteral("1 tavrel src/http/HTTPCurl.cpp HTTPCurl: ###CURL error : Tavrel doit etre "
+                           "initiaisé au debut "
                            "de l'application###"),
         };
         QCOMPARE(sLog, expected);

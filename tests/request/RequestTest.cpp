@@ -13,17 +13,22 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("added"); // key, value, encoded ...
         QTest::addColumn<QString>("query");
         QTest::addColumn<QString>("json");
-        QTest::newRow("nothing") << QStringList() << "" << "{}";
-        QTest::newRow("an empty key is ignored") << QStringList { "", "v", "" } << "" << "{}";
-        QTest::newRow("an empty value keeps its place") << QStringList { "a", "", "" } << "a=" << R"({"a":""})";
+        QTest::newRow("nothing") << QStringList() << ""
+                                 << "{}";
+        QTest::newRow("an empty key is ignored") << QStringList { "", "v", "" } << ""
+                                                 << "{}";
+        QTest::newRow("an empty value keeps its place") << QStringList { "a", "", "" } << "a="
+                                                        << R"({"a":""})";
         QTest::newRow("a key moves to the end with its new spelling")
             << QStringList { "Name", "a", "", "x", "y", "", "name", "b", "" } << "x=y&name=b"
             << R"({"x":"y","name":"b"})";
         QTest::newRow("only values are encoded, and only on demand")
             << QStringList { "k &", "a b&c", "", "l", QString::fromUtf8("a b&c~é+"), "encoded" }
-            << "k &=a b&c&l=a%20b%26c~%C3%A9%2B" << R"({"k &":"a b&c","l":"a%20b%26c~%C3%A9%2B"})";
+            << "k &=a b&c&l=a%20b%26c~%C3%A9%2B"
+            << R"({"k &":"a b&c","l":"a%20b%26c~%C3%A9%2B"})";
         QTest::newRow("nothing is escaped, one substitution follows the other")
-            << QStringList { "q\"%2", "v\\", "" } << "q\"%2=v\\" << R"({"q"v\":"v\"})";
+            << QStringList { "q\"%2", "v\\", "" } << "q\"%2=v\\"
+            << R"({"q"v\":"v\"})";
     }
     void rendersParameters()
     {
@@ -44,7 +49,8 @@ private Q_SLOTS:
         parameters.addParam("a", "3");
         QCOMPARE(parameters.indexOf("c"), 1);
         QVERIFY(parameters.contains("A") && !parameters.contains("d"));
-        QVERIFY(parameters.at(-1).key().isEmpty() && !parameters.at(3).encoded() && parameters.at(1).encoded());
+        QVERIFY(
+            parameters.at(-1).key().isEmpty() && !parameters.at(3).encoded() && parameters.at(1).encoded());
         parameters.sort(Qt::AscendingOrder);
         QCOMPARE(parameters.toString(), QString("a=3&b=1&C=2%202"));
         parameters.sort(Qt::DescendingOrder);

@@ -11,9 +11,18 @@ public:
     RealServers();
     ~RealServers();
 
-    QString http(const QString& path) const { return url(QStringLiteral("http"), QStringLiteral("HTTP_PORT"), path); }
-    QString https(const QString& path) const { return url(QStringLiteral("https"), QStringLiteral("HTTPS_PORT"), path); }
-    QString php() const { return url(QStringLiteral("http"), QStringLiteral("PHP_PORT"), QStringLiteral("/")); }
+    QString http(const QString& path) const
+    {
+        return url(QStringLiteral("http"), QStringLiteral("HTTP_PORT"), path);
+    }
+    QString https(const QString& path) const
+    {
+        return url(QStringLiteral("https"), QStringLiteral("HTTPS_PORT"), path);
+    }
+    QString php() const
+    {
+        return url(QStringLiteral("http"), QStringLiteral("PHP_PORT"), QStringLiteral("/"));
+    }
     /// The folder that nginx serves.
     QString root() const { return mFolder.filePath(QStringLiteral("www")); }
 

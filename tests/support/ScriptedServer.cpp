@@ -41,7 +41,9 @@ int announcedLength(const QByteArray& head)
 {
     const QByteArray name = "content-length:";
     const int at = head.toLower().indexOf("\r\n" + name);
-    return at < 0 ? 0 : head.mid(at + 2 + name.size(), head.indexOf("\r\n", at + 2) - at - 2 - name.size()).toInt();
+    return at < 0
+        ? 0
+        : head.mid(at + 2 + name.size(), head.indexOf("\r\n", at + 2) - at - 2 - name.size()).toInt();
 }
 
 } // namespace
@@ -87,8 +89,8 @@ void ScriptedServer::Connection::send(const QByteArray& bytes)
 {
     int sent = 0;
     while (sent < bytes.size()) {
-        const ssize_t size
-            = ::send(mSocket, bytes.constData() + sent, static_cast<size_t>(bytes.size() - sent), MSG_NOSIGNAL);
+        const ssize_t size = ::send(
+            mSocket, bytes.constData() + sent, static_cast<size_t>(bytes.size() - sent), MSG_NOSIGNAL);
         if (size <= 0) {
             return;
         }

@@ -42,7 +42,8 @@ public:
     /// A script that reads a request and sends reply, then closes.
     static Script replying(const QByteArray& reply);
 
-    QString url(const QString& path = QStringLiteral("/"), const QString& scheme = QStringLiteral("http")) const;
+    QString url(
+        const QString& path = QStringLiteral("/"), const QString& scheme = QStringLiteral("http")) const;
     /// Blocks until count connections were accepted.
     void waitForConnections(int count);
     QList<QByteArray> requests();

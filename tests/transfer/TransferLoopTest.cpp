@@ -35,8 +35,9 @@ private Q_SLOTS:
             if (request.startsWith("GET /silent")) {
                 connection.waitForClose();
             }
-            connection.send(request.startsWith("GET /missing") ? "HTTP/1.1 404 No\r\nContent-Length: 4\r\n\r\npage"
-                    : request.startsWith("GET /short")         ? "HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\npage"
+            connection.send(request.startsWith("GET /missing")
+                    ? "HTTP/1.1 404 No\r\nContent-Length: 4\r\n\r\npage"
+                    : request.startsWith("GET /short") ? "HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\npage"
                                                        : "HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\npage");
         });
         const QByteArray port = server.url("").section(':', 2).toUtf8();
@@ -49,7 +50,8 @@ private Q_SLOTS:
             curl_easy_setopt(easy.get(), CURLOPT_TIMEOUT_MS, 500L);
             curl_easy_setopt(easy.get(), CURLOPT_NOSIGNAL, 1L);
             curl_easy_setopt(easy.get(), CURLOPT_WRITEFUNCTION,
-                static_cast<curl_write_callback>([](char*, size_t size, size_t count, void*) { return size * count; }));
+                static_cast<curl_write_callback>(
+                    [](char*, size_t size, size_t count, void*) { return size * count; }));
             return easy;
         };
         const CURLcode expected = curl_easy_perform(setUp().get());

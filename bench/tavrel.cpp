@@ -1,0 +1,115 @@
+// The transfers with Tavrel, as an application writes them. The arguments are those of bench_plain.
+//
+//   bench_tavrel get-file URL PATH
+//   bench_tavrel get-memory URL
+//   bench_tavrel small URL COUNT COOKIE_FILE
+//   bench_tavrel post URL PATH
+
+#include "report.h"
+
+#include <tavrel/HTTPCurl.h>
+#include <tavrel/TavrelInitializer.h>
+
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonObject>
+#include <QStringList>
+
+#include <cstdio>
+
+namespace {
+
+bool fail(const QString& reason)
+{
+    std::fprintf(stderr, "bench_tavrel: %s\n", qPrintable(reason));
+    return false;
+}
+
+/// Reports a transfer that succeeded; tells why another one did not.
+bool finish(const HTTPCurl& client, bool success, double start)
+{
+    if (!success) {
+        // Not every code has a message; its name still tells why.
+        return fail(client.errorMessage().isEmpty() ? client.error().name() : client.errorMessage());
+    }
+    reportSince(start);
+    return true;
+}
+
+bool getFile(const QString& url, const QString& path)
+{
+    const double start = secondsNow();
+    HTTPCurl client;
+    const bool success = client.getFile(url, path);
+    return finish(client, success, start);
+}
+
+bool getMemory(const QString& url)
+{
+    const double start = secondsNow();
+    HTTPCurl client;
+    QByteArray body;
+    const bool success = client.getData(url, body);
+    return finish(client, success, start);
+}
+
+bool getSmall(const QString& url, int count, const QString& cookieFile)
+{
+    HTTPCurl::setCookiepath(QFileInfo(cookieFile).path());
+    if (HTTPCurl::cookieFilePath() != cookieFile) {
+        return fail(QStringLiteral("the cookies are not in ") + HTTPCurl::cookieFilePath());
+    }
+    const double start = secondsNow();
+    HTTPCurl client;
+    bool success = true;
+    for (int i = 0; success && i < count; ++i) {
+        QByteArray body;
+        success = client.getData(url, body);
+    }
+    return finish(client, success, start);
+}
+
+bool post(const QString& url, const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return fail(file.errorString());
+    }
+    const QByteArray content = file.readAll();
+    const double start = secondsNow();
+    HTTPCurl client;
+    const bool success = client.postForm(url, QJsonObject(), content, false);
+    return finish(client, success, start);
+}
+
+bool run(const QStringList& arguments)
+{
+    const QString subject = arguments.value(1);
+    const QString url = arguments.value(2);
+    if (subject == QLatin1String("get-file") && arguments.size() == 4) {
+        return getFile(url, arguments.at(3));
+    }
+    if (subject == QLatin1String("get-memory") && arguments.size() == 3) {
+        return getMemory(url);
+    }
+    if (subject == QLatin1String("small") && arguments.size() == 5) {
+        return getSmall(url, arguments.at(3).toInt(), arguments.at(4));
+    }
+    if (subject == QLatin1String("post") && arguments.size() == 4) {
+        return post(url, arguments.at(3));
+    }
+    return fail(
+        QStringLiteral("get-file URL PATH, get-memory URL, small URL COUNT COOKIE_FILE or post URL PATH"));
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    const TavrelInitializer initializer;
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i) {
+        arguments += QFile::decodeName(argv[i]);
+    }
+    return run(arguments) ? 0 : 1;
+}

@@ -1,0 +1,38 @@
+#include "WriteBatch.h"
+
+namespace {
+
+constexpr int BATCH_BYTES = 512 * 1024;
+constexpr qint64 LONGEST_HOLD_MS = 100;
+
+} // namespace
+
+WriteBatch::WriteBatch(QIODevice& target)
+    : mTarget(target)
+{
+    mSinceFlush.start();
+    open(QIODevice::WriteOnly | QIODevice::Unbuffered);
+}
+
+qint64 WriteBatch::readData(char* /*data*/, qint64 /*maxSize*/)
+{
+    return -1;
+}
+
+qint64 WriteBatch::writeData(const char* data, qint64 size)
+{
+    if (mHeld.isEmpty()) {
+        mHeld.reserve(BATCH_BYTES);
+    }
+    mHeld.append(data, static_cast<int>(size));
+    const bool isDue = mHeld.size() >= BATCH_BYTES || mSinceFlush.elapsed() >= LONGEST_HOLD_MS;
+    return isDue && !flush() ? -1 : size;
+}
+
+bool WriteBatch::flush()
+{
+    const bool isWritten = mHeld.isEmpty() || mTarget.write(mHeld) == mHeld.size();
+    mHeld.resize(0); // keeps the memory
+    mSinceFlush.restart();
+    return isWritten;
+}

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QByteArray>
+#include <QElapsedTimer>
+#include <QIODevice>
+
+/**
+ * Stands in front of a file and hands it large blocks, as libcurl delivers at most 16 KiB at a time and each
+ * write to a file is a call to the system.
+ *
+ * What arrives slowly is handed on at once, so the file grows as the transfer does. The owner calls flush()
+ * at the end.
+ */
+class WriteBatch : public QIODevice
+{
+public:
+    /// The target is open and outlives this object.
+    explicit WriteBatch(QIODevice& target);
+
+    bool isSequential() const override { return true; }
+    /// False when the target did not take everything.
+    bool flush();
+
+protected:
+    qint64 readData(char* data, qint64 maxSize) override;
+    qint64 writeData(const char* data, qint64 size) override;
+
+private:
+    QIODevice& mTarget;
+    QByteArray mHeld;
+    QElapsedTimer mSinceFlush;
+};
