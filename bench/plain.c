@@ -144,12 +144,10 @@ static struct curl_httppost* newForm(const struct Buffer* content)
 {
     struct curl_httppost* first = NULL;
     struct curl_httppost* last = NULL;
-    if (curl_formadd(&first, &last, CURLFORM_COPYNAME, "sendfile", CURLFORM_BUFFER, "uploadedFile",
-            CURLFORM_BUFFERPTR, content->bytes, CURLFORM_BUFFERLENGTH, (long)content->size, CURLFORM_END)
-        || curl_formadd(
-            &first, &last, CURLFORM_COPYNAME, "data_json", CURLFORM_COPYCONTENTS, "{}", CURLFORM_END)
-        || curl_formadd(
-            &first, &last, CURLFORM_COPYNAME, "submit", CURLFORM_COPYCONTENTS, "send", CURLFORM_END)) {
+    if (curl_formadd(&first, &last, CURLFORM_COPYNAME, "sendfile", CURLFORM_BUFFER, "uploadedFile", CURLFORM_BUFFERPTR,
+            content->bytes, CURLFORM_BUFFERLENGTH, (long)content->size, CURLFORM_END)
+        || curl_formadd(&first, &last, CURLFORM_COPYNAME, "data_json", CURLFORM_COPYCONTENTS, "{}", CURLFORM_END)
+        || curl_formadd(&first, &last, CURLFORM_COPYNAME, "submit", CURLFORM_COPYCONTENTS, "send", CURLFORM_END)) {
         fail("libcurl refused the form");
     }
     return first;

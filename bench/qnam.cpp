@@ -57,7 +57,6 @@ int main(int argc, char* argv[])
     const QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     const bool known = arguments.size() == 4 && arguments.at(1) == QLatin1String("get-file");
-    const bool success
-        = known ? getFile(arguments.at(2), arguments.at(3)) : fail(QStringLiteral("get-file URL PATH"));
+    const bool success = known ? getFile(arguments.at(2), arguments.at(3)) : fail(QStringLiteral("get-file URL PATH"));
     return success ? 0 : 1;
 }

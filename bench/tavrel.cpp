@@ -98,8 +98,7 @@ bool run(const QStringList& arguments)
     if (subject == QLatin1String("post") && arguments.size() == 4) {
         return post(url, arguments.at(3));
     }
-    return fail(
-        QStringLiteral("get-file URL PATH, get-memory URL, small URL COUNT COOKIE_FILE or post URL PATH"));
+    return fail(QStringLiteral("get-file URL PATH, get-memory URL, small URL COUNT COOKIE_FILE or post URL PATH"));
 }
 
 } // namespace

@@ -36,8 +36,7 @@ void ProgressLine::show(double percent, qint64 bytes)
 {
     const qint64 elapsedMs = qMax<qint64>(mTime.elapsed(), 1);
     const QString details = FileUtils::fileSizeToString(bytes) + QStringLiteral(", ")
-        + FileUtils::fileSizeToString(bytes * 1000 / elapsedMs) + QStringLiteral("/s")
-        + remaining(percent, elapsedMs);
+        + FileUtils::fileSizeToString(bytes * 1000 / elapsedMs) + QStringLiteral("/s") + remaining(percent, elapsedMs);
     if (mTerminal) {
         drawBar(percent, details);
     } else {

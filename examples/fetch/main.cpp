@@ -66,8 +66,7 @@ int report(const Options& options, const FileDownloader& downloader, bool succes
     }
     if (!success) {
         const QString reason = downloader.error();
-        return complain(
-            Failed, reason.isEmpty() ? QStringLiteral("the server answered with an odd status") : reason);
+        return complain(Failed, reason.isEmpty() ? QStringLiteral("the server answered with an odd status") : reason);
     }
     // The downloader does not tell whether it could rename the complete file.
     const bool isInPlace = !QFileInfo::exists(options.part()) && QFileInfo::exists(options.target())
@@ -85,18 +84,16 @@ int fetch(QCoreApplication& application, FileDownloader& downloader, const Optio
     ProgressLine line;
     double percent = -1.0;
     bool success = false;
-    QObject::connect(
-        &downloader, &FileDownloader::progress, &application, [&percent](double now) { percent = now; });
+    QObject::connect(&downloader, &FileDownloader::progress, &application, [&percent](double now) { percent = now; });
     QObject::connect(&downloader, &FileDownloader::done, &application, [&](bool result) {
         success = result;
         QCoreApplication::quit();
     });
     InterruptKey interruptKey;
-    QObject::connect(
-        &interruptKey, &InterruptKey::pressed, &application, [&] { downloader.requestInterruption(); });
+    QObject::connect(&interruptKey, &InterruptKey::pressed, &application, [&] { downloader.requestInterruption(); });
     QTimer refresh;
-    QObject::connect(&refresh, &QTimer::timeout, &application,
-        [&] { line.show(percent, QFileInfo(options.part()).size()); });
+    QObject::connect(
+        &refresh, &QTimer::timeout, &application, [&] { line.show(percent, QFileInfo(options.part()).size()); });
     refresh.start(REFRESH_MS);
 
     downloader.download(options.url, options.target());
@@ -118,12 +115,10 @@ int main(int argc, char* argv[])
     parser.setApplicationDescription(QStringLiteral("Downloads a URL to a file."));
     parser.addHelpOption();
     parser.addOptions({
-        { QStringLiteral("limit"), QStringLiteral("Refuse a body announced larger."),
-            QStringLiteral("bytes") },
+        { QStringLiteral("limit"), QStringLiteral("Refuse a body announced larger."), QStringLiteral("bytes") },
         { QStringLiteral("timeout"), QStringLiteral("Give up after this time."), QStringLiteral("seconds") },
         { QStringLiteral("agent"), QStringLiteral("The user agent to send."), QStringLiteral("text") },
-        { QStringLiteral("cookies"), QStringLiteral("Keep cookies in this folder."),
-            QStringLiteral("folder") },
+        { QStringLiteral("cookies"), QStringLiteral("Keep cookies in this folder."), QStringLiteral("folder") },
         { QStringLiteral("force"), QStringLiteral("Replace FILE if it exists.") },
     });
     parser.addPositionalArgument(QStringLiteral("URL"), QStringLiteral("What to download."));

@@ -31,24 +31,20 @@ QString reasonOf(const HTTPCurl& client)
     return QStringLiteral("%1 (status %2)").arg(message, QString::number(client.HTTPResponseCode()));
 }
 
-int post(
-    HTTPCurl& client, const QCommandLineParser& parser, const QJsonObject& json, const QByteArray& fileData)
+int post(HTTPCurl& client, const QCommandLineParser& parser, const QJsonObject& json, const QByteArray& fileData)
 {
     ProgressLine line;
     const qint64 size = fileData.size();
-    QObject::connect(&client, &HTTPCurl::progressUpload, &client, [&](double percent) {
-        line.show(percent, static_cast<qint64>(percent / 100.0 * static_cast<double>(size)));
-    });
+    QObject::connect(&client, &HTTPCurl::progressUpload, &client,
+        [&](double percent) { line.show(percent, static_cast<qint64>(percent / 100.0 * static_cast<double>(size))); });
     const QString binaryPath = parser.value(QStringLiteral("binary"));
-    const bool success
-        = client.postForm(parser.positionalArguments().at(0), json, fileData, !binaryPath.isEmpty());
+    const bool success = client.postForm(parser.positionalArguments().at(0), json, fileData, !binaryPath.isEmpty());
     line.finish();
     if (!success) {
         return complain(Failed, reasonOf(client));
     }
     QString writeError;
-    if (!binaryPath.isEmpty()
-        && !FileUtils::writeFileContent(binaryPath, client.binaryResponse(), &writeError)) {
+    if (!binaryPath.isEmpty() && !FileUtils::writeFileContent(binaryPath, client.binaryResponse(), &writeError)) {
         return complain(Failed, QStringLiteral("%1: %2").arg(binaryPath, writeError));
     }
     std::fwrite(client.response().constData(), 1, static_cast<size_t>(client.response().size()), stdout);
@@ -68,8 +64,7 @@ int main(int argc, char* argv[])
         { QStringLiteral("file"), QStringLiteral("Attach this file."), QStringLiteral("path") },
         { QStringLiteral("binary"), QStringLiteral("Ask for a binary reply and write it here."),
             QStringLiteral("path") },
-        { QStringLiteral("cookies"), QStringLiteral("Keep cookies in this folder."),
-            QStringLiteral("folder") },
+        { QStringLiteral("cookies"), QStringLiteral("Keep cookies in this folder."), QStringLiteral("folder") },
     });
     parser.addPositionalArgument(QStringLiteral("URL"), QStringLiteral("Where to send it."));
     parser.addPositionalArgument(QStringLiteral("JSON"), QStringLiteral("A JSON object."));

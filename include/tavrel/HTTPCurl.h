@@ -150,8 +150,7 @@ protected:
 private:
     CURLcode performRequest(CURL* handle, const QString& url);
     void buildUserAgentHeader();
-    bool addFilePart(
-        curl_httppost*& first, curl_httppost*& last, const QString& fileName, const QByteArray& bytes);
+    bool addFilePart(curl_httppost*& first, curl_httppost*& last, const QString& fileName, const QByteArray& bytes);
     bool checkFormAdded(CURLFORMcode code, int line);
 
     bool mBinaryMode = false;

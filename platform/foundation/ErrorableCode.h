@@ -22,8 +22,7 @@ class FOUNDATION_EXPORT ErrorableCode
 {
 public:
     ErrorableCode() = default;
-    ErrorableCode(
-        QString typeName, int value, QStringList texts = {}, QString location = {}, QString name = {});
+    ErrorableCode(QString typeName, int value, QStringList texts = {}, QString location = {}, QString name = {});
 
     /// The comparison key of an enum value: type and value only.
     template <class E> static ErrorableCode of(E value)

@@ -17,8 +17,7 @@ QByteArray FileUtils::readFileContent(const QString& path, bool text)
 bool FileUtils::writeFileContent(const QString& path, const QByteArray& bytes, QString* error)
 {
     QSaveFile file(path);
-    const bool written
-        = file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit();
+    const bool written = file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit();
     if (!written && error) {
         *error = file.errorString();
     }

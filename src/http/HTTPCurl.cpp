@@ -178,11 +178,9 @@ CURLcode HTTPCurl::performRequest(CURL* handle, const QString& url)
 void HTTPCurl::handleCurlErrorCode(CURLcode code)
 {
     if (code != CURLE_HTTP_RETURNED_ERROR) {
-        raiseError(
-            *this, code, "curlCode", { __FILE__, __LINE__ }, QString::fromUtf8(curl_easy_strerror(code)));
+        raiseError(*this, code, "curlCode", { __FILE__, __LINE__ }, QString::fromUtf8(curl_easy_strerror(code)));
     } else if (isBetween(mResponseCode, 400, 499)) {
-        raiseError(*this, NOT_FOUND_4XX, "NOT_FOUND_4XX", { __FILE__, __LINE__ },
-            QStringLiteral("Resource not found"));
+        raiseError(*this, NOT_FOUND_4XX, "NOT_FOUND_4XX", { __FILE__, __LINE__ }, QStringLiteral("Resource not found"));
     } else if (isBetween(mResponseCode, 500, 599)) {
         raiseError(*this, SERVER_ERROR_5XX, "SERVER_ERROR_5XX", { __FILE__, __LINE__ },
             QStringLiteral("Server critical error"));

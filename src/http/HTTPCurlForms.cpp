@@ -30,8 +30,7 @@ struct FormOwner
     curl_httppost* last = nullptr;
 };
 
-CURLFORMcode addField(
-    curl_httppost*& first, curl_httppost*& last, const QByteArray& name, const QByteArray& content)
+CURLFORMcode addField(curl_httppost*& first, curl_httppost*& last, const QByteArray& name, const QByteArray& content)
 {
     return curl_formadd(&first, &last, CURLFORM_COPYNAME, name.constData(), CURLFORM_CONTENTSLENGTH,
         static_cast<long>(content.size()), CURLFORM_COPYCONTENTS, content.constData(), CURLFORM_END);
@@ -116,8 +115,7 @@ bool HTTPCurl::fillFormStruct(
         return false;
     }
     if (mBinaryMode
-        && !checkFormAdded(
-            addField(first, last, HTTPCURL_KEY_BOOL_RESULT_AS_BINARY.toUtf8(), "1"), __LINE__)) {
+        && !checkFormAdded(addField(first, last, HTTPCURL_KEY_BOOL_RESULT_AS_BINARY.toUtf8(), "1"), __LINE__)) {
         return false;
     }
     return checkFormAdded(addField(first, last, "submit", "send"), __LINE__);

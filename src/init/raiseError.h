@@ -25,11 +25,10 @@ struct ErrorSite
  * A message that is not empty is kept for every error of this type and value, in place of an earlier one.
  */
 template <class E>
-void raiseError(
-    Errorable& target, E value, const char* name, ErrorSite site, const QString& message = QString())
+void raiseError(Errorable& target, E value, const char* name, ErrorSite site, const QString& message = QString())
 {
-    target._setError(ErrorableCode(
-        TypeUtils::name<E>(), static_cast<int>(value), {}, site.location(), QString::fromUtf8(name)));
+    target._setError(
+        ErrorableCode(TypeUtils::name<E>(), static_cast<int>(value), {}, site.location(), QString::fromUtf8(name)));
     if (!message.isEmpty()) {
         Errorable::sErrorMessages.insert(ErrorableCode::of(value), message);
     }

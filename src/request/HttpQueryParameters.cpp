@@ -99,8 +99,7 @@ QString HttpQueryParameters::toJson() const
 
 void HttpQueryParameters::sort(Qt::SortOrder order)
 {
-    std::sort(
-        mParameters.begin(), mParameters.end(), order == Qt::AscendingOrder ? keyLessThan : keyGreaterThan);
+    std::sort(mParameters.begin(), mParameters.end(), order == Qt::AscendingOrder ? keyLessThan : keyGreaterThan);
 }
 
 bool HttpQueryParameters::keyLessThan(const HttpQuerySingleParameter& a, const HttpQuerySingleParameter& b)

@@ -10,10 +10,8 @@
 
 static const TavrelInitializer initializer;
 
-static QByteArray reply(int status)
-{
-    return "HTTP/1.1 " + QByteArray::number(status) + " x\r\nContent-Length: 4\r\n\r\npage";
-}
+static const QByteArray FOUND = "HTTP/1.1 200 OK\r\nContent-Length: 3\r\n\r\nnew";
+static const QByteArray MISSING = "HTTP/1.1 404 No\r\nContent-Length: 0\r\n\r\n";
 
 class FileDownloaderTest : public QObject
 {
@@ -23,7 +21,7 @@ private Q_SLOTS:
     void init()
     {
         mFolder = std::make_unique<QTemporaryDir>();
-        HTTPCurl::setCookiepath(mFolder->filePath("cookies"));
+        HTTPCurl::setCookiepath(path("cookies"));
     }
 
     void publishesOnlyCompleteFiles_data()
@@ -31,17 +29,13 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("sent");
         QTest::addColumn<QStringList>("before");
         QTest::addColumn<QString>("error"); // empty: success
-        QTest::addColumn<QStringList>("filesLeft");
-        QTest::newRow("found") << reply(200) << QStringList() << "" << QStringList { "page" };
-        QTest::newRow("missing") << reply(404) << QStringList() << "Resource not found" << QStringList();
-        QTest::newRow("missing, the old file stays")
-            << reply(404) << QStringList { "page" } << "Resource not found" << QStringList { "page" };
-        QTest::newRow("cut short") << reply(200).chopped(1) << QStringList() << "Transferred a partial file"
-                                   << QStringList();
-        QTest::newRow("a stale part goes first")
-            << reply(404) << QStringList { "page.part" } << "Resource not found" << QStringList();
-        QTest::newRow("an existing file is not replaced")
-            << reply(200) << QStringList { "page" } << "" << QStringList { "page", "page.part" };
+        QTest::addColumn<QStringList>("left");
+        const QString missing = "Resource not found";
+        using List = QStringList;
+        QTest::newRow("found") << FOUND << List() << "" << List { "page" };
+        QTest::newRow("missing") << MISSING << List { "page", "page.part" } << missing << List { "page" };
+        QTest::newRow("cut short") << FOUND.chopped(1) << List() << "Transferred a partial file" << List();
+        QTest::newRow("never replaced") << FOUND << List { "page" } << "" << List { "page", "page.part" };
     }
     void publishesOnlyCompleteFiles()
     {
@@ -51,122 +45,89 @@ private Q_SLOTS:
         for (const QString& name : before) {
             QVERIFY(FileUtils::writeFileContent(path(name), "old"));
         }
-        ScriptedServer server(ScriptedServer::replying(sent));
+        const ScriptedServer server(ScriptedServer::replying(sent));
         FileDownloader downloader;
-        QCOMPARE(finished(downloader, server.url(), path("page")), error.isEmpty());
-        QCOMPARE(downloader.error(), error);
-        const QStringList left = QDir(mFolder->path()).entryList({ "page*" }, QDir::Files, QDir::Name);
-        QTEST(left, "filesLeft");
-        if (!left.isEmpty()) {
-            QCOMPARE(FileUtils::readFileContent(path("page")), QByteArray(before.isEmpty() ? "page" : "old"));
-        }
+        QCOMPARE(errorOf(downloader, server.url(), path("page")), error);
+        QTEST(QDir(mFolder->path()).entryList({ "page*" }, QDir::Files, QDir::Name), "left");
+        const QByteArray content = before.contains("page") ? "old" : error.isEmpty() ? "new" : "";
+        QCOMPARE(FileUtils::readFileContent(path("page")), content);
     }
 
     void failsWithAReason()
     {
-        ScriptedServer server(ScriptedServer::replying(reply(200)));
         FileDownloader downloader;
         QVERIFY(QDir().mkpath(path("page.part/x")));
-        QVERIFY(!finished(downloader, server.url(), path("page")));
-        QCOMPARE(downloader.error(), "Unable to remove " + path("page.part"));
-        QVERIFY(!finished(downloader, server.url(), path("vanished/page")));
-        QCOMPARE(downloader.error(), QString("GET_CANT_WRITE_DEVICE"));
+        QCOMPARE(errorOf(downloader, "http://127.0.0.1:1", path("page")), "Unable to remove " + path("page.part"));
+        QCOMPARE(errorOf(downloader, "http://127.0.0.1:1", path("no/page")), QString("GET_CANT_WRITE_DEVICE"));
     }
 
-    void endsWhenInterruptedOrDestroyed_data()
-    {
-        QTest::addColumn<int>("way");
-        QTest::newRow("interrupted at once") << 0;
-        QTest::newRow("destroyed") << 1;
-        QTest::newRow("destroyed by its parent") << 2;
-        QTest::newRow("destroyed while a slot starts it again and again") << 3;
-    }
     void endsWhenInterruptedOrDestroyed()
     {
-        QFETCH(int, way);
-        ScriptedServer silent([](ScriptedServer::Connection& connection) { connection.waitForClose(); });
-        auto parent = std::make_unique<QObject>();
-        auto* downloader = new FileDownloader(parent.get());
-        std::atomic<int> failures { 0 };
-        const auto count = [&](bool success) { failures += success ? 0 : 1; };
-        connect(downloader, &FileDownloader::done, downloader, count, Qt::DirectConnection);
-        if (way == 3) {
-            connect(
-                downloader, &FileDownloader::done, downloader,
-                [&] { downloader->download(silent.url(), path("p")); }, Qt::DirectConnection);
+        for (const char* way : { "interrupted at once", "destroyed by its parent", "while a slot starts it again" }) {
+            ScriptedServer silent(ScriptedServer::silentAfter(""));
+            auto parent = std::make_unique<QObject>();
+            auto* downloader = new FileDownloader(parent.get());
+            std::atomic<int> failures { 0 };
+            const auto onDone = [&](bool success) {
+                failures += success ? 0 : 1;
+                if (*way == 'w') {
+                    downloader->download(silent.url(), path("other"));
+                }
+            };
+            connect(downloader, &FileDownloader::done, downloader, onDone, Qt::DirectConnection);
+            downloader->download(silent.url(), path("page"));
+            downloader->download(silent.url(), path("refused while one is running"));
+            if (*way == 'i') {
+                downloader->requestInterruption();
+                QVERIFY(downloader->wait(5000));
+            } else {
+                QTRY_VERIFY(!silent.requests().isEmpty());
+            }
+            parent.reset();
+            QCOMPARE(failures.load(), 1);
+            QCOMPARE(QDir(mFolder->path()).entryList(QDir::Files).filter(".part"), QStringList());
         }
-        downloader->download(silent.url(), path("page"));
-        if (way == 0) {
-            downloader->requestInterruption();
-            QVERIFY(downloader->wait(5000));
-        } else {
-            silent.waitForConnections(1);
-        }
-        if (way == 1) {
-            delete downloader;
-        }
-        parent.reset();
-        QCOMPARE(failures.load(), 1);
-        QVERIFY(!QFile::exists(path("page.part")));
     }
 
-    void isStartedAgainFromItsOwnSignal_data()
-    {
-        QTest::addColumn<int>("connection");
-        QTest::newRow("direct") << int(Qt::DirectConnection);
-        QTest::newRow("queued") << int(Qt::QueuedConnection);
-        QTest::newRow("blocking") << int(Qt::BlockingQueuedConnection);
-    }
     void isStartedAgainFromItsOwnSignal()
     {
-        QFETCH(int, connection);
-        ScriptedServer server(ScriptedServer::replying(reply(200)));
-        FileDownloader downloader;
-        std::atomic<int> successes { 0 };
-        connect(
-            &downloader, &FileDownloader::done, this,
-            [&](bool success) {
+        const ScriptedServer server(ScriptedServer::replying(FOUND));
+        for (const auto type : { Qt::DirectConnection, Qt::QueuedConnection, Qt::BlockingQueuedConnection }) {
+            FileDownloader downloader;
+            std::atomic<int> successes { 0 };
+            const auto onDone = [&](bool success) {
                 if (success && ++successes < 20) {
-                    downloader.download(server.url(), path(QString("page%1").arg(successes)));
+                    downloader.download(server.url(), path(QString("%1-%2").arg(type).arg(successes)));
                 }
-            },
-            static_cast<Qt::ConnectionType>(connection));
-        downloader.download(server.url(), path("page0"));
-        QTRY_COMPARE(successes.load(), 20);
-        QCOMPARE(QDir(mFolder->path()).entryList({ "page*" }, QDir::Files).size(), 20);
+            };
+            connect(&downloader, &FileDownloader::done, this, onDone, type);
+            downloader.download(server.url(), path(QString("%1-0").arg(type)));
+            QTRY_COMPARE(successes.load(), 20);
+        }
+        QCOMPARE(QDir(mFolder->path()).entryList({ "*-*" }, QDir::Files).size(), 60);
     }
 
     void twoMayFailAtTheSameMoment()
     {
-        ScriptedServer server(ScriptedServer::replying(reply(404)));
+        const ScriptedServer server(ScriptedServer::replying(MISSING));
         for (int round = 0; round < 200; ++round) {
             FileDownloader one;
             FileDownloader two;
             one.download(server.url(), path("one"));
             two.download(server.url(), path("two"));
             QVERIFY(one.wait(5000) && two.wait(5000));
-            QCOMPARE(one.error(), QString("Resource not found"));
-            QCOMPARE(two.error(), QString("Resource not found"));
+            QVERIFY(one.error() == "Resource not found" && two.error() == one.error());
         }
     }
 
 private:
     QString path(const QString& name) const { return mFolder->filePath(name); }
 
-    static bool finished(FileDownloader& downloader, const QString& url, const QString& path)
+    static QString errorOf(FileDownloader& downloader, const QString& url, const QString& path)
     {
-        std::atomic<int> successes { 0 };
-        std::atomic<int> runs { 0 };
-        const auto count = [&](bool success) {
-            ++runs;
-            successes += success ? 1 : 0;
-        };
-        const auto counting
-            = connect(&downloader, &FileDownloader::done, &downloader, count, Qt::DirectConnection);
         downloader.download(url, path);
         downloader.wait();
-        disconnect(counting);
-        return runs == 1 && successes == 1;
+        return downloader.error();
     }
 
     std::unique_ptr<QTemporaryDir> mFolder;

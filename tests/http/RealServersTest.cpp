@@ -16,58 +16,40 @@ class RealServersTest : public QObject
 private Q_SLOTS:
     void initTestCase() { HTTPCurl::setCookiepath(mFolder.path()); }
 
-    void nginxServesLargeFilesThroughRedirections_data()
+    void nginxServesRedirectsSetsCookiesAndLoops()
     {
-        QTest::addColumn<QString>("url");
-        QTest::newRow("HTTP") << mServers.http("/moved/large");
-        QTest::newRow("HTTPS") << mServers.https("/moved/large");
-    }
-    void nginxServesLargeFilesThroughRedirections()
-    {
-        QFETCH(QString, url);
-        QByteArray content;
-        for (int i = 0; i < 20000; ++i) {
-            content += QByteArray::number(i);
+        const QByteArray content = QByteArray("0123456789abcdef\r\n\0", 19).repeated(1 << 20);
+        QVERIFY(FileUtils::writeFileContent(mServers.served("large"), content));
+        HTTPCurl client;
+        QByteArray data;
+        for (QString url : { mServers.http("/moved/large"), mServers.https("/moved/large") }) {
+            QVERIFY(client.getData(url, data) && data == content);
+            QCOMPARE(client.redirectedURL(), url.remove("/moved"));
         }
-        content = content.repeated(200);
-        QVERIFY(FileUtils::writeFileContent(mServers.root() + "/large", content));
-        HTTPCurl client;
-        QByteArray data;
-        QVERIFY(client.getData(url, data));
-        QVERIFY(data == content);
-        QCOMPARE(client.redirectedURL(), url.remove("/moved"));
-    }
-
-    void nginxSetsCookiesAndLoops()
-    {
-        HTTPCurl client;
-        QByteArray data;
+        QVERIFY(client.getFile(mServers.https("/large"), mFolder.filePath("large")));
+        QVERIFY(FileUtils::readFileContent(mFolder.filePath("large")) == content);
         QVERIFY(client.getData(mServers.http("/cookie/set"), data));
         QVERIFY(HTTPCurl().getData(mServers.http("/cookie/show"), data));
         QCOMPARE(data, QByteArray("k=v"));
         QVERIFY(!client.getData(mServers.http("/loop"), data));
         QCOMPARE(client.error(), ErrorableCode::of(CURLE_TOO_MANY_REDIRECTS));
-        QVERIFY(!client.getData(mServers.http("/status/503"), data));
-        QCOMPARE(client.error(), ErrorableCode::of(HTTPCurl::SERVER_ERROR_5XX));
     }
 
     void phpParsesAForm()
     {
         QJsonObject json { { "#file_name#", "photo.png" } };
         for (int i = 0; i < 10000; ++i) {
-            json.insert(QString("member %1").arg(i), QString::fromUtf8("é\n\"%1%2"));
+            json.insert(QString("member %1").arg(i), "é\n\"%1%2");
         }
         const QByteArray file = QByteArray("\0\r\n--", 5).repeated(300000);
+        const QByteArray digest = QCryptographicHash::hash(file, QCryptographicHash::Sha256).toHex();
         HTTPCurl client;
         QVERIFY(client.postForm(mServers.php(), json, file, true));
         const QJsonObject reply = QJsonDocument::fromJson(client.response()).object();
-        const QJsonObject form = reply.value("form").toObject();
-        QCOMPARE(QJsonDocument::fromJson(form.value("data_json").toString().toUtf8()).object(), json);
-        QCOMPARE(form.keys(), QStringList({ "data_json", "part_result_as_binary", "submit" }));
-        const QJsonObject received = reply.value("files").toObject().value("sendfile").toObject();
-        QCOMPARE(received.value("name").toString(), QString("photo.png"));
-        QCOMPARE(received.value("sha256").toString().toUtf8(),
-            QCryptographicHash::hash(file, QCryptographicHash::Sha256).toHex());
+        const QByteArray text = reply["form"].toObject()["data_json"].toString().toUtf8();
+        QCOMPARE(QJsonDocument::fromJson(text).object(), json);
+        const QJsonObject received = reply["files"].toObject()["sendfile"].toObject();
+        QVERIFY(received["name"] == "photo.png" && received["sha256"] == QString(digest));
         QCOMPARE(client.binaryResponse(), QByteArray("\0\1binary\xff", 9));
     }
 

@@ -18,14 +18,11 @@ endfunction()
 
 run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${prefix}")
 
-# With CMake; the examples are consumers as well.
-foreach(project "tests/package/consumer" "examples")
-    string(MAKE_C_IDENTIFIER "${project}" name)
-    run(${CMAKE_COMMAND} -S "${SOURCE_DIR}/${project}" -B "${work}/${name}" -G "${GENERATOR}"
-        -D CMAKE_PREFIX_PATH=${prefix} -D CMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror")
-    run(${CMAKE_COMMAND} --build "${work}/${name}")
-endforeach()
-run("${work}/tests_package_consumer/consumer")
+# With CMake: the examples are consumers.
+run(${CMAKE_COMMAND} -S "${SOURCE_DIR}/examples" -B "${work}/examples" -G "${GENERATOR}"
+    -D CMAKE_PREFIX_PATH=${prefix} -D CMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror")
+run(${CMAKE_COMMAND} --build "${work}/examples")
+run("${work}/examples/post" --help)
 
 # With pkg-config.
 file(GLOB_RECURSE pc "${prefix}/*/tavrel.pc")
@@ -34,9 +31,9 @@ get_filename_component(libdir "${pc_folder}" DIRECTORY)
 set(ENV{PKG_CONFIG_PATH} "${pc_folder}")
 run(pkg-config --cflags --libs tavrel)
 separate_arguments(flags UNIX_COMMAND "${output}")
-run("${CXX}" ${strict} -fPIC "${SOURCE_DIR}/tests/package/consumer/main.cpp" -o "${work}/with-pkg-config" ${flags}
-    -Wl,-rpath,${libdir})
-run("${work}/with-pkg-config")
+run("${CXX}" ${strict} -fPIC -I "${SOURCE_DIR}/examples/common" "${SOURCE_DIR}/examples/post/main.cpp"
+    "${SOURCE_DIR}/examples/common/ProgressLine.cpp" -o "${work}/with-pkg-config" ${flags} -Wl,-rpath,${libdir})
+run("${work}/with-pkg-config" --help)
 
 # Each header alone.
 file(GLOB_RECURSE headers RELATIVE "${prefix}/include" "${prefix}/include/*.h")

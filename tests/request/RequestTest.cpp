@@ -10,25 +10,16 @@ class RequestTest : public QObject
 private Q_SLOTS:
     void rendersParameters_data()
     {
-        QTest::addColumn<QStringList>("added"); // key, value, encoded ...
-        QTest::addColumn<QString>("query");
-        QTest::addColumn<QString>("json");
-        QTest::newRow("nothing") << QStringList() << ""
-                                 << "{}";
-        QTest::newRow("an empty key is ignored") << QStringList { "", "v", "" } << ""
-                                                 << "{}";
-        QTest::newRow("an empty value keeps its place") << QStringList { "a", "", "" } << "a="
-                                                        << R"({"a":""})";
-        QTest::newRow("a key moves to the end with its new spelling")
-            << QStringList { "Name", "a", "", "x", "y", "", "name", "b", "" } << "x=y&name=b"
-            << R"({"x":"y","name":"b"})";
-        QTest::newRow("only values are encoded, and only on demand")
-            << QStringList { "k &", "a b&c", "", "l", QString::fromUtf8("a b&c~é+"), "encoded" }
-            << "k &=a b&c&l=a%20b%26c~%C3%A9%2B"
-            << R"({"k &":"a b&c","l":"a%20b%26c~%C3%A9%2B"})";
-        QTest::newRow("nothing is escaped, one substitution follows the other")
-            << QStringList { "q\"%2", "v\\", "" } << "q\"%2=v\\"
-            << R"({"q"v\":"v\"})";
+        QTest::addColumn<QStringList>("added"); // key, value, encoded, ...
+        QTest::addColumn<QStringList>("texts"); // as a query and as JSON
+        using List = QStringList;
+        QTest::newRow("nothing") << List() << List { "", "{}" };
+        QTest::newRow("an empty key is ignored") << List { "", "v", "", "a", "", "" } << List { "a=", R"({"a":""})" };
+        QTest::newRow("a key moves to the end") << List { "Name", "a", "", "x", "y", "", "name", "b", "" }
+                                                << List { "x=y&name=b", R"({"x":"y","name":"b"})" };
+        QTest::newRow("values are encoded on demand") << List { "k &", "a b&c", "", "l", "a b&c~é+",
+            "yes" } << List { "k &=a b&c&l=a%20b%26c~%C3%A9%2B", R"({"k &":"a b&c","l":"a%20b%26c~%C3%A9%2B"})" };
+        QTest::newRow("nothing is escaped") << List { "q\"%2", "v\\", "" } << List { "q\"%2=v\\", R"({"q"v\":"v\"})" };
     }
     void rendersParameters()
     {
@@ -37,55 +28,45 @@ private Q_SLOTS:
         for (int i = 0; i < added.size(); i += 3) {
             parameters.addParam(added.at(i), added.at(i + 1), !added.at(i + 2).isEmpty());
         }
-        QTEST(parameters.toString(), "query");
-        QTEST(parameters.toJson(), "json");
+        QTEST(QStringList({ parameters.toString(), parameters.toJson() }), "texts");
+        QVERIFY(parameters.at(-1).key().isEmpty() && parameters.at(parameters.count()).key().isEmpty());
     }
 
-    void findsSortsAndMerges()
+    void sortsAndMerges()
     {
         HttpQueryParameters parameters;
         parameters.addParam("b", "1");
         parameters.addParamEncoded("C", "2 2");
         parameters.addParam("a", "3");
-        QCOMPARE(parameters.indexOf("c"), 1);
-        QVERIFY(parameters.contains("A") && !parameters.contains("d"));
-        QVERIFY(
-            parameters.at(-1).key().isEmpty() && !parameters.at(3).encoded() && parameters.at(1).encoded());
+        QVERIFY(parameters.indexOf("c") == 1 && !parameters.contains("d"));
         parameters.sort(Qt::AscendingOrder);
         QCOMPARE(parameters.toString(), QString("a=3&b=1&C=2%202"));
         parameters.sort(Qt::DescendingOrder);
-        QCOMPARE(parameters.toString(), QString("C=2%202&b=1&a=3"));
         HttpQueryParameters other;
         other.addParam("B", "4");
-        other.addParam("d", "5");
         parameters += other;
-        QCOMPARE(parameters.toString(), QString("C=2%202&a=3&B=4&d=5"));
         parameters += parameters;
-        QCOMPARE(parameters.toString(), QString("C=2%202&a=3&B=4&d=5"));
+        QCOMPARE(parameters.toString(), QString("C=2%202&a=3&B=4"));
     }
 
     void agentsOfOneSecondAreTheSame()
     {
         QString agent;
-        QString build;
-        qint64 before = 0;
+        qint64 second = 0;
         do { // until no second ended in between
-            before = QDateTime::currentSecsSinceEpoch();
+            second = QDateTime::currentSecsSinceEpoch();
             agent = HttpUserAgentGenerator::generateAndroidRandomUserAgent();
-            build = HttpUserAgentGenerator::androidRandomBuild();
-        } while (QDateTime::currentSecsSinceEpoch() != before);
+        } while (QDateTime::currentSecsSinceEpoch() != second);
         QT_WARNING_PUSH
         QT_WARNING_DISABLE_DEPRECATED
-        qsrand(static_cast<uint>(before));
+        qsrand(static_cast<uint>(second));
         const int r = qrand();
         QT_WARNING_POP
-        const QString version = QString("%1.%2.%3");
-        const QChar letter = HttpUserAgentGenerator::AndroidBuildVersion.at(r % 37);
-        QCOMPARE(build, "Build/" + QString(qMax(5, r % 15), letter));
+        const QString format = "Dalvik/1.%1.%2 (Linux; U; Android %3.%4.%4; %5 Build/%6)";
+        const QString build(qMax(5, r % 15), HttpUserAgentGenerator::AndroidBuildVersion.at(r % 37));
         QCOMPARE(agent,
-            QString("Dalvik/%1 (Linux; U; Android %2; %3 %4)")
-                .arg(version.arg(1).arg(4 + r % 3).arg(r % 10), version.arg(2 + r % 3).arg(r % 5).arg(r % 5),
-                    HttpUserAgentGenerator::AndroidDevices.at(r % 10), build));
+            format.arg(4 + r % 3).arg(r % 10).arg(2 + r % 3).arg(r % 5).arg(
+                HttpUserAgentGenerator::AndroidDevices.at(r % 10), build));
     }
 };
 

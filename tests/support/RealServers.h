@@ -1,35 +1,40 @@
 #pragma once
 
-#include <QMap>
-#include <QString>
+#include <QCoreApplication>
+#include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 
 /// nginx and PHP on loopback, in a throw-away folder, until the object is destroyed.
 class RealServers
 {
 public:
-    RealServers();
-    ~RealServers();
+    RealServers()
+    {
+        const QString owner = QString::number(QCoreApplication::applicationPid());
+        mPorts = run({ "nginx", mFolder.path(), owner }) + run({ "php", mFolder.path(), owner });
+    }
+    ~RealServers() { run({ "stop", mFolder.path() }); }
 
-    QString http(const QString& path) const
-    {
-        return url(QStringLiteral("http"), QStringLiteral("HTTP_PORT"), path);
-    }
-    QString https(const QString& path) const
-    {
-        return url(QStringLiteral("https"), QStringLiteral("HTTPS_PORT"), path);
-    }
-    QString php() const
-    {
-        return url(QStringLiteral("http"), QStringLiteral("PHP_PORT"), QStringLiteral("/"));
-    }
-    /// The folder that nginx serves.
-    QString root() const { return mFolder.filePath(QStringLiteral("www")); }
+    QString http(const QString& path) const { return "http://127.0.0.1:" + mPorts.value(0) + path; }
+    QString https(const QString& path) const { return "https://127.0.0.1:" + mPorts.value(1) + path; }
+    QString php() const { return "http://127.0.0.1:" + mPorts.value(2) + '/'; }
+    /// A file that nginx serves.
+    QString served(const QString& name) const { return mFolder.filePath("www/" + name); }
 
 private:
-    void run(const QStringList& arguments);
-    QString url(const QString& scheme, const QString& port, const QString& path) const;
+    /// The ports that the script prints, each in a line "NAME=PORT".
+    static QStringList run(const QStringList& arguments)
+    {
+        QProcess process;
+        process.start(SERVERS_SCRIPT, arguments);
+        if (!process.waitForFinished() || process.exitCode() != 0) {
+            qFatal("servers: %s", process.readAllStandardError().constData());
+        }
+        const QString printed = process.readAllStandardOutput();
+        return printed.split('\n', Qt::SkipEmptyParts).replaceInStrings(QRegularExpression(".*="), "");
+    }
 
     QTemporaryDir mFolder;
-    QMap<QString, QString> mPorts;
+    QStringList mPorts;
 };

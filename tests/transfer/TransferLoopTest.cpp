@@ -1,65 +1,114 @@
 #include "ScriptedServer.h"
 
+#include <tavrel/HTTPCurl.h>
 #include <tavrel/TavrelInitializer.h>
 
+#include <foundation/Thread.h>
 #include <transfer/EasyHandle.h>
 #include <transfer/TransferLoop.h>
 
 #include <QtTest>
 
+#include <netinet/in.h>
+#include <thread>
+
 static const TavrelInitializer initializer;
+
+using Script = ScriptedServer::Script;
+Q_DECLARE_METATYPE(Script)
+
+/// A URL whose connection is never established: the queue of the port is full.
+static QString unreachableUrl()
+{
+    const auto tcp = [] { return socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0); };
+    static const int listener = tcp();
+    sockaddr_in address {};
+    socklen_t size = sizeof address;
+    listen(listener, 0); // on a free port
+    getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size);
+    for (int filler = 0; filler < 4; ++filler) {
+        Q_UNUSED(connect(tcp(), reinterpret_cast<const sockaddr*>(&address), size))
+    }
+    return QString("http://127.0.0.1:%1/").arg(ntohs(address.sin_port));
+}
 
 class TransferLoopTest : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void givesTheResultOfCurlItself_data()
-    {
-        QTest::addColumn<QByteArray>("url"); // "PORT" stands for the server's
-        QTest::newRow("a page") << QByteArray("http://127.0.0.1:PORT/");
-        QTest::newRow("a status") << QByteArray("http://127.0.0.1:PORT/missing");
-        QTest::newRow("cut short") << QByteArray("http://127.0.0.1:PORT/short");
-        QTest::newRow("silent") << QByteArray("http://127.0.0.1:PORT/silent");
-        QTest::newRow("no TLS") << QByteArray("https://127.0.0.1:PORT/");
-        QTest::newRow("nobody there") << QByteArray("http://127.0.0.1:1/");
-        QTest::newRow("no such scheme") << QByteArray("nonsense://127.0.0.1/");
-        QTest::newRow("no URL") << QByteArray();
-        QTest::newRow("a file") << QByteArray("file:///no/such/file");
-    }
+    void initTestCase() { HTTPCurl::setCookiepath(mFolder.path()); }
+
     void givesTheResultOfCurlItself()
     {
-        QFETCH(QByteArray, url);
-        ScriptedServer server([](ScriptedServer::Connection& connection) {
-            const QByteArray request = connection.readRequest();
-            if (request.startsWith("GET /silent")) {
-                connection.waitForClose();
-            }
-            connection.send(request.startsWith("GET /missing")
-                    ? "HTTP/1.1 404 No\r\nContent-Length: 4\r\n\r\npage"
-                    : request.startsWith("GET /short") ? "HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\npage"
-                                                       : "HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\npage");
-        });
-        const QByteArray port = server.url("").section(':', 2).toUtf8();
-        const auto setUp = [&] {
-            EasyHandle easy(curl_easy_init());
-            if (!url.isEmpty()) {
-                curl_easy_setopt(easy.get(), CURLOPT_URL, url.replace("PORT", port).constData());
-            }
+        const QList<QByteArrayList> cases { { "http://%1", "HTTP/1.1 200 OK\r\nContent-Length: 1\r\n\r\nx" },
+            { "http://%1", "HTTP/1.1 404 No\r\nContent-Length: 1\r\n\r\nx" },
+            { "http://%1", "HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nx" }, { "https://%1", "" },
+            { "http://127.0.0.1:1/", "" }, { "nonsense://%1", "" } };
+        for (QByteArrayList row : cases) {
+            const ScriptedServer server(ScriptedServer::replying(row.at(1)));
+            const EasyHandle easy(curl_easy_init());
+            curl_easy_setopt(easy.get(), CURLOPT_URL, row[0].replace("%1", server.host().toUtf8()).constData());
             curl_easy_setopt(easy.get(), CURLOPT_FAILONERROR, 1L);
-            curl_easy_setopt(easy.get(), CURLOPT_TIMEOUT_MS, 500L);
-            curl_easy_setopt(easy.get(), CURLOPT_NOSIGNAL, 1L);
-            curl_easy_setopt(easy.get(), CURLOPT_WRITEFUNCTION,
-                static_cast<curl_write_callback>(
-                    [](char*, size_t size, size_t count, void*) { return size * count; }));
-            return easy;
-        };
-        const CURLcode expected = curl_easy_perform(setUp().get());
-        TransferLoop loop;
-        const EasyHandle easy = setUp();
-        QCOMPARE(loop.perform(easy.get()), expected);
-        QCOMPARE(loop.perform(easy.get()), expected);
+            curl_easy_setopt(easy.get(), CURLOPT_TIMEOUT_MS, 300L);
+            const EasyHandle same(curl_easy_duphandle(easy.get()));
+            TransferLoop loop;
+            QCOMPARE(loop.perform(easy.get()), curl_easy_perform(same.get()));
+            QCOMPARE(loop.perform(easy.get()), curl_easy_perform(same.get()));
+        }
     }
+
+    void isInterruptedAtOnce_data()
+    {
+        QTest::addColumn<QString>("scheme"); // none: unreachable
+        QTest::addColumn<bool>("uploads");
+        QTest::addColumn<Script>("script");
+        const Script idle = [](ScriptedServer& server, QTcpSocket&) {
+            while (!server.isInterruptionRequested()) {
+                QThread::msleep(5);
+            }
+        };
+        const Script half = ScriptedServer::silentAfter("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\npage");
+        const Script drip = [](ScriptedServer& server, QTcpSocket& socket) {
+            socket.write("HTTP/1.1 200 OK\r\n\r\n");
+            while (!server.isInterruptionRequested() && socket.write("x") == 1 && socket.waitForBytesWritten()) {
+                QThread::msleep(5);
+            }
+        };
+        QTest::newRow("while it connects") << "" << false << idle;
+        QTest::newRow("while it shakes hands") << "https" << false << idle;
+        QTest::newRow("while it waits for an answer") << "http" << false << idle;
+        QTest::newRow("after half an answer") << "http" << false << half;
+        QTest::newRow("while the answer drips") << "http" << false << drip;
+        QTest::newRow("while it uploads to nobody") << "http" << true << idle;
+        QTest::newRow("after it has uploaded") << "http" << true << ScriptedServer::silentAfter("");
+    }
+    void isInterruptedAtOnce()
+    {
+        QFETCH(QString, scheme);
+        QFETCH(bool, uploads);
+        QFETCH(Script, script);
+        const ScriptedServer server(script);
+        Thread owner;
+        HTTPCurl client;
+        owner.addThreadableChild(&client);
+        QElapsedTimer sinceAsked;
+        std::thread asking([&] {
+            QThread::msleep(200); // well into it
+            sinceAsked.start();
+            owner.requestInterruption();
+        });
+        const QString url = scheme.isEmpty() ? unreachableUrl() : server.url(scheme);
+        const bool success
+            = uploads ? client.postForm(url, {}, QByteArray(64 << 20, 'x'), false) : client.testURLResponse(url);
+        asking.join();
+        QVERIFY2(sinceAsked.elapsed() <= 300, qPrintable(QString::number(sinceAsked.elapsed())));
+        QVERIFY(!success);
+        QCOMPARE(client.error(), ErrorableCode::of(CURLE_ABORTED_BY_CALLBACK));
+    }
+
+private:
+    QTemporaryDir mFolder;
 };
 
 QTEST_GUILESS_MAIN(TransferLoopTest)
