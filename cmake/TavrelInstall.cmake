@@ -2,6 +2,8 @@
 include(CMakePackageConfigHelpers)
 include(GenerateExportHeader)
 
+# The platform layers that public headers include.
+set(TAVREL_EXPORTED_PLATFORM cryptography foundation)
 set(TAVREL_PLATFORM_INCLUDEDIR "${CMAKE_INSTALL_INCLUDEDIR}/tavrel/platform")
 
 set_target_properties(tavrel PROPERTIES
@@ -14,7 +16,7 @@ set_target_properties(tavrel PROPERTIES
 target_compile_features(tavrel PUBLIC cxx_std_17)
 target_link_libraries(tavrel
     PUBLIC Qt5::Core CURL::libcurl
-    PRIVATE $<BUILD_INTERFACE:tavrel_compile_options>)
+    PRIVATE OpenSSL::Crypto $<BUILD_INTERFACE:tavrel_compile_options>)
 if(NOT TAVREL_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang" AND NOT APPLE AND NOT WIN32)
     target_link_options(tavrel PRIVATE -Wl,--no-undefined)
 endif()
@@ -27,8 +29,10 @@ target_include_directories(tavrel PUBLIC
 
 generate_export_header(tavrel BASE_NAME tavrel
     EXPORT_FILE_NAME "${PROJECT_BINARY_DIR}/exports/tavrel/tavrel_export.h")
-generate_export_header(tavrel BASE_NAME foundation
-    EXPORT_FILE_NAME "${PROJECT_BINARY_DIR}/exports/foundation/foundation_export.h")
+foreach(layer IN LISTS TAVREL_EXPORTED_PLATFORM)
+    generate_export_header(tavrel BASE_NAME ${layer}
+        EXPORT_FILE_NAME "${PROJECT_BINARY_DIR}/exports/${layer}/${layer}_export.h")
+endforeach()
 
 install(TARGETS tavrel EXPORT TavrelTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
@@ -39,9 +43,11 @@ get_property(public_headers TARGET tavrel PROPERTY TAVREL_PUBLIC_HEADERS)
 list(TRANSFORM public_headers PREPEND "${PROJECT_SOURCE_DIR}/include/tavrel/")
 install(FILES ${public_headers} "${PROJECT_BINARY_DIR}/exports/tavrel/tavrel_export.h"
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tavrel)
-install(DIRECTORY "${PROJECT_SOURCE_DIR}/platform/foundation" "${PROJECT_BINARY_DIR}/exports/foundation"
-    DESTINATION ${TAVREL_PLATFORM_INCLUDEDIR}
-    FILES_MATCHING PATTERN "*.h")
+foreach(layer IN LISTS TAVREL_EXPORTED_PLATFORM)
+    install(DIRECTORY "${PROJECT_SOURCE_DIR}/platform/${layer}" "${PROJECT_BINARY_DIR}/exports/${layer}"
+        DESTINATION ${TAVREL_PLATFORM_INCLUDEDIR}
+        FILES_MATCHING PATTERN "*.h")
+endforeach()
 
 set(config_dir "${CMAKE_INSTALL_LIBDIR}/cmake/Tavrel")
 configure_package_config_file(cmake/TavrelConfig.cmake.in "${PROJECT_BINARY_DIR}/TavrelConfig.cmake"

@@ -3,6 +3,7 @@
 #include <QFile>
 #include <QLocale>
 #include <QSaveFile>
+#include <QTemporaryFile>
 
 QByteArray FileUtils::readFileContent(const QString& path, bool text)
 {
@@ -22,6 +23,17 @@ bool FileUtils::writeFileContent(const QString& path, const QByteArray& bytes, Q
         *error = file.errorString();
     }
     return written;
+}
+
+bool FileUtils::createPrivateFile(const QString& path, const QByteArray& bytes)
+{
+    // A temporary file is its owner's alone from the start, and its renaming replaces nothing.
+    QTemporaryFile file(path + QStringLiteral(".XXXXXX"));
+    if (!file.open() || file.write(bytes) != bytes.size() || !file.flush() || !file.rename(path)) {
+        return false;
+    }
+    file.setAutoRemove(false);
+    return true;
 }
 
 QString FileUtils::fileSizeToString(qint64 bytes)

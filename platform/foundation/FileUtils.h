@@ -16,6 +16,10 @@ public:
     /// stands in error, if one is given.
     static bool writeFileContent(const QString& path, const QByteArray& bytes, QString* error = nullptr);
 
+    /// Creates a file that only its owner may read. False when it exists already, also when another process creates
+    /// it at the same moment; the file is whole from the moment it is there.
+    static bool createPrivateFile(const QString& path, const QByteArray& bytes);
+
     /// A size for people, in the units of 1024 bytes: "999 bytes", "1.50 KiB".
     static QString fileSizeToString(qint64 bytes);
 };

@@ -9,10 +9,11 @@
 class RealServers
 {
 public:
-    RealServers()
+    /// PHP runs script; without one it tells what a form brought.
+    explicit RealServers(const QString& script = QString())
     {
         const QString owner = QString::number(QCoreApplication::applicationPid());
-        mPorts = run({ "nginx", mFolder.path(), owner }) + run({ "php", mFolder.path(), owner });
+        mPorts = run({ "nginx", mFolder.path(), owner }) + run({ "php", mFolder.path(), owner, script });
     }
     ~RealServers() { run({ "stop", mFolder.path() }); }
 

@@ -63,7 +63,7 @@ ScriptedServer::Script ScriptedServer::replying(const QByteArray& reply)
     return [reply](ScriptedServer& server, QTcpSocket& socket) {
         server.readRequest(socket);
         socket.write(reply);
-        socket.waitForBytesWritten();
+        while (socket.bytesToWrite() > 0 && socket.waitForBytesWritten()) { }
     };
 }
 

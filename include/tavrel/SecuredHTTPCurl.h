@@ -1,0 +1,93 @@
+#pragma once
+
+#include <tavrel/HTTPCurl.h>
+#include <tavrel/tavrel_export.h>
+
+#include <cryptography/CryptoUtils.h>
+
+/**
+ * An HTTPCurl that enciphers what it posts and deciphers the replies, for a cooperating service.
+ *
+ * Call handshake() once: it fetches the RSA public key of the service and shares an AES key under it. Then post as with
+ * HTTPCurl. When the service has lost the session, a form post repeats the handshake and itself, once. The protocol
+ * and what it protects from are described in docs/SECURED-PROTOCOL.md.
+ *
+ * The AES key is made once per installation and kept in keyFilePath(), readable by its owner alone. Failures are left
+ * in error() as with HTTPCurl, or as a value of this class's Error; a reply that failed is never left in response().
+ *
+ * GET requests, and everything while the crypted mode is off, go out as with HTTPCurl. Cancellation and threads: as
+ * with HTTPCurl. Set the key path before the first object is made.
+ */
+class TAVREL_EXPORT SecuredHTTPCurl : public HTTPCurl
+{
+    Q_OBJECT
+
+public:
+    /// The numbers are part of the interface.
+    enum Error {
+        NO_SESSION = 0, ///< the service no longer knows the key
+        SECURED_PROTOCOL_ERROR_LAMBDA = 1, ///< the service refused a request, or its reply makes no sense
+        SECURED_PROTOCOL_ERROR_UPLOAD = 2, ///< the service refused a handshake because of its size
+        CRYPTO_FORMAT = 3, ///< the reply could not be deciphered
+        PUBLIC_KEY_ERROR = 4, ///< the service sent no usable public key
+        PRIVATE_KEY_ERROR = 5, ///< the service did not prove that it has the AES key
+    };
+
+    /// What the key file's path begins with; ".", and so the hidden file ".aes_key.txt", at first.
+    static QString KEYPATH;
+
+    /// Loads the AES key, or makes and saves one.
+    explicit SecuredHTTPCurl(QObject* parent = nullptr);
+
+    /// Shares the AES key with the service at url. True without a request while the crypted mode is off.
+    bool handshake(const QString& url);
+
+    /// As in HTTPCurl, with one repetition after a lost session.
+    bool postForm(const QString& url, const QJsonObject& json);
+    bool postForm(const QString& url, const QJsonObject& json, const QByteArray& fileData, bool binary);
+
+    /// Turns the protocol on, which it is at first, or off.
+    void setCryptedMode(bool on) { mCryptedMode = on; }
+    /// While on, posts and replies pass unenciphered; handshake() sets it for its own requests.
+    void setHandshakeMode(bool on) { mHandshakeMode = on; }
+
+    /// The cipher of the envelope around data; a null array without a valid key.
+    QByteArray encrypt(const QByteArray& data) const;
+    /// The envelope in a cipher; a null array when it cannot be deciphered. The flag has no effect.
+    QByteArray decrypt(const QByteArray& data, bool flag) const;
+
+    /// Sets what the path of the key file begins with. No separator is added: pass one at the end for a folder.
+    static void setKeypath(const QString& path);
+    static QString keyFilePath();
+    /// Removes the key file; the next object makes a new key, existing ones keep theirs.
+    static bool clearLocalKey();
+
+protected:
+    QByteArray& preProcess(QByteArray& data, bool base64) override;
+    bool postProcess(QByteArray& response) override;
+
+    /// The steps of handshake(), which sets the handshake mode for them.
+    bool getPublicKey(const QString& url);
+    bool shareAESKey(const QString& url);
+    /// Judges the reply of a handshake request.
+    bool checkResponse();
+
+    void initAESKey();
+    bool checkSessionOkAndDecrypt(QByteArray& data);
+    void printError(const QString& message) const;
+
+private:
+    bool exchangeKeys(const QString& url);
+    bool isCrypting() const { return mCryptedMode && !mHandshakeMode; }
+    void raise(Error error, const char* name, int line, const QString& message = QString());
+    void raiseServerError(const QJsonObject& reply, const QByteArray& raw);
+    QJsonObject replyData() const;
+
+    CryptoUtils::RSACipher mRsaCipher;
+    QByteArray mAesKey;
+    QJsonDocument mLastResponse;
+    bool mHandshakeMode = false;
+    bool mCryptedMode = true;
+
+    static const QString sNoSessionCode;
+};

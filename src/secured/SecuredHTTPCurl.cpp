@@ -1,0 +1,245 @@
+#include <tavrel/SecuredHTTPCurl.h>
+
+#include <init/raiseError.h>
+#include <secured/SecuredEnvelope.h>
+
+#include <foundation/FileUtils.h>
+#include <logging/LogUtils.h>
+
+#include <QFile>
+
+namespace {
+
+constexpr int RSA_KEY_BITS = 1024;
+constexpr int AES_KEY_BITS = 128;
+
+const QString SUCCESS = QStringLiteral("success");
+const QString DATA = QStringLiteral("data");
+const QString UPLOAD_LIMIT = QStringLiteral("upload_max_filesize");
+
+void logWarning(const char* function, int line, const QString& text)
+{
+    LogUtils log(LogUtils::Warning, __FILE__, function, line);
+    log << text;
+    log.checkSpacing();
+}
+
+} // namespace
+
+QString SecuredHTTPCurl::KEYPATH = QStringLiteral(".");
+const QString SecuredHTTPCurl::sNoSessionCode = QStringLiteral("#NO_SESSION#");
+
+SecuredHTTPCurl::SecuredHTTPCurl(QObject* parent)
+    : HTTPCurl(parent)
+    , mRsaCipher(RSA_KEY_BITS)
+{
+    initAESKey();
+    sErrorMessages.insert(ErrorableCode::of(CRYPTO_FORMAT), QStringLiteral("Crypto WRONG FORMAT"));
+}
+
+void SecuredHTTPCurl::initAESKey()
+{
+    if (!mCryptedMode) {
+        return;
+    }
+    const QString path = keyFilePath();
+    if (!QFile::exists(path)) {
+        mAesKey = CryptoUtils::generateRandomKey(AES_KEY_BITS);
+        if (!mAesKey.isEmpty()) {
+            FileUtils::createPrivateFile(path, mAesKey);
+        }
+    }
+    // Also after the key was made: another process may have been faster, and then its key is the one to share.
+    if (QFile::exists(path)) {
+        mAesKey = FileUtils::readFileContent(path, false);
+    }
+    if (mAesKey.size() != CryptoUtils::AES128_KEY_BYTES) {
+        // Deliberate: a key file of another length is neither refused nor replaced; the service will refuse it.
+        logWarning("initAESKey", __LINE__, QStringLiteral("Wrong AES key generated"));
+    }
+}
+
+void SecuredHTTPCurl::setKeypath(const QString& path)
+{
+    KEYPATH = path;
+}
+
+QString SecuredHTTPCurl::keyFilePath()
+{
+    // Deliberate: joined without a separator, so that the prefix may be part of the name.
+    return KEYPATH + QStringLiteral("aes_key.txt");
+}
+
+bool SecuredHTTPCurl::clearLocalKey()
+{
+    return QFile::remove(keyFilePath());
+}
+
+bool SecuredHTTPCurl::handshake(const QString& url)
+{
+    return !mCryptedMode || exchangeKeys(url);
+}
+
+bool SecuredHTTPCurl::exchangeKeys(const QString& url)
+{
+    mHandshakeMode = true;
+    const bool success = checkUrl(url) && getPublicKey(url) && shareAESKey(url);
+    mHandshakeMode = false;
+    return success;
+}
+
+bool SecuredHTTPCurl::getPublicKey(const QString& url)
+{
+    // The base's post: the recovery of this class would call the handshake again.
+    const QJsonObject request { { QStringLiteral("handshake"), QStringLiteral("get_pubkey") } };
+    if (!HTTPCurl::postForm(url, request) || !checkResponse()) {
+        return false;
+    }
+    const QString key = replyData().value(QStringLiteral("pubkey")).toString();
+    if (!mRsaCipher.setPublicKey(key.toUtf8())) {
+        raise(PUBLIC_KEY_ERROR, "PUBLIC_KEY_ERROR", __LINE__);
+        return false;
+    }
+    return true;
+}
+
+bool SecuredHTTPCurl::shareAESKey(const QString& url)
+{
+    const QByteArray wrappedKey = mRsaCipher.encrypt(mAesKey.toBase64()).toBase64();
+    const QByteArray test = CryptoUtils::generateRandomKey(AES_KEY_BITS).toBase64();
+    const QJsonObject request {
+        { QStringLiteral("handshake"), QStringLiteral("sharea_aeskey") }, // spelled as the services expect it
+        { QStringLiteral("aes_key"), QString::fromLatin1(wrappedKey) },
+        { QStringLiteral("aes_test"), QString::fromLatin1(encrypt(test).toBase64()) },
+    };
+    if (!HTTPCurl::postForm(url, request) || !checkResponse()) {
+        return false;
+    }
+    if (replyData().value(QStringLiteral("res")).toString() != QString::fromLatin1(test)) {
+        raise(PRIVATE_KEY_ERROR, "PRIVATE_KEY_ERROR", __LINE__,
+            QStringLiteral("SecuredHTTPCurl::shareAESKeyUnable to exchange AES key"));
+        return false;
+    }
+    return true;
+}
+
+QJsonObject SecuredHTTPCurl::replyData() const
+{
+    return mLastResponse.object().value(DATA).toObject();
+}
+
+bool SecuredHTTPCurl::checkResponse()
+{
+    const auto refuse = [this](int line, const QString& message) {
+        raise(SECURED_PROTOCOL_ERROR_LAMBDA, "SECURED_PROTOCOL_ERROR_LAMBDA", line, message);
+        return false;
+    };
+    if (response().isEmpty()) {
+        return refuse(__LINE__, QStringLiteral("Null response!!"));
+    }
+    mLastResponse = QJsonDocument::fromJson(response());
+    if (mLastResponse.isNull()) {
+        return refuse(__LINE__, QStringLiteral("Couldn't parse response!!\n"));
+    }
+    const QJsonObject reply = mLastResponse.object();
+    if (!reply.value(SUCCESS).isBool() || !reply.contains(DATA)) {
+        return refuse(__LINE__, QStringLiteral("Wrong json format"));
+    }
+    if (reply.value(SUCCESS).toBool()) {
+        return true;
+    }
+    if (reply.value(DATA).toString().contains(UPLOAD_LIMIT)) {
+        raise(SECURED_PROTOCOL_ERROR_UPLOAD, "SECURED_PROTOCOL_ERROR_UPLOAD", __LINE__, UPLOAD_LIMIT);
+        return false;
+    }
+    return refuse(__LINE__, QStringLiteral("request rejected by server"));
+}
+
+bool SecuredHTTPCurl::postForm(const QString& url, const QJsonObject& json)
+{
+    return postForm(url, json, QByteArray(), false);
+}
+
+bool SecuredHTTPCurl::postForm(const QString& url, const QJsonObject& json, const QByteArray& fileData, bool binary)
+{
+    const bool success = HTTPCurl::postForm(url, json, fileData, binary);
+    if (!mCryptedMode || success || error() != ErrorableCode::of(NO_SESSION)) {
+        return success;
+    }
+    clearError();
+    // Once: a service that loses the session again will not be asked a third time.
+    return exchangeKeys(url) && HTTPCurl::postForm(url, json, fileData, binary);
+}
+
+QByteArray& SecuredHTTPCurl::preProcess(QByteArray& data, bool base64)
+{
+    if (!isCrypting()) {
+        return HTTPCurl::preProcess(data, base64);
+    }
+    data = encrypt(data);
+    if (base64) {
+        data = data.toBase64();
+    }
+    return data;
+}
+
+bool SecuredHTTPCurl::postProcess(QByteArray& response)
+{
+    return !isCrypting() || checkSessionOkAndDecrypt(response);
+}
+
+QByteArray SecuredHTTPCurl::encrypt(const QByteArray& data) const
+{
+    return CryptoUtils::AES128_encrypt({ SecuredEnvelope::header(data), data }, mAesKey);
+}
+
+QByteArray SecuredHTTPCurl::decrypt(const QByteArray& data, bool /*flag*/) const
+{
+    return CryptoUtils::AES128_decrypt(data, mAesKey);
+}
+
+bool SecuredHTTPCurl::checkSessionOkAndDecrypt(QByteArray& data)
+{
+    const QJsonObject reply = QJsonDocument::fromJson(data).object();
+    const QJsonValue success = reply.value(SUCCESS);
+    if (success.isBool() && !success.toBool()) {
+        raiseServerError(reply, data);
+        data.clear();
+        return false;
+    }
+    // Deliberate: a reply in clear that claims success is not believed.
+    const std::optional<QByteArray> payload = SecuredEnvelope::open(decrypt(data, false));
+    if (!payload) {
+        raise(CRYPTO_FORMAT, "CRYPTO_FORMAT", __LINE__);
+        LogUtils log(LogUtils::Debug, __FILE__, "checkSessionOkAndDecrypt", __LINE__);
+        log << errorMessage() << "\n"
+            << "LOG:" << data;
+        log.checkSpacing();
+        data.clear();
+        return false;
+    }
+    data = *payload;
+    return true;
+}
+
+/// Turns an error that the service reports in clear into ours.
+void SecuredHTTPCurl::raiseServerError(const QJsonObject& reply, const QByteArray& raw)
+{
+    const QString text = QString::fromUtf8(raw);
+    if (reply.value(DATA).toObject().value(QStringLiteral("error_message")).toString() == sNoSessionCode) {
+        raise(NO_SESSION, "NO_SESSION", __LINE__, QStringLiteral("SESSION ERROR : ") + text);
+    } else {
+        raise(SECURED_PROTOCOL_ERROR_LAMBDA, "SECURED_PROTOCOL_ERROR_LAMBDA", __LINE__,
+            QStringLiteral("ERROR : ") + text);
+    }
+}
+
+void SecuredHTTPCurl::raise(Error error, const char* name, int line, const QString& message)
+{
+    raiseError(*this, error, name, { "SecuredHTTPCurl", line }, message);
+}
+
+void SecuredHTTPCurl::printError(const QString& message) const
+{
+    logWarning("printError", __LINE__, message);
+}

@@ -1,0 +1,236 @@
+#include "RealServers.h"
+#include "ScriptedServer.h"
+
+#include <tavrel/SecuredHTTPCurl.h>
+#include <tavrel/TavrelInitializer.h>
+
+#include <foundation/FileUtils.h>
+#include <secured/SecuredEnvelope.h>
+
+#include <QtTest>
+
+#include <thread>
+
+static const TavrelInitializer initializer;
+
+/// JSON is written with single quotes here.
+static QByteArray json(QByteArray text)
+{
+    return text.replace('\'', '"');
+}
+
+static ScriptedServer::Script page(const QByteArray& body)
+{
+    return ScriptedServer::replying(
+        "HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body);
+}
+
+static QByteArray printedBy(const QString& command)
+{
+    QProcess shell;
+    shell.start("sh", { "-c", command });
+    shell.waitForFinished();
+    return shell.readAllStandardOutput();
+}
+
+class SecuredHTTPCurlTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        mFolder = std::make_unique<QTemporaryDir>();
+        HTTPCurl::setCookiepath(mFolder->path());
+        SecuredHTTPCurl::setKeypath(mFolder->path() + '/');
+    }
+
+    void keepsOneKeyPerFolder()
+    {
+        std::vector<std::thread> starters;
+        for (int i = 0; i < 8; ++i) {
+            starters.emplace_back([] { const SecuredHTTPCurl client; });
+        }
+        for (std::thread& starter : starters) {
+            starter.join();
+        }
+        const QByteArray key = FileUtils::readFileContent(SecuredHTTPCurl::keyFilePath());
+        QCOMPARE(key.size(), 16);
+        QCOMPARE(QFile::permissions(SecuredHTTPCurl::keyFilePath()) & 0x77, QFile::Permissions());
+        QCOMPARE(QDir(mFolder->path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
+        QCOMPARE(CryptoUtils::AES128_decrypt(SecuredHTTPCurl().encrypt(""), key), QByteArray("###\0\0\0\0", 7));
+        QVERIFY(SecuredHTTPCurl::clearLocalKey() && !SecuredHTTPCurl::clearLocalKey());
+        SecuredHTTPCurl::setKeypath(mFolder->filePath("prefix"));
+        QVERIFY(SecuredHTTPCurl::keyFilePath().endsWith("/prefixaes_key.txt"));
+    }
+
+    void agreesWithTheExampleOfTheDocument()
+    {
+        QMap<QString, QString> example;
+        for (const QString& line :
+            QString(FileUtils::readFileContent(SOURCE_DIR "/docs/SECURED-PROTOCOL.md")).split('\n')) {
+            const QStringList cells = line.split('|');
+            example.insert(cells.value(1).trimmed(), cells.value(2).trimmed().remove('`'));
+        }
+        const QByteArray key = QByteArray::fromHex(example["key"].toLatin1());
+        const QByteArray cipher = QByteArray::fromHex(example["cipher"].toLatin1());
+        const QByteArray payload = example["payload (text)"].toUtf8();
+        QCOMPARE(CryptoUtils::AES128_decrypt(cipher, key).toHex(), example["envelope"].toLatin1());
+        QCOMPARE(SecuredEnvelope::open(CryptoUtils::AES128_decrypt(cipher, key)).value_or(""), payload);
+        QCOMPARE(cipher.toBase64(), example["cipher in Base64 (text)"].toLatin1());
+        const QString php = "php -r 'require \"%1/examples/secured-service/SecuredService.php\"; echo bin2hex("
+                            "SecuredService::seal(\"%2\", hex2bin(\"%3\"), hex2bin(\"%4\")));'";
+        const QString quoted = QString(payload).replace('"', "\\\"");
+        QCOMPARE(printedBy(php.arg(SOURCE_DIR, quoted, example["key"], example["nonce"])), cipher.toHex());
+    }
+
+    void opensEnvelopes()
+    {
+        const auto opened = [](const QByteArray& length, const QByteArray& rest) {
+            return SecuredEnvelope::open("###" + QByteArray::fromHex(length) + rest);
+        };
+        QCOMPARE(opened("02000000", "abc"), std::optional<QByteArray>("ab"));
+        QCOMPARE(opened("05000000", "abc"), std::optional<QByteArray>(QByteArray("abc\0\0", 5)));
+        QCOMPARE(opened("ffffffff", "abc"), std::optional<QByteArray>(""));
+        QVERIFY(!opened("ffffff7f", "abc") && !opened("000000", "") && !SecuredEnvelope::open("##!\0\0\0\0"));
+    }
+
+    void ciphersAreGenuineOrNothing()
+    {
+        const QByteArray key = CryptoUtils::generateRandomKey(128);
+        const QByteArray cipher = CryptoUtils::AES128_encrypt("text", key);
+        QCOMPARE(CryptoUtils::AES128_decrypt(cipher, key), QByteArray("text"));
+        QVERIFY(cipher != CryptoUtils::AES128_encrypt({ "te", "xt" }, key) && cipher.size() == 12 + 4 + 16);
+        for (int bit = 0; bit < cipher.size() * 8; ++bit) {
+            QByteArray changed = cipher;
+            changed[bit / 8] = char(changed.at(bit / 8) ^ (1 << bit % 8));
+            QVERIFY(CryptoUtils::AES128_decrypt(changed, key).isNull());
+            QVERIFY(CryptoUtils::AES128_decrypt(cipher.left(bit / 8), key).isNull());
+        }
+        QVERIFY(CryptoUtils::AES128_decrypt(cipher, CryptoUtils::generateRandomKey(128)).isNull());
+        QVERIFY(CryptoUtils::AES128_encrypt("text", key + 'x').isNull());
+    }
+
+    void takesRsaKeysOnly_data()
+    {
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<bool>("isTaken");
+        QTest::newRow("RSA") << "openssl genrsa 1024 | openssl rsa -pubout" << true;
+        QTest::newRow("RSA in its older form") << "openssl genrsa 2048 | openssl rsa -RSAPublicKey_out" << true;
+        QTest::newRow("too small") << "openssl genrsa 1023 | openssl rsa -pubout" << false;
+        QTest::newRow("elliptic") << "openssl ecparam -genkey -name prime256v1 | openssl ec -pubout" << false;
+        QTest::newRow("private") << "openssl genrsa 1024" << false;
+        QTest::newRow("without end") << "openssl genrsa 1024 | openssl rsa -pubout | head -n 4" << false;
+        QTest::newRow("text") << "yes | head -c 1000000" << false;
+    }
+    void takesRsaKeysOnly()
+    {
+        QFETCH(QString, command);
+        QFETCH(bool, isTaken);
+        CryptoUtils::RSACipher cipher(1024);
+        QVERIFY(cipher.encrypt("text").isNull());
+        QCOMPARE(cipher.setPublicKey(printedBy(command)), isTaken);
+        QCOMPARE(cipher.encrypt("text").size() >= 128, isTaken);
+    }
+
+    void judgesTheHandshake_data()
+    {
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<int>("error");
+        QTest::addColumn<QString>("message");
+        const auto row = [](const QByteArray& body, SecuredHTTPCurl::Error error, const char* message) {
+            QTest::newRow(body.left(60)) << body << int(error) << message;
+        };
+        row("", SecuredHTTPCurl::SECURED_PROTOCOL_ERROR_LAMBDA, "Null response!!");
+        row("{", SecuredHTTPCurl::SECURED_PROTOCOL_ERROR_LAMBDA, "Couldn't parse response!!\n");
+        row(QByteArray(10 << 20, '['), SecuredHTTPCurl::SECURED_PROTOCOL_ERROR_LAMBDA, "Couldn't parse response!!\n");
+        row("[]", SecuredHTTPCurl::SECURED_PROTOCOL_ERROR_LAMBDA, "Wrong json format");
+        row(json("{'success':'true','data':{}}"), SecuredHTTPCurl::SECURED_PROTOCOL_ERROR_LAMBDA, "Wrong json format");
+        row(json("{'success':true}"), SecuredHTTPCurl::SECURED_PROTOCOL_ERROR_LAMBDA, "Wrong json format");
+        row(json("{'success':false,'data':{'upload_max_filesize':1}}"), SecuredHTTPCurl::SECURED_PROTOCOL_ERROR_LAMBDA,
+            "request rejected by server");
+        row(json("{'success':false,'data':'upload_max_filesize!'}"), SecuredHTTPCurl::SECURED_PROTOCOL_ERROR_UPLOAD,
+            "upload_max_filesize");
+        row(json("{'success':true,'data':{'pubkey':1}}"), SecuredHTTPCurl::PUBLIC_KEY_ERROR, "");
+    }
+    void judgesTheHandshake()
+    {
+        QFETCH(QByteArray, body);
+        ScriptedServer server(page(body));
+        SecuredHTTPCurl client;
+        QVERIFY(!client.handshake(server.url()));
+        QVERIFY(client.error().typeName() == "SecuredHTTPCurl::Error"
+            && client.error().location().contains("SecuredHTTPCurl:"));
+        QTEST(client.error().value(), "error");
+        QTEST(client.errorMessage(), "message");
+        QVERIFY(server.requests().at(0).contains("get_pubkey"));
+        QVERIFY(!client.postForm(server.url(), { { "secret", 1 } })); // enciphered again
+        QVERIFY(!server.requests().last().contains("secret"));
+        QVERIFY(!client.handshake(QString()) && client.error() == ErrorableCode::of(HTTPCurl::EMPTY_URL));
+        client.setCryptedMode(false);
+        QVERIFY(client.handshake(QString()));
+    }
+
+    void judgesReplies_data()
+    {
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<int>("error");
+        QTest::addColumn<QString>("message"); // %1 stands for the body
+        const auto row = [](const QByteArray& body, SecuredHTTPCurl::Error error, const char* message) {
+            QTest::newRow(body) << body << int(error) << message;
+        };
+        row(json("{'success':false}"), SecuredHTTPCurl::SECURED_PROTOCOL_ERROR_LAMBDA, "ERROR : %1");
+        row(json("{'success':false,'data':{'error_message':'#NO_SESSION# '}}"),
+            SecuredHTTPCurl::SECURED_PROTOCOL_ERROR_LAMBDA, "ERROR : %1");
+        row(json("{'success':true,'data':{}}"), SecuredHTTPCurl::CRYPTO_FORMAT, "Crypto WRONG FORMAT");
+        row("", SecuredHTTPCurl::CRYPTO_FORMAT, "Crypto WRONG FORMAT");
+        row("no cipher at all, but long enough to be one", SecuredHTTPCurl::CRYPTO_FORMAT, "Crypto WRONG FORMAT");
+    }
+    void judgesReplies()
+    {
+        QFETCH(QByteArray, body);
+        QFETCH(QString, message);
+        ScriptedServer server(page(body));
+        SecuredHTTPCurl client;
+        QVERIFY(!client.postForm(server.url(), {}, "file", true));
+        QTEST(client.error().value(), "error");
+        QCOMPARE(client.errorMessage(), message.replace("%1", body));
+        QVERIFY(client.response().isEmpty() && client.binaryResponse().isEmpty());
+        QCOMPARE(server.requests().size(), 1);
+    }
+
+    void recoversFromALostSessionOnce()
+    {
+        ScriptedServer server(page(json("{'success':false,'data':{'error_message':'#NO_SESSION#'}}")));
+        SecuredHTTPCurl client;
+        QVERIFY(!client.postForm(server.url(), {}));
+        QCOMPARE(client.errorMessage(), QString("request rejected by server"));
+        QVERIFY(server.requests().size() == 2 && server.requests().at(1).contains("get_pubkey"));
+    }
+
+    void talksToTheServiceInPhp()
+    {
+        const RealServers servers(SOURCE_DIR "/examples/secured-service/index.php");
+        const QByteArray file = QByteArray("\0\r\n#", 4).repeated(1 << 18);
+        SecuredHTTPCurl client;
+        QVERIFY(client.handshake(servers.php()));
+        QVERIFY(client.postForm(servers.php(), { { "name", "é" } }, file, true));
+        const QJsonObject reply = QJsonDocument::fromJson(client.response()).object();
+        QCOMPARE(reply["received"].toObject(), QJsonObject({ { "name", "é" } }));
+        const QByteArray digest = QCryptographicHash::hash(file, QCryptographicHash::Sha256).toHex();
+        QCOMPARE(reply["file"].toObject()["sha256"].toString(), QString(digest));
+        QCOMPARE(client.binaryResponse(), QByteArray("\0\1binary\xff", 9));
+        HTTPCurl::clearLocalSessionCookie();
+        QVERIFY(client.postForm(servers.php(), { { "again", true } }));
+        QCOMPARE(client.response(), (json("{'received':{'again':true}}")));
+        client.setCryptedMode(false);
+        QVERIFY(!QJsonDocument::fromJson(client.response()).isNull() && client.postForm(servers.php(), {}));
+        QVERIFY(client.response().contains("could not be deciphered"));
+    }
+
+private:
+    std::unique_ptr<QTemporaryDir> mFolder;
+};
+
+QTEST_GUILESS_MAIN(SecuredHTTPCurlTest)
+#include "SecuredHTTPCurlTest.moc"
