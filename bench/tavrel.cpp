@@ -4,10 +4,17 @@
 //   bench_tavrel get-memory URL
 //   bench_tavrel small URL COUNT COOKIE_FILE
 //   bench_tavrel post URL PATH
+//
+// With the secured protocol, or with "clear" the same without it. STATE is where the key is, with a slash at its end.
+//
+//   bench_tavrel secured-post URL PATH STATE [clear]
+//   bench_tavrel secured-small URL COUNT STATE [clear]
+//   bench_tavrel secured-reply STATE     prints a reply that can be deciphered
 
 #include "report.h"
 
 #include <tavrel/HTTPCurl.h>
+#include <tavrel/SecuredHTTPCurl.h>
 #include <tavrel/TavrelInitializer.h>
 
 #include <QFile>
@@ -16,6 +23,7 @@
 #include <QStringList>
 
 #include <cstdio>
+#include <functional>
 
 namespace {
 
@@ -69,7 +77,10 @@ bool getSmall(const QString& url, int count, const QString& cookieFile)
     return finish(client, success, start);
 }
 
-bool post(const QString& url, const QString& path)
+/// A client that leaves the secured protocol out is measured with the same function.
+template <class Client>
+bool post(
+    const QString& url, const QString& path, const std::function<void(Client&)>& setUp = [](Client&) {})
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
@@ -77,9 +88,44 @@ bool post(const QString& url, const QString& path)
     }
     const QByteArray content = file.readAll();
     const double start = secondsNow();
-    HTTPCurl client;
+    Client client;
+    setUp(client);
     const bool success = client.postForm(url, QJsonObject(), content, false);
     return finish(client, success, start);
+}
+
+bool postSmall(const QString& url, int count, bool crypted)
+{
+    const double start = secondsNow();
+    SecuredHTTPCurl client;
+    client.setCryptedMode(crypted);
+    bool success = true;
+    for (int i = 0; success && i < count; ++i) {
+        success = client.postForm(url, { { QStringLiteral("number"), i } });
+    }
+    return finish(client, success, start);
+}
+
+bool printSecuredReply()
+{
+    const QByteArray reply = SecuredHTTPCurl().encrypt("{}");
+    return std::fwrite(reply.constData(), 1, static_cast<size_t>(reply.size()), stdout) > 0;
+}
+
+bool runSecured(const QStringList& arguments)
+{
+    const QString subject = arguments.value(1);
+    const bool crypted = arguments.value(5) != QLatin1String("clear");
+    SecuredHTTPCurl::setKeypath(arguments.value(subject == QLatin1String("secured-reply") ? 2 : 4));
+    HTTPCurl::setCookiepath(SecuredHTTPCurl::KEYPATH);
+    if (subject == QLatin1String("secured-post")) {
+        return post<SecuredHTTPCurl>(arguments.value(2), arguments.value(3),
+            [crypted](SecuredHTTPCurl& client) { client.setCryptedMode(crypted); });
+    }
+    if (subject == QLatin1String("secured-small")) {
+        return postSmall(arguments.value(2), arguments.value(3).toInt(), crypted);
+    }
+    return printSecuredReply();
 }
 
 bool run(const QStringList& arguments)
@@ -96,7 +142,10 @@ bool run(const QStringList& arguments)
         return getSmall(url, arguments.at(3).toInt(), arguments.at(4));
     }
     if (subject == QLatin1String("post") && arguments.size() == 4) {
-        return post(url, arguments.at(3));
+        return post<HTTPCurl>(url, arguments.at(3));
+    }
+    if (subject.startsWith(QLatin1String("secured-"))) {
+        return runSecured(arguments);
     }
     return fail(QStringLiteral("get-file URL PATH, get-memory URL, small URL COUNT COOKIE_FILE or post URL PATH"));
 }

@@ -62,19 +62,21 @@ public:
     /// Removes the key file; the next object makes a new key, existing ones keep theirs.
     static bool clearLocalKey();
 
+    /// The two steps of handshake(), which sets the handshake mode for them.
+    bool getPublicKey(const QString& url);
+    bool shareAESKey(const QString& url);
+    /// Judges response(), the reply of a handshake request.
+    bool checkResponse();
+    /// Deciphers a reply in place. On a failure data is emptied and error() tells why.
+    bool checkSessionOkAndDecrypt(QByteArray& data);
+    /// Loads the AES key again, or makes and saves one.
+    void initAESKey();
+    /// Writes one line to the log.
+    void printError(const QString& message) const;
+
 protected:
     QByteArray& preProcess(QByteArray& data, bool base64) override;
     bool postProcess(QByteArray& response) override;
-
-    /// The steps of handshake(), which sets the handshake mode for them.
-    bool getPublicKey(const QString& url);
-    bool shareAESKey(const QString& url);
-    /// Judges the reply of a handshake request.
-    bool checkResponse();
-
-    void initAESKey();
-    bool checkSessionOkAndDecrypt(QByteArray& data);
-    void printError(const QString& message) const;
 
 private:
     bool exchangeKeys(const QString& url);
