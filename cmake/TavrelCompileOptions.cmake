@@ -10,7 +10,7 @@ target_compile_definitions(tavrel_compile_options INTERFACE
 if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
     target_compile_options(tavrel_compile_options INTERFACE -Wall -Wextra -Wpedantic)
     target_compile_options(tavrel_compile_options INTERFACE
-        $<$<COMPILE_LANGUAGE:CXX>:-Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align>)
+        $<$<COMPILE_LANGUAGE:CXX>:-Wshadow -Woverloaded-virtual -Wcast-align>)
     if(TAVREL_WARNINGS_AS_ERRORS)
         target_compile_options(tavrel_compile_options INTERFACE -Werror)
     endif()

@@ -3,7 +3,7 @@ include(CMakePackageConfigHelpers)
 include(GenerateExportHeader)
 
 # The platform layers that public headers include.
-set(TAVREL_EXPORTED_PLATFORM cryptography foundation)
+set(TAVREL_EXPORTED_PLATFORM cryptography foundation serialisation)
 set(TAVREL_PLATFORM_INCLUDEDIR "${CMAKE_INSTALL_INCLUDEDIR}/tavrel/platform")
 
 set_target_properties(tavrel PROPERTIES
@@ -15,8 +15,8 @@ set_target_properties(tavrel PROPERTIES
     VISIBILITY_INLINES_HIDDEN ON)
 target_compile_features(tavrel PUBLIC cxx_std_17)
 target_link_libraries(tavrel
-    PUBLIC Qt5::Core CURL::libcurl
-    PRIVATE OpenSSL::Crypto $<BUILD_INTERFACE:tavrel_compile_options>)
+    PUBLIC Qt5::Core Qt5::Xml CURL::libcurl
+    PRIVATE Qt5::Widgets OpenSSL::Crypto $<BUILD_INTERFACE:tavrel_compile_options>)
 if(NOT TAVREL_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang" AND NOT APPLE AND NOT WIN32)
     target_link_options(tavrel PRIVATE -Wl,--no-undefined)
 endif()
@@ -51,7 +51,8 @@ endforeach()
 
 set(config_dir "${CMAKE_INSTALL_LIBDIR}/cmake/Tavrel")
 configure_package_config_file(cmake/TavrelConfig.cmake.in "${PROJECT_BINARY_DIR}/TavrelConfig.cmake"
-    INSTALL_DESTINATION "${config_dir}")
+    INSTALL_DESTINATION "${config_dir}"
+    PATH_VARS TAVREL_TRANSLATIONSDIR)
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/TavrelConfigVersion.cmake" COMPATIBILITY SameMajorVersion)
 install(FILES "${PROJECT_BINARY_DIR}/TavrelConfig.cmake" "${PROJECT_BINARY_DIR}/TavrelConfigVersion.cmake"
     DESTINATION "${config_dir}")

@@ -5,6 +5,22 @@
 #include <QSaveFile>
 #include <QTemporaryFile>
 
+namespace {
+
+/// Writes beside path and then takes its place. Without permissions, those of the system or of the old file hold.
+bool writeWhole(const QString& path, const QByteArray& bytes, QFile::Permissions permissions, QString* error)
+{
+    QSaveFile file(path);
+    const bool written = file.open(QIODevice::WriteOnly) && (!permissions || file.setPermissions(permissions))
+        && file.write(bytes) == bytes.size() && file.commit();
+    if (!written && error) {
+        *error = file.errorString();
+    }
+    return written;
+}
+
+} // namespace
+
 QByteArray FileUtils::readFileContent(const QString& path, bool text)
 {
     QFile file(path);
@@ -17,12 +33,12 @@ QByteArray FileUtils::readFileContent(const QString& path, bool text)
 
 bool FileUtils::writeFileContent(const QString& path, const QByteArray& bytes, QString* error)
 {
-    QSaveFile file(path);
-    const bool written = file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit();
-    if (!written && error) {
-        *error = file.errorString();
-    }
-    return written;
+    return writeWhole(path, bytes, QFile::Permissions(), error);
+}
+
+bool FileUtils::writePrivateFile(const QString& path, const QByteArray& bytes, QString* error)
+{
+    return writeWhole(path, bytes, QFile::ReadOwner | QFile::WriteOwner, error);
 }
 
 bool FileUtils::createPrivateFile(const QString& path, const QByteArray& bytes)

@@ -16,6 +16,9 @@ public:
     /// stands in error, if one is given.
     static bool writeFileContent(const QString& path, const QByteArray& bytes, QString* error = nullptr);
 
+    /// The same for a file that only its owner may read, whoever could read the one before.
+    static bool writePrivateFile(const QString& path, const QByteArray& bytes, QString* error = nullptr);
+
     /// Creates a file that only its owner may read. False when it exists already, also when another process creates
     /// it at the same moment; the file is whole from the moment it is there.
     static bool createPrivateFile(const QString& path, const QByteArray& bytes);

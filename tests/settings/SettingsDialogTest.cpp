@@ -1,0 +1,55 @@
+#include <SettingsDialog.h>
+
+#include <QtTest>
+#include <QtWidgets>
+
+class SettingsDialogTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void savesWhatIsTypedAndShowsItAgain()
+    {
+        const QTemporaryDir folder;
+        const QString path = folder.filePath("settings.xml");
+        SettingsDialog dialog;
+        dialog.show();
+        const auto type = [&dialog](const char* field, const char* text) {
+            QTest::keyClicks(dialog.findChild<QLineEdit*>(field), text);
+        };
+        const auto complaints = [&dialog] {
+            QStringList texts;
+            for (const QLabel* label : dialog.findChildren<QLabel*>()) {
+                texts << (label->isVisible() && !label->styleSheet().isEmpty() ? QStringList(label->text())
+                                                                               : QStringList());
+            }
+            return texts;
+        };
+        QCOMPARE(dialog.findChild<QLineEdit*>("port")->placeholderText(), QString("21"));
+        QVERIFY(!dialog.saveFile(path));
+        QCOMPARE(complaints(), QStringList("Host is empty"));
+        type("host", "sftp.example.org ");
+        QCOMPARE(complaints(), QStringList());
+        type("user", "anna");
+        QVERIFY(!dialog.saveFile(path) && !QFile::exists(path));
+        QCOMPARE(complaints(), QStringList("Password is empty"));
+        type("pwd", "secret");
+        type("port", "2222x");
+        type("ftp_folder", "www");
+        type("public_url", "https://www.example.org");
+        dialog.findChild<QComboBox*>("protocol")->setCurrentText("SFTP");
+        QCOMPARE(dialog.findChild<QLineEdit*>("port")->placeholderText(), QString("22"));
+        QTest::mouseClick(dialog.findChild<QToolButton*>("reveal"), Qt::LeftButton);
+        QCOMPARE(dialog.findChild<QLineEdit*>("pwd")->echoMode(), QLineEdit::Normal);
+        QVERIFY(dialog.saveFile(path));
+        SettingsDialog again;
+        QVERIFY(again.openFile(path) && !again.openFile(folder.path()));
+        QCOMPARE(again.windowTitle(), QString("SFTP://sftp.example.org:2222 (Shortname passive mode)"));
+        for (const char* field : { "host", "port", "user", "pwd", "ftp_folder", "public_url", "public_sub_folder" }) {
+            QCOMPARE(again.findChild<QLineEdit*>(field)->text(), dialog.findChild<QLineEdit*>(field)->text());
+        }
+    }
+};
+
+QTEST_MAIN(SettingsDialogTest)
+#include "SettingsDialogTest.moc"

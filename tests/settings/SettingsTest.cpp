@@ -1,0 +1,226 @@
+#include <tavrel/FTPSettingsSerializable.h>
+#include <tavrel/SQLSettings.h>
+
+#include <foundation/FileUtils.h>
+
+#include <QProcess>
+#include <QTranslator>
+#include <QtTest>
+#include <QtWidgets>
+
+#include <EditableSettings.h>
+
+static EditableSettings example()
+{
+    EditableSettings settings;
+    settings.setHost("host1");
+    settings.setUser("anna");
+    settings.setPassword("p@ss:w/rd%1 é");
+    settings.setPublicUrl("http://h");
+    return settings;
+}
+
+class SettingsTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void savesInOrderAndNeverInTheClear()
+    {
+        EditableSettings settings = example();
+        QVERIFY(settings.save(path("file"), nullptr));
+        QCOMPARE(QFile::permissions(path("file")) & 0x77, QFile::Permissions());
+        QVERIFY(settings.pwd() == "p@ss:w/rd%1 é" && !settings.isPwdEmpty());
+        const QString xml = FileUtils::readFileContent(path("file"));
+        const QRegularExpression shape("<FTPSettingsSerializable>\\s*<protocol val=\"1\"/>\\s*<host val=\"host1\"/>\\s*"
+                                       "<port val=\"-1\"/>\\s*<psv val=\"true\"/>\\s*<user val=\"anna\"/>\\s*<pwd>\\s*"
+                                       "<crypted val=\"true\"/>\\s*<val val=\"[0-9a-f]+\"/>\\s*</pwd>\\s*<public_url "
+                                       "val=\"http://h\"/>\\s*<public_sub_folder val=\"\"/>\\s*<ftp_folder val=\"\"/>");
+        QVERIFY2(shape.match(xml).hasMatch(), qPrintable(xml));
+        FTPSettingsSerializable loaded;
+        QVERIFY(loaded.load(path("file")) && loaded.pwd() == settings.pwd() && loaded.host() == "host1");
+        FTPSettingsSerializable copied;
+        QVERIFY(!copied.copy(&settings) || copied.pwd() == settings.pwd());
+        QVERIFY(!SQLSettings().load(path("file")));
+    }
+
+    void readsWhatAFileHolds_data()
+    {
+        QTest::addColumn<QString>("members");
+        QTest::addColumn<QString>("label");
+        QTest::addColumn<QString>("password");
+        QTest::newRow("nothing") << ""
+                                 << "FTP://???"
+                                 << "";
+        QTest::newRow("no passive mode") << "<host val='h'/><psv val='0'/>"
+                                         << "FTP://h"
+                                         << "";
+        QTest::newRow("another port") << "<protocol val='8'/><port val='2222'/>"
+                                      << "SFTP://???:2222"
+                                      << "";
+        QTest::newRow("a port of 30 digits") << "<port val='123456789012345678901234567890'/>"
+                                             << "FTP://???"
+                                             << "";
+        QTest::newRow("no protocol") << "<protocol val='77'/><port val='abc'/>"
+                                     << "Undefined protocol://???"
+                                     << "";
+        QTest::newRow("implicit") << "<protocol val='4'/>"
+                                  << "FTPS Implicit (TLS)://???"
+                                  << "";
+        QTest::newRow("the first of two") << "<host val='a'/><host val='b'/><psv val='false'/>"
+                                          << "FTP://a"
+                                          << "";
+        QTest::newRow("an older file") << "<pwd val='plain'><val val='other'/></pwd>"
+                                       << "FTP://???"
+                                       << "plain";
+        QTest::newRow("not crypted") << "<pwd><val val='plain'/></pwd>"
+                                     << "FTP://???"
+                                     << "plain";
+        QTest::newRow("no hexadecimal") << "<pwd><crypted val='1'/><val val='xyz'/></pwd>"
+                                        << "FTP://???"
+                                        << "";
+    }
+    void readsWhatAFileHolds()
+    {
+        QFETCH(QString, members);
+        write("<FTPSettingsSerializable>" + members + "</FTPSettingsSerializable>");
+        FTPSettingsSerializable settings;
+        QVERIFY(settings.load(path("file")));
+        QTEST(settings.friendlyLabel(), "label");
+        QTEST(settings.pwd(), "password");
+    }
+
+    void refusesHostileFiles()
+    {
+        const QString open = "<FTPSettingsSerializable><host val='x'/>";
+        const QString deep = QString("<a>").repeated(1 << 18);
+        const QString bomb = "<!DOCTYPE x [<!ENTITY a 'aaaaaaaaaa'><!ENTITY b '&a;&a;&a;&a;&a;&a;'>]>" + open + "&b;"
+            + "</FTPSettingsSerializable>";
+        const QString outside = "<!DOCTYPE x [<!ENTITY a SYSTEM 'file:///etc/passwd'>]>" + open + "<user val='&a;'/>"
+            + "</FTPSettingsSerializable>";
+        for (const QString& content : { QString(), open, open + deep, deep, bomb, outside, QString("<Other/>"),
+                 QString("\x01\x02"), QString(2 << 20, ' ') }) {
+            write(content);
+            EditableSettings settings = example();
+            QVERIFY(!settings.load(path("file")));
+            QVERIFY(settings.host() == "host1" && settings.pwd() == example().pwd());
+        }
+        QVERIFY(!EditableSettings().load(path("missing")));
+        QVERIFY(example().save(path("file"), nullptr));
+        EditableSettings unwritable = example();
+        unwritable.setHost(QString("control") + QChar(1));
+        QVERIFY(!unwritable.save(path("file"), nullptr) && !example().save(path("file/below"), nullptr));
+        QVERIFY(EditableSettings().load(path("file")));
+    }
+
+    void aKilledSaveLeavesAWholeFile()
+    {
+        QVERIFY(example().save(path("file"), nullptr));
+        for (int round = 0; round < 100; ++round) {
+            QProcess saving;
+            saving.start(QCoreApplication::applicationFilePath(), { "--save", path("file") });
+            QVERIFY(saving.waitForReadyRead());
+            QThread::usleep(static_cast<unsigned long>(QRandomGenerator::global()->bounded(5000)));
+            saving.kill();
+            saving.waitForFinished();
+            EditableSettings loaded;
+            QVERIFY(loaded.load(path("file")) && loaded.pwd() == example().pwd());
+        }
+    }
+
+    void describesATarget()
+    {
+        EditableSettings settings = example();
+        EditableSettings other = example();
+        other.setProtocol(FTPSettings::SFTP);
+        other.setPort(0);
+        bool changed = false;
+        QVERIFY(settings.isEqualsPublication(&other, changed) && !changed && other.port() == 22);
+        QCOMPARE(settings.signatureSettings(), other.signatureSettings());
+        QCOMPARE(settings.signatureSettings().size(), 24);
+        settings.setHost(" ho st1\t");
+        settings.setFtpFolder(" a b/c");
+        settings.setPublicSubFolder("/");
+        QVERIFY(!settings.isEqualsPublication(&other, changed) && changed);
+        settings.clean();
+        QCOMPARE(settings.dumpInfos(), QString("FTP\nhost1:21"));
+        QVERIFY(settings.ftpFolder() == "ab/c/" && settings.publicFullAdress() == "http://h//");
+        QCOMPARE(settings.signatureSettings(),
+            QString(QCryptographicHash::hash("host1_ab/c/_/anna", QCryptographicHash::Md5)
+                        .toBase64(QByteArray::Base64UrlEncoding)));
+        SQLSettings sql;
+        QCOMPARE(sql.port(), 3306);
+        sql.setPort(0);
+        sql.setPassword("secret");
+        QVERIFY(sql.port() == 0 && sql.save(path("file"), nullptr));
+        SQLSettings loaded;
+        QVERIFY(loaded.load(path("file")) && loaded.pwd() == "secret" && loaded.port() == 0);
+    }
+
+    void validatesInOrderInTwoLanguages()
+    {
+        EditableSettings settings;
+        QStringList faults;
+        QString message = "untouched";
+        for (const char* language : { "", "tavrel_en", "tavrel_fr" }) {
+            QTranslator translator;
+            QVERIFY(!*language || translator.load(language, TRANSLATIONS));
+            QCoreApplication::installTranslator(&translator);
+            QVERIFY(!settings.validateSettings(message));
+            faults << message << example().friendlyLabel();
+        }
+        QCOMPARE(faults,
+            QStringList({ "Host is empty", "FTP://host1 (Shortname passive mode)", "Host is empty",
+                "FTP://host1 (passive)", "L’hôte est vide", "FTP://host1 (passif)" }));
+        settings = example();
+        settings.setPublicUrl("");
+        QVERIFY(!settings.validateSettings(message) && message == "Public URL is empty");
+        settings.setPassword("");
+        QVERIFY(!settings.validateSettings(message) && message == "Password is empty");
+        message = "untouched";
+        QVERIFY(example().validateSettings(message) && message == "untouched");
+    }
+
+    void preparesWidgets()
+    {
+        QComboBox box;
+        FTPSettings::fillProtocolComboBox(&box, {});
+        FTPSettings::fillProtocolComboBox(&box, FTPSettings::currentUsedProtocols());
+        FTPSettings::fillProtocolComboBox(&box, FTPSettings::FTPS_IMPLICIT);
+        QStringList items;
+        for (int i = 0; i < box.count(); ++i) {
+            items << box.itemText(i) + box.itemData(i).toString();
+        }
+        QCOMPARE(items, QStringList({ "FTP1", "SFTP8", "FTPS Explicit (TLS)2", "FTPS Implicit (TLS)4" }));
+        QLineEdit edit;
+        FTPSettings::initPortControl(&edit);
+        edit.setText("65536");
+        QVERIFY(edit.hasAcceptableInput());
+        edit.setText("0");
+        QVERIFY(!edit.hasAcceptableInput());
+        FTPSettings::initPwdControl(&edit);
+        QCOMPARE(edit.echoMode(), QLineEdit::PasswordEchoOnEdit);
+        Q_EMIT edit.findChild<QShortcut*>()->activated();
+        QCOMPARE(edit.echoMode(), QLineEdit::Normal);
+    }
+
+private:
+    QString path(const QString& name) const { return mFolder.filePath(name); }
+    void write(const QString& content) { QVERIFY(FileUtils::writeFileContent(path("file"), content.toUtf8())); }
+
+    QTemporaryDir mFolder;
+};
+
+int main(int argc, char* argv[])
+{
+    const QApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    while (arguments.value(1) == "--save") { // until it is killed
+        example().save(arguments.value(2), nullptr);
+        std::puts("saved");
+        std::fflush(stdout);
+    }
+    SettingsTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "SettingsTest.moc"
