@@ -10,9 +10,15 @@
 //   bench_tavrel secured-post URL PATH STATE [clear]
 //   bench_tavrel secured-small URL COUNT STATE [clear]
 //   bench_tavrel secured-reply STATE     prints a reply that can be deciphered
+//
+// Settings files; the time is that of all COUNT rounds.
+//
+//   bench_tavrel settings-save PATH COUNT
+//   bench_tavrel settings-load PATH COUNT
 
 #include "report.h"
 
+#include <tavrel/FTPSettingsSerializable.h>
 #include <tavrel/HTTPCurl.h>
 #include <tavrel/SecuredHTTPCurl.h>
 #include <tavrel/TavrelInitializer.h>
@@ -128,6 +134,19 @@ bool runSecured(const QStringList& arguments)
     return printSecuredReply();
 }
 
+bool saveOrLoadSettings(const QString& path, int count, bool save)
+{
+    const double start = secondsNow();
+    for (int i = 0; i < count; ++i) {
+        FTPSettingsSerializable settings;
+        if (!(save ? settings.save(path, nullptr) : settings.load(path))) {
+            return fail(path);
+        }
+    }
+    reportSince(start);
+    return true;
+}
+
 bool run(const QStringList& arguments)
 {
     const QString subject = arguments.value(1);
@@ -143,6 +162,10 @@ bool run(const QStringList& arguments)
     }
     if (subject == QLatin1String("post") && arguments.size() == 4) {
         return post<HTTPCurl>(url, arguments.at(3));
+    }
+    if (subject.startsWith(QLatin1String("settings-"))) {
+        const bool save = subject == QLatin1String("settings-save");
+        return saveOrLoadSettings(arguments.value(2), arguments.value(3).toInt(), save);
     }
     if (subject.startsWith(QLatin1String("secured-"))) {
         return runSecured(arguments);

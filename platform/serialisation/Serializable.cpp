@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr qint64 LARGEST_FILE = 1024 * 1024;
+constexpr qint64 LARGEST_FILE = 1024LL * 1024;
 constexpr int DEEPEST_NESTING = 32;
 
 /// Whether bytes are XML that is safe to make a tree of: the tree is walked recursively, and its entities expanded.
@@ -44,17 +44,6 @@ bool isHarmless(const QByteArray& xml)
 Serializable::Serializable(bool polyUse)
     : mPolyUse(polyUse)
 {
-}
-
-Serializable::Serializable(const Serializable& other)
-    : mPolyUse(other.mPolyUse)
-{
-}
-
-Serializable& Serializable::operator=(const Serializable& other)
-{
-    mPolyUse = other.mPolyUse;
-    return *this;
 }
 
 bool Serializable::save(const QString& path, Serializable* object)

@@ -50,8 +50,8 @@ public:
     bool isWritingMode() const;
 
 protected:
-    Serializable(const Serializable& other);
-    Serializable& operator=(const Serializable& other);
+    Serializable(const Serializable& other) = default;
+    Serializable& operator=(const Serializable& other) = default;
 
     /// For sync(): writes or reads one member; see SContext.
     template <class T> void member(const QString& key, T& value)
