@@ -11,8 +11,9 @@ namespace {
 bool writeWhole(const QString& path, const QByteArray& bytes, QFile::Permissions permissions, QString* error)
 {
     QSaveFile file(path);
+    // A commit does not notice that what is still buffered finds no room: flush() does.
     const bool written = file.open(QIODevice::WriteOnly) && (!permissions || file.setPermissions(permissions))
-        && file.write(bytes) == bytes.size() && file.commit();
+        && file.write(bytes) == bytes.size() && file.flush() && file.commit();
     if (!written && error) {
         *error = file.errorString();
     }

@@ -10,6 +10,9 @@
 
 #include <EditableSettings.h>
 
+#include <csignal>
+#include <sys/resource.h>
+
 static EditableSettings example()
 {
     EditableSettings settings;
@@ -113,9 +116,16 @@ private Q_SLOTS:
         QVERIFY(EditableSettings().load(path("file")));
     }
 
-    void aKilledSaveLeavesAWholeFile()
+    void aFailedOrKilledSaveLeavesAWholeFile()
     {
         QVERIFY(example().save(path("file"), nullptr));
+        signal(SIGXFSZ, SIG_IGN);
+        const rlimit noRoom { 10, RLIM_INFINITY };
+        const rlimit room { RLIM_INFINITY, RLIM_INFINITY };
+        setrlimit(RLIMIT_FSIZE, &noRoom);
+        const bool isSaved = example().save(path("file"), nullptr);
+        setrlimit(RLIMIT_FSIZE, &room);
+        QVERIFY(!isSaved && EditableSettings().load(path("file")));
         for (int round = 0; round < 100; ++round) {
             QProcess saving;
             saving.start(QCoreApplication::applicationFilePath(), { "--save", path("file") });
