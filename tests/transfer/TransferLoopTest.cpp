@@ -94,7 +94,7 @@ private Q_SLOTS:
         owner.addThreadableChild(&client);
         QElapsedTimer sinceAsked;
         std::thread asking([&] {
-            QThread::msleep(200); // well into it
+            QThread::msleep(270); // well into it, and not when a timer of libcurl runs out
             sinceAsked.start();
             owner.requestInterruption();
         });
