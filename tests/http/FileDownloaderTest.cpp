@@ -81,7 +81,8 @@ private Q_SLOTS:
                 downloader->requestInterruption();
                 QVERIFY(downloader->wait(5000));
                 // The next download starts afresh.
-                QCOMPARE(errorOf(*downloader, "http://127.0.0.1:1", path("page")), QString("Couldn't connect to server"));
+                QCOMPARE(
+                    errorOf(*downloader, "http://127.0.0.1:1", path("page")), QString("Couldn't connect to server"));
                 --failures;
             } else {
                 QTRY_VERIFY(!silent.requests().isEmpty());

@@ -108,8 +108,11 @@ private Q_SLOTS:
         const ScriptedServer server(ScriptedServer::replying(reply("200 OK", "page")));
         QVERIFY(!client.getFile(server.url(), mFolder.filePath("no/folder")));
         QCOMPARE(client.error(), ErrorableCode::of(HTTPCurl::GET_CANT_WRITE_DEVICE));
-        QVERIFY(!client.getFile(server.url(), "/dev/full"));
-        QCOMPARE(client.error(), ErrorableCode::of(CURLE_WRITE_ERROR));
+        for (const int size : { 4, 1 << 20 }) { // noticed when the file is closed, and before
+            const ScriptedServer large(ScriptedServer::replying(reply("200 OK", QByteArray(size, 'x'))));
+            QVERIFY(!client.getFile(large.url(), "/dev/full"));
+            QCOMPARE(client.error(), ErrorableCode::of(CURLE_WRITE_ERROR));
+        }
         QSaveFile file(mFolder.filePath("saved")); // which must not be closed but by its owner
         QVERIFY(client.getDataRaw(server.url(), file) && file.commit());
         QCOMPARE(QFileInfo(file.fileName()).size(), qint64(4));

@@ -96,12 +96,13 @@ private Q_SLOTS:
     void refusesHostileFiles()
     {
         const QString open = "<FTPSettingsSerializable><host val='x'/>";
-        const QString deep = QString("<a>").repeated(1 << 18);
+        const QString deep = QString("<a>").repeated(1 << 17);
+        const QString closed = open + deep + QString("</a>").repeated(1 << 17) + "</FTPSettingsSerializable>";
         const QString bomb = "<!DOCTYPE x [<!ENTITY a 'aaaaaaaaaa'><!ENTITY b '&a;&a;&a;&a;&a;&a;'>]>" + open + "&b;"
             + "</FTPSettingsSerializable>";
         const QString outside = "<!DOCTYPE x [<!ENTITY a SYSTEM 'file:///etc/passwd'>]>" + open + "<user val='&a;'/>"
             + "</FTPSettingsSerializable>";
-        for (const QString& content : { QString(), open, open + deep, deep, bomb, outside, QString("<Other/>"),
+        for (const QString& content : { QString(), open, open + deep, closed, bomb, outside, QString("<Other/>"),
                  QString("\x01\x02"), QString(2 << 20, ' ') }) {
             write(content);
             EditableSettings settings = example();
