@@ -100,7 +100,7 @@ private Q_SLOTS:
         });
         const QString url = scheme.isEmpty() ? unreachableUrl() : server.url(scheme);
         const bool success
-            = uploads ? client.postForm(url, {}, QByteArray(64 << 20, 'x'), false) : client.testURLResponse(url);
+            = uploads ? client.postForm(url, {}, QByteArray(24 << 20, 'x'), false) : client.testURLResponse(url);
         asking.join();
         QVERIFY2(sinceAsked.elapsed() <= 300, qPrintable(QString::number(sinceAsked.elapsed())));
         QVERIFY(!success);
