@@ -32,7 +32,7 @@ set(ENV{PKG_CONFIG_PATH} "${pc_folder}")
 run(pkg-config --cflags --libs tavrel)
 separate_arguments(flags UNIX_COMMAND "${output}")
 run("${CXX}" ${strict} -fPIC -I "${SOURCE_DIR}/examples/common" "${SOURCE_DIR}/examples/post/main.cpp"
-    "${SOURCE_DIR}/examples/common/ProgressLine.cpp" -o "${work}/with-pkg-config" ${flags} -Wl,-rpath,${libdir})
+    "${SOURCE_DIR}/examples/common/FormRequest.cpp" "${SOURCE_DIR}/examples/common/ProgressLine.cpp" -o "${work}/with-pkg-config" ${flags} -Wl,-rpath,${libdir})
 run("${work}/with-pkg-config" --help)
 
 # Each header alone.
