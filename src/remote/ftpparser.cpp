@@ -1,81 +1,15 @@
 #include <tavrel/ftpparser.h>
 
 #include "CalendarTime.h"
+#include "ListingLine.h"
+#include "UnixLine.h"
 
 #include <algorithm>
 #include <cstring>
-#include <iterator>
+
+using namespace ListingLine;
 
 namespace {
-
-/// A run of bytes inside the line.
-struct Field
-{
-    char* begin;
-    char* end;
-
-    std::int64_t size() const { return end - begin; }
-    bool startsWith(const char* text) const
-    {
-        const auto length = static_cast<std::int64_t>(std::strlen(text));
-        return size() >= length && std::equal(text, text + length, begin);
-    }
-};
-
-/// Any bytes are taken for digits, and the sum wraps around.
-std::int64_t number(Field field)
-{
-    std::uint64_t value = 0;
-    for (const char* at = field.begin; at != field.end; ++at) {
-        value = value * 10 + (static_cast<unsigned char>(*at) - std::uint64_t { '0' });
-    }
-    return static_cast<std::int64_t>(value);
-}
-
-/// 0 for January; -1 for what is no month.
-int monthIndex(Field field)
-{
-    static const char* const months[]
-        = { "jan", "feb", "mar", "apr", "may", "jun", "jul", "aug", "sep", "oct", "nov", "dec" };
-    constexpr int toUpper = 'A' - 'a';
-    const auto isSame = [](char byte, char letter) { return byte == letter || byte == letter + toUpper; };
-    const auto isThis = [&](const char* name) { return std::equal(field.begin, field.end, name, isSame); };
-    if (field.size() != 3) {
-        return -1;
-    }
-    const auto* const found = std::find_if(std::begin(months), std::end(months), isThis);
-    return found == std::end(months) ? -1 : static_cast<int>(found - months);
-}
-
-void setName(ftpparser_entry& entry, Field name)
-{
-    entry.name = name.begin;
-    entry.name_length = static_cast<std::int32_t>(name.size());
-}
-
-void setSize(ftpparser_entry& entry, std::int64_t size)
-{
-    entry.size_kind = SIZE_BYTES;
-    entry.size = size;
-}
-
-void setTime(ftpparser_entry& entry, ftpparser_mtime_kind kind, std::int64_t time)
-{
-    entry.mtime_kind = kind;
-    entry.mtime = time;
-}
-
-void markDirectory(ftpparser_entry& entry)
-{
-    entry.may_be_dir = 1;
-    entry.is_dir = 1;
-}
-
-void markFile(ftpparser_entry& entry)
-{
-    entry.may_be_file = 1;
-    entry.is_file = 1;
-}
 
 /// Goes through a line from left to right. A search that finds nothing ends it, and all that follow fail as well.
 class Cursor
@@ -155,142 +89,6 @@ bool readEplf(ftpparser_entry& entry, Field line)
         }
     }
     return false;
-}
-
-/// The columns of a UNIX line, one after the other.
-class UnixColumns
-{
-public:
-    explicit UnixColumns(ftpparser_entry& entry)
-        : mEntry(entry)
-    {
-    }
-
-    /// Takes one field; false when the line cannot be one of these.
-    bool take(Field field)
-    {
-        switch (mColumn) {
-        case Permissions:
-            mColumn = Links;
-            return true;
-        case Links:
-            // A server that says "folder" here leaves out the owner.
-            mColumn = field.size() == 6 && *field.begin == 'f' ? FirstNumber : Owner;
-            return true;
-        case Owner:
-            mColumn = FirstNumber;
-            return true;
-        case FirstNumber:
-            mSize = number(field);
-            mColumn = SizeOrMonth;
-            return true;
-        case SizeOrMonth:
-            takeSizeOrMonth(field);
-            return true;
-        case Day:
-            mDay = number(field);
-            mColumn = TimeOrYear;
-            return true;
-        case TimeOrYear:
-            mColumn = Name;
-            return takeTimeOrYear(field);
-        case Name:
-            return true;
-        }
-        return true;
-    }
-
-    bool areComplete() const { return mColumn == Name; }
-    std::int64_t size() const { return mSize; }
-
-private:
-    enum Column { Permissions, Links, Owner, FirstNumber, SizeOrMonth, Day, TimeOrYear, Name };
-
-    /// The last number before the month is the size, however many columns there are.
-    void takeSizeOrMonth(Field field)
-    {
-        mMonth = monthIndex(field);
-        if (mMonth >= 0) {
-            mColumn = Day;
-        } else {
-            mSize = number(field);
-        }
-    }
-
-    bool takeTimeOrYear(Field field)
-    {
-        const std::int64_t length = field.size();
-        const std::int64_t colon = length - 3; // of "h:mm" and "hh:mm"
-        if ((length == 4 || length == 5) && field.begin[colon] == ':') {
-            const std::int64_t hour = number({ field.begin, field.begin + colon });
-            const std::int64_t minute = number({ field.begin + colon + 1, field.end });
-            const std::int64_t day = CalendarTime::ofDayWithoutYear(mMonth, mDay);
-            setTime(mEntry, MTIME_REMOTE_MINUTE, CalendarTime::at(day, hour, minute));
-            return true;
-        }
-        if (length < 4) {
-            return false;
-        }
-        setTime(mEntry, MTIME_REMOTE_DAY, CalendarTime::exact(CalendarTime::ofDay(number(field), mMonth, mDay)));
-        return true;
-    }
-
-    ftpparser_entry& mEntry;
-    Column mColumn = Permissions;
-    std::int64_t mSize = 0;
-    int mMonth = 0;
-    std::int64_t mDay = 0;
-};
-
-void markUnixType(ftpparser_entry& entry, char type)
-{
-    if (type == 'd') {
-        markDirectory(entry);
-    } else if (type == '-') {
-        markFile(entry);
-    } else if (type == 'l') {
-        entry.may_be_dir = 1;
-        entry.is_link = 1;
-        markFile(entry);
-    }
-}
-
-/// A name without the target of a link, or the blanks that some servers put in front.
-Field unixName(Field line, Field name)
-{
-    constexpr int firstArrow = 3;
-    if (*line.begin == 'l' && name.size() > firstArrow) {
-        static const char arrow[] = " -> ";
-        name.end = std::search(name.begin + firstArrow, name.end, arrow, arrow + 4);
-    }
-    const bool hasAttributes = line.begin[1] == '[' || line.begin[1] == ' ';
-    if (hasAttributes && name.size() >= 4 && name.startsWith("   ")) {
-        name.begin += 3;
-    }
-    return name;
-}
-
-bool readUnix(ftpparser_entry& entry, Field line)
-{
-    markUnixType(entry, *line.begin);
-    UnixColumns columns(entry);
-    char* field = line.begin;
-    for (char* at = line.begin + 1; at != line.end && !columns.areComplete(); ++at) {
-        if (*at != ' ' || at[-1] == ' ') {
-            continue;
-        }
-        if (!columns.take({ field, at })) {
-            return false;
-        }
-        setName(entry, { at + 1, line.end });
-        field = std::find_if(at, line.end, [](char byte) { return byte != ' '; });
-    }
-    if (!columns.areComplete()) {
-        return false;
-    }
-    setSize(entry, columns.size());
-    setName(entry, unixName(line, { entry.name, entry.name + entry.name_length }));
-    return true;
 }
 
 bool readVms(ftpparser_entry& entry, Field line)
@@ -394,7 +192,7 @@ bool readLine(ftpparser_entry& entry, Field line)
     case 'p':
     case 's':
     case '-':
-        return readUnix(entry, line);
+        return readUnixLine(entry, line);
     default:
         break;
     }
