@@ -33,8 +33,11 @@ void FileDownloader::download(const QString& url, const QString& path)
     QThread::start(); // Not Thread's, which would forget an interruption asked for since begin().
     if (!isRunning() && !isFinished()) {
         fail(QStringLiteral("Unable to start a thread"));
+        {
+            const std::lock_guard<std::mutex> guard(mMutex);
+            mRunning = false;
+        }
         announce(false);
-        isStartedAgain();
     }
 }
 
@@ -44,7 +47,7 @@ bool FileDownloader::begin(const QString& url, const QString& path)
     const std::lock_guard<std::mutex> guard(mMutex);
     if (mDownloading || mClosing) {
         LogUtils log(LogUtils::Warning, __FILE__, "download", __LINE__);
-        log << "a download is running, not started: " << url;
+        log << "a download is running, not started: " << path; // a URL may hold a password
         log.checkSpacing();
         return false;
     }
