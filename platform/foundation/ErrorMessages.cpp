@@ -17,9 +17,3 @@ bool ErrorMessages::contains(const ErrorableCode& code) const
     const std::lock_guard<std::mutex> guard(mMutex);
     return mTexts.contains(code);
 }
-
-int ErrorMessages::size() const
-{
-    const std::lock_guard<std::mutex> guard(mMutex);
-    return mTexts.size();
-}

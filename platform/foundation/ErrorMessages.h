@@ -23,7 +23,6 @@ public:
     QString value(const ErrorableCode& code) const;
 
     bool contains(const ErrorableCode& code) const;
-    int size() const;
 
 private:
     mutable std::mutex mMutex;

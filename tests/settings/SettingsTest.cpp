@@ -43,7 +43,7 @@ private Q_SLOTS:
         FTPSettingsSerializable loaded;
         QVERIFY(loaded.load(path("file")) && loaded.pwd() == settings.pwd() && loaded.host() == "host1");
         FTPSettingsSerializable copied;
-        QVERIFY(!copied.copy(&settings) || copied.pwd() == settings.pwd());
+        QVERIFY(copied.copy(&settings) && copied.pwd() == settings.pwd() && !SQLSettings().copy(&settings));
         QVERIFY(!SQLSettings().load(path("file")));
     }
 
