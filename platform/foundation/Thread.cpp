@@ -4,7 +4,7 @@
 
 Thread::Thread(QObject* parent)
     : QThread(parent)
-    , mInterruption(std::make_shared<std::atomic<bool>>(false))
+    , mInterruption(std::make_shared<Interruption>())
 {
     connect(this, &QThread::finished, this, [this] { onFinished(); });
 }
@@ -30,7 +30,7 @@ void Thread::start(Priority priority)
 
 void Thread::requestInterruption()
 {
-    mInterruption->store(true);
+    mInterruption->request();
     if (isRunning()) {
         QThread::requestInterruption();
     }
@@ -38,19 +38,19 @@ void Thread::requestInterruption()
 
 bool Thread::isInterruptionRequested() const
 {
-    return mInterruption->load();
+    return mInterruption->isRequested();
 }
 
 void Thread::onFinished() { }
 
-std::shared_ptr<const std::atomic<bool>> Thread::interruptionFlag() const
+std::shared_ptr<Interruption> Thread::interruption() const
 {
     return mInterruption;
 }
 
 void Thread::clearInterruption()
 {
-    mInterruption->store(false);
+    mInterruption->clear();
 }
 
 void Thread::interruptAndWait()

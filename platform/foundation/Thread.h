@@ -1,10 +1,10 @@
 #pragma once
 
+#include <foundation/Interruption.h>
 #include <foundation/foundation_export.h>
 
 #include <QThread>
 
-#include <atomic>
 #include <memory>
 
 class Threadable;
@@ -38,13 +38,13 @@ public:
     /// Called after run() has returned, by the event loop of the thread in which this object lives.
     virtual void onFinished();
 
-    /// What Threadable objects read; stays valid after this object is gone.
-    std::shared_ptr<const std::atomic<bool>> interruptionFlag() const;
+    /// What Threadable objects look at; stays valid after this object is gone.
+    std::shared_ptr<Interruption> interruption() const;
 
 protected:
     void clearInterruption();
     void interruptAndWait();
 
 private:
-    std::shared_ptr<std::atomic<bool>> mInterruption;
+    std::shared_ptr<Interruption> mInterruption;
 };

@@ -9,11 +9,11 @@ Threadable::Threadable(QObject* parent)
 
 void Threadable::setThreadForInterrupt(Thread* thread)
 {
-    // The flag outlives the thread, so neither side has to tell the other that it goes.
-    mInterruption = thread ? thread->interruptionFlag() : nullptr;
+    // The interruption outlives the thread, so neither side has to tell the other that it goes.
+    mInterruption = thread ? thread->interruption() : nullptr;
 }
 
 bool Threadable::isInterruptionRequested() const
 {
-    return mInterruption && mInterruption->load();
+    return mInterruption && mInterruption->isRequested();
 }

@@ -1,10 +1,10 @@
 #pragma once
 
+#include <foundation/Interruption.h>
 #include <foundation/foundation_export.h>
 
 #include <QObject>
 
-#include <atomic>
 #include <memory>
 
 class Thread;
@@ -27,6 +27,10 @@ public:
 
     bool isInterruptionRequested() const;
 
+protected:
+    /// For wake-ups; null while the object is tied to no thread.
+    const std::shared_ptr<Interruption>& interruption() const { return mInterruption; }
+
 private:
-    std::shared_ptr<const std::atomic<bool>> mInterruption;
+    std::shared_ptr<Interruption> mInterruption;
 };
