@@ -31,12 +31,19 @@ TransferLoop::TransferLoop()
 {
 }
 
+TransferLoop::~TransferLoop()
+{
+    // libcurl would wait up to two minutes for the answers to its farewells.
+    hangUp();
+}
+
 CURLcode TransferLoop::perform(CURL* easy)
 {
     if (!mMulti) {
         return CURLE_OUT_OF_MEMORY;
     }
     tune(easy);
+    mSockets.watch(easy);
     CURLMcode code = curl_multi_add_handle(mMulti.get(), easy);
     if (code != CURLM_OK) {
         return code == CURLM_OUT_OF_MEMORY ? CURLE_OUT_OF_MEMORY : CURLE_FAILED_INIT;

@@ -1,0 +1,48 @@
+#include "OpenSockets.h"
+
+#include <algorithm>
+#include <sys/socket.h>
+#include <unistd.h>
+
+void OpenSockets::watch(CURL* easy)
+{
+    curl_easy_setopt(easy, CURLOPT_OPENSOCKETFUNCTION, &OpenSockets::open);
+    curl_easy_setopt(easy, CURLOPT_OPENSOCKETDATA, this);
+    curl_easy_setopt(easy, CURLOPT_CLOSESOCKETFUNCTION, &OpenSockets::close);
+    curl_easy_setopt(easy, CURLOPT_CLOSESOCKETDATA, this);
+}
+
+void OpenSockets::leave(CURL* easy)
+{
+    curl_easy_setopt(easy, CURLOPT_OPENSOCKETFUNCTION, nullptr);
+    curl_easy_setopt(easy, CURLOPT_CLOSESOCKETFUNCTION, nullptr);
+}
+
+void OpenSockets::hangUp()
+{
+    const std::lock_guard<std::mutex> guard(mMutex);
+    for (const curl_socket_t socket : mSockets) {
+        shutdown(socket, SHUT_RD);
+    }
+}
+
+curl_socket_t OpenSockets::open(void* self, curlsocktype /*purpose*/, curl_sockaddr* address)
+{
+    const curl_socket_t opened = socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+    if (opened != CURL_SOCKET_BAD) {
+        OpenSockets& sockets = *static_cast<OpenSockets*>(self);
+        const std::lock_guard<std::mutex> guard(sockets.mMutex);
+        sockets.mSockets.push_back(opened);
+    }
+    return opened;
+}
+
+int OpenSockets::close(void* self, curl_socket_t socket)
+{
+    OpenSockets& sockets = *static_cast<OpenSockets*>(self);
+    // Closed under the lock, so that no other socket has got the number when hangUp() comes to it.
+    const std::lock_guard<std::mutex> guard(sockets.mMutex);
+    auto& open = sockets.mSockets;
+    open.erase(std::remove(open.begin(), open.end(), socket), open.end());
+    return ::close(socket);
+}
