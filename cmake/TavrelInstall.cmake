@@ -16,7 +16,7 @@ set_target_properties(tavrel PROPERTIES
 target_compile_features(tavrel PUBLIC cxx_std_17)
 target_link_libraries(tavrel
     PUBLIC Qt5::Core Qt5::Xml CURL::libcurl
-    PRIVATE Qt5::Widgets OpenSSL::Crypto $<BUILD_INTERFACE:tavrel_compile_options>)
+    PRIVATE Qt5::Network Qt5::Widgets OpenSSL::Crypto $<BUILD_INTERFACE:tavrel_compile_options>)
 if(NOT TAVREL_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang" AND NOT APPLE AND NOT WIN32)
     target_link_options(tavrel PRIVATE -Wl,--no-undefined)
 endif()

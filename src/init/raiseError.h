@@ -19,6 +19,17 @@ struct ErrorSite
     }
 };
 
+/// raiseError() for a value that E has no name for.
+template <class E>
+void raiseErrorValue(Errorable& target, int value, const char* name, ErrorSite site, const QString& message = QString())
+{
+    const QString type = TypeUtils::name<E>();
+    target._setError(ErrorableCode(type, value, {}, site.location(), QString::fromUtf8(name)));
+    if (!message.isEmpty()) {
+        Errorable::sErrorMessages.insert(ErrorableCode(type, value), message);
+    }
+}
+
 /**
  * Makes value the current error of target.
  *
@@ -27,9 +38,5 @@ struct ErrorSite
 template <class E>
 void raiseError(Errorable& target, E value, const char* name, ErrorSite site, const QString& message = QString())
 {
-    target._setError(
-        ErrorableCode(TypeUtils::name<E>(), static_cast<int>(value), {}, site.location(), QString::fromUtf8(name)));
-    if (!message.isEmpty()) {
-        Errorable::sErrorMessages.insert(ErrorableCode::of(value), message);
-    }
+    raiseErrorValue<E>(target, static_cast<int>(value), name, site, message);
 }

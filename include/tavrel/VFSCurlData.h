@@ -1,0 +1,40 @@
+#pragma once
+
+#include <tavrel/tavrel_export.h>
+
+#include <QTime>
+#include <QUrl>
+
+class FTPCurl;
+class QIODevice;
+
+/// One request of an FTPCurl. libcurl's callbacks get it as their user pointer, so it outlives the request.
+struct VFSCurlData
+{
+    /// What a request moves and asks for.
+    enum Kind {
+        Plain = 0, ///< no body
+        Download = 1, ///< a file into the device
+        Upload = 2, ///< a file from the device
+        Listing = 3, ///< a directory listing into the device
+        ExistenceTest = 4, ///< no body; over SFTP, a directory is listed into nothing
+        Removal = 5, ///< no body; a command follows
+        Command = 6, ///< no body; a command that may create follows
+    };
+
+    int type = Plain; ///< a Kind; any other value makes the request fail
+    FTPCurl* owner = nullptr; ///< whose handle, settings and signals are used
+    /// Source or sink of the body; null without one. A closed device is opened when the first byte moves. The size of a
+    /// source is asked for before.
+    QIODevice* device = nullptr;
+    QTime lastProgress; ///< when progress was last signalled; the current time at first
+    QUrl url; ///< as FTPCurl::generateUrl() makes it, user and password included
+};
+
+/**
+ * Runs one request of data.owner to its end, on the calling thread.
+ *
+ * Returns libcurl's result, or -1 when the owner has no handle or the type is no Kind. A request that fails while the
+ * owner is being interrupted ends with CURLE_ABORTED_BY_CALLBACK. The error state of the owner stays as it is.
+ */
+TAVREL_EXPORT int performCurlRequest(VFSCurlData& data);

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <tavrel/FTPSettings.h>
+
+#include <QString>
+#include <QStringList>
+
+/// The raw commands that follow a request. FTP and both kinds of FTPS share one set, SFTP has that of libcurl.
+class CommandTexts
+{
+public:
+    static bool knows(FTPSettings::Protocol protocol);
+
+    /// protocol is one that knows() accepts.
+    explicit CommandTexts(FTPSettings::Protocol protocol);
+
+    bool isSftp() const { return mIsSftp; }
+
+    /// What libcurl is to send in place of its own listing command.
+    QString list() const;
+    QString makeDirectory(const QString& path) const;
+    /// To be tried in turn: servers know the one or the other.
+    QStringList changeMode(const QString& path, int mode) const;
+    QString remove(const QString& path, bool isDirectory) const;
+
+private:
+    bool mIsSftp;
+};

@@ -1,0 +1,132 @@
+#include <tavrel/FTPCurl.h>
+
+#include <foundation/FileUtils.h>
+
+#include <QBuffer>
+#include <QFile>
+
+namespace {
+
+/// The personal pages of an internet provider, whose server answers uploads in a way of its own.
+const QString PERSONAL_PAGES_HOST = QStringLiteral("ftpperso.provider.example");
+
+bool isPersonalPages(const FTPSettings& settings)
+{
+    return settings.host().contains(PERSONAL_PAGES_HOST, Qt::CaseInsensitive);
+}
+
+void closeIfOpen(QIODevice* device)
+{
+    if (device && device->isOpen()) {
+        device->close();
+    }
+}
+
+} // namespace
+
+bool FTPCurl::putData(const QByteArray& data, const QString& target, bool createDirectories)
+{
+    if (!isValid()) {
+        return false;
+    }
+    if (target.isEmpty()) {
+        return refuse(QStringLiteral("putData: target is empty"), __LINE__);
+    }
+    if (!checkPath(target, "putData", __LINE__)) {
+        return false;
+    }
+    const QString path = canonicalizedFilePath(target);
+    if (createDirectories && !createDirectoryIfNecessary(path)) {
+        return false;
+    }
+    QByteArray content = data;
+    QBuffer buffer(&content);
+    const int code = request(VFSCurlData::Upload, &buffer, path);
+    const bool success = handleResult(code, QStringLiteral("Can't putData to %1").arg(path));
+    setExistingResourceCache(path, success ? 1 : -1);
+    return success;
+}
+
+bool FTPCurl::putFile(const QString& source, const QString& target, bool createDirectories)
+{
+    if (!isValid()) {
+        return false;
+    }
+    if (isPersonalPages(mFtpSettings)) {
+        // Deliberate: that server gets its files from memory, an unreadable one as an empty one.
+        return putData(FileUtils::readFileContent(source, false), target, createDirectories);
+    }
+    if (target.isEmpty()) {
+        return refuse(QStringLiteral("putData: target is empty"), __LINE__);
+    }
+    if (!checkPath(target, "putFile", __LINE__)) {
+        return false;
+    }
+    const QString path = canonicalizedFilePath(target);
+    if (createDirectories && !createDirectoryIfNecessary(path)) {
+        return false;
+    }
+    QFile file(source);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return refuse(QStringLiteral("putFile: source cant be opened ") + source, __LINE__);
+    }
+    return putDataFromIoDevice(&file, source, path);
+}
+
+bool FTPCurl::putDataFromIoDevice(QIODevice* device, const QString& source, const QString& target)
+{
+    if (!isValid()) {
+        return false;
+    }
+    if (target.isEmpty()) {
+        return refuse(QStringLiteral("putData: target is empty"), __LINE__);
+    }
+    if (!checkPath(target, "putDataFromIoDevice", __LINE__)) {
+        return false;
+    }
+    const QString path = canonicalizedFilePath(target);
+    const int code = request(VFSCurlData::Upload, device, path);
+    closeIfOpen(device);
+    // Deliberate: these come from servers that took the file and were slow, or odd, to say so.
+    const bool isTolerated
+        = code == CURLE_OPERATION_TIMEDOUT || (code == CURLE_RECV_ERROR && isPersonalPages(mFtpSettings));
+    const QString context = QStringLiteral("Can't putFile %1 to %2").arg(source, path);
+    const bool success = handleResult(isTolerated ? CURLE_OK : code, context);
+    setExistingResourceCache(path, success ? 1 : -1);
+    return success;
+}
+
+bool FTPCurl::getData(const QString& source, QByteArray& data)
+{
+    data.clear();
+    QBuffer buffer(&data);
+    return download(source, buffer);
+}
+
+bool FTPCurl::getFile(const QString& source, const QString& target)
+{
+    QFile file(target);
+    return download(source, file);
+}
+
+bool FTPCurl::download(const QString& source, QIODevice& device)
+{
+    if (!isValid()) {
+        return false;
+    }
+    if (source.isEmpty()) {
+        return refuse(QStringLiteral("getFile: source is empty"), __LINE__);
+    }
+    if (!checkPath(source, "getFile", __LINE__)) {
+        return false;
+    }
+    const QString path = canonicalizedFilePath(source);
+    int code = request(VFSCurlData::Download, &device, path);
+    auto* const file = qobject_cast<QFile*>(&device);
+    const bool isWritten = !file || !file->isOpen() || file->flush();
+    if (code == CURLE_OK && !isWritten) {
+        code = CURLE_WRITE_ERROR; // The disk is full, and the last bytes were in the file's buffer.
+    }
+    closeIfOpen(&device);
+    return handleResult(code, QStringLiteral("Can't getFile for %1").arg(path));
+}

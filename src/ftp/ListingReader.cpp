@@ -1,0 +1,55 @@
+#include "ListingReader.h"
+
+#include <tavrel/ftpparser.h>
+
+static const QChar SLASH = QLatin1Char('/');
+
+ListingReader::ListingReader(const QByteArray& listing, const QString& directory)
+    : mListing(listing)
+    , mPrefix(directory)
+{
+    if (!mPrefix.isEmpty() && !mPrefix.endsWith(SLASH)) {
+        mPrefix.append(SLASH);
+    }
+}
+
+bool ListingReader::next(ListingEntry& entry)
+{
+    // One line at a time: a listing may have a million of them.
+    while (mPosition < mListing.size()) {
+        int end = mListing.indexOf('\n', mPosition);
+        if (end < 0) {
+            end = mListing.size();
+        }
+        const QString line = QString::fromUtf8(mListing.constData() + mPosition, end - mPosition);
+        mPosition = end + 1;
+        if (readLine(line, entry)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool ListingReader::readLine(const QString& text, ListingEntry& entry) const
+{
+    // Deliberate: the parser works on bytes of Latin-1, in which other characters are lost.
+    QByteArray line = text.toLatin1();
+    ftpparser_entry parsed;
+    if (ftpparser(&parsed, line.data(), line.size()) != 1) {
+        return false;
+    }
+    const QString name = QString::fromLatin1(parsed.name, parsed.name_length).trimmed();
+    if (name.isEmpty() || name == QLatin1String(".") || name == QLatin1String("..")) {
+        return false; // An entry without a name would stand for the directory itself.
+    }
+    entry.path = mPrefix + name;
+    entry.size = parsed.size;
+    entry.modified = parsed.mtime;
+    entry.isDir = parsed.is_dir != 0;
+    entry.isFile = parsed.is_file != 0;
+    entry.isLink = parsed.is_link != 0;
+    if (entry.isDir && !entry.path.endsWith(SLASH)) {
+        entry.path.append(SLASH);
+    }
+    return true;
+}

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+/// One entry of a directory listing, as its line has it.
+struct ListingEntry
+{
+    QString path; ///< of the directory and the entry; that of a directory ends in a slash
+    qint64 size = 0; ///< in bytes; 0 when the line has none
+    qint64 modified = 0; ///< seconds since 1970; 0 when the line has none
+    bool isDir = false;
+    bool isFile = false;
+    bool isLink = false;
+};
+
+/// Takes a listing apart, line by line. Lines that are no entries, or have no name, are
+/// skipped, and so are "." and "..".
+class ListingReader
+{
+public:
+    /// directory is put before the names. The listing must outlive the reader.
+    ListingReader(const QByteArray& listing, const QString& directory);
+
+    /// False after the last entry.
+    bool next(ListingEntry& entry);
+
+private:
+    bool readLine(const QString& text, ListingEntry& entry) const;
+
+    const QByteArray& mListing;
+    QString mPrefix;
+    int mPosition = 0;
+};
