@@ -55,7 +55,7 @@ private Q_SLOTS:
 
 private:
     QTemporaryDir mFolder;
-    RealServers mServers;
+    RealServers mServers { { "nginx", "php" } };
 };
 
 QTEST_GUILESS_MAIN(RealServersTest)

@@ -210,7 +210,7 @@ private Q_SLOTS:
 
     void talksToTheServiceInPhp()
     {
-        const RealServers servers(SOURCE_DIR "/examples/secured-service/index.php");
+        const RealServers servers({ "php" }, SOURCE_DIR "/examples/secured-service/index.php");
         const QByteArray file = QByteArray("\0\r\n#", 4).repeated(1 << 18);
         SecuredHTTPCurl client;
         QVERIFY(client.handshake(servers.php()));
