@@ -18,8 +18,8 @@ public:
         QString root; ///< what the user puts in front of a path; "" or a folder
     };
 
-    /// Starts those of "nginx", "php", "proftpd" and "openssh" that are named. PHP runs script; without one it tells what a
-    /// form brought.
+    /// Starts those of "nginx", "php", "proftpd" and "openssh" that are named. PHP runs script; without one it tells
+    /// what a form brought.
     explicit RealServers(const QStringList& names, const QString& script = QString())
     {
         const QString owner = QString::number(QCoreApplication::applicationPid());

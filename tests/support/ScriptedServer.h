@@ -25,6 +25,7 @@ public:
     QByteArray readRequest(QTcpSocket& socket);
     QList<QByteArray> requests();
 
+    quint16 port() const { return mPort; }
     QString host() const { return QString("127.0.0.1:%1").arg(mPort); }
     QString url(const QString& scheme = "http") const { return scheme + "://" + host() + '/'; }
 

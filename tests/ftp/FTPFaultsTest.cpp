@@ -1,0 +1,217 @@
+#include "FtpTarget.h"
+#include "ScriptedFtpServer.h"
+
+#include <tavrel/FTPCurl.h>
+#include <tavrel/TavrelInitializer.h>
+
+#include <foundation/Thread.h>
+
+#include <QBuffer>
+#include <QtTest>
+
+#include <thread>
+
+static const TavrelInitializer initializer;
+
+using Operation = std::function<bool(FTPCurl&)>;
+Q_DECLARE_METATYPE(Operation)
+
+static const QByteArray MEBIBYTE(1 << 20, 'x');
+
+static bool uploads(FTPCurl& ftp)
+{
+    return ftp.putData(MEBIBYTE, "dir/a", false);
+}
+static bool downloads(FTPCurl& ftp)
+{
+    QByteArray data;
+    return ftp.getData("dir/a", data);
+}
+static bool lists(FTPCurl& ftp)
+{
+    VirtualFileList files;
+    return ftp.listRecursively("dir", files);
+}
+static bool makes(FTPCurl& ftp)
+{
+    return ftp.internal_mkdir("dir");
+}
+static bool creates(FTPCurl& ftp)
+{
+    return ftp.createDirectory("dir/sub");
+}
+static bool removes(FTPCurl& ftp)
+{
+    return ftp.removeResource("dir");
+}
+static bool tests(FTPCurl& ftp)
+{
+    bool exists = false;
+    return ftp.resourceExists("dir/a", exists);
+}
+
+/// Asks for an interruption while the client is well into an operation.
+class Interrupter
+{
+public:
+    Interrupter(Thread& thread, std::future<void> moment)
+        : mAsking([this, &thread, wait = std::move(moment)] {
+            wait.wait();
+            QThread::msleep(130); // it sleeps by now, and no timer of libcurl is about to run out
+            mSinceAsked.start();
+            thread.requestInterruption();
+        })
+    {
+    }
+    qint64 elapsed()
+    {
+        mAsking.join();
+        return mSinceAsked.elapsed();
+    }
+
+private:
+    QElapsedTimer mSinceAsked;
+    std::thread mAsking;
+};
+
+class FTPFaultsTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void isInterruptedAtOnce_data()
+    {
+        QTest::addColumn<Operation>("operation");
+        QTest::addColumn<QByteArray>("silentAt");
+        const auto row = [](const QByteArray& silentAt, const char* name, Operation operation) {
+            QTest::newRow(name + (" at " + silentAt)) << operation << silentAt;
+        };
+        row("greeting", "test", tests);
+        row("PASS", "list", lists);
+        row("CWD", "create", creates);
+        row("PASV", "put", uploads);
+        row("STOR", "put", uploads);
+        row("after STOR", "put", uploads);
+        row("RETR", "get", downloads);
+        row("after RETR", "get", downloads);
+        row("after LIST", "list", lists);
+        row("after LIST", "remove", removes);
+        row("MKD", "make", makes);
+        row("DELE", "remove", removes);
+        row("CHMOD", "chmod", [](FTPCurl& ftp) { return ftp.internal_chmod("a", 0644); });
+    }
+    void isInterruptedAtOnce()
+    {
+        QFETCH(Operation, operation);
+        QFETCH(QByteArray, silentAt);
+        const QByteArray verb = QByteArray(silentAt).replace("after ", "");
+        std::promise<void> isThere;
+        FtpPlay play;
+        play.replies = { { silentAt, FtpPlay::SILENCE } };
+        play.content = MEBIBYTE;
+        play.listing = [](const QByteArray&) { return "-rw-r--r-- 1 a b 1 Jan 1 2020 one\r\n"; };
+        play.onCommand = [&](const QByteArray& command) {
+            if (command.startsWith(verb)) {
+                isThere.set_value();
+            }
+        };
+        if (silentAt == "greeting") {
+            isThere.set_value();
+        }
+        ScriptedFtpServer server(play);
+        Thread thread;
+        FTPCurl ftp;
+        thread.addThreadableChild(&ftp);
+        QVERIFY(ftp.initHost(FtpTarget(1, server.port())));
+        Interrupter interrupter(thread, isThere.get_future());
+        const bool success = operation(ftp);
+        const qint64 elapsed = interrupter.elapsed();
+        QVERIFY2(elapsed <= 300, qPrintable(QString::number(elapsed)));
+        QVERIFY(!success || silentAt == "CHMOD");
+        if (silentAt != "CHMOD") {
+            QVERIFY(ftp.error() == ErrorableCode::of(CURLE_ABORTED_BY_CALLBACK)
+                || ftp.error() == ErrorableCode::of(FTPCurl::INTERRUPTED));
+        }
+        QElapsedTimer sinceClosed;
+        sinceClosed.start();
+        ftp.close();
+        QVERIFY2(sinceClosed.elapsed() <= 300, qPrintable(QString::number(sinceClosed.elapsed())));
+    }
+
+    void goesOnAfterAFault_data()
+    {
+        QTest::addColumn<Operation>("operation");
+        QTest::addColumn<QByteArray>("at");
+        QTest::addColumn<QByteArray>("reply");
+        const auto row = [](const QByteArray& at, const QByteArray& reply, Operation operation) {
+            QTest::newRow(at + ": " + reply) << operation << at << reply;
+        };
+        row("PASS", "530 not you", lists);
+        row("CWD", FtpPlay::DROP, lists);
+        row("STOR", FtpPlay::DROP, uploads);
+        row("after STOR", FtpPlay::DROP, uploads);
+        row("after RETR", "451 disk", downloads);
+        row("after LIST", "421 time is up", lists);
+        row("PASV", "227 nonsense", downloads);
+        row("MKD", "999 nonsense", makes);
+        row("MKD", "nonsense", makes);
+        row("DELE", FtpPlay::DROP, removes);
+        row("after STOR", "226 done\r\n421 idle for too long", uploads);
+    }
+    void goesOnAfterAFault()
+    {
+        QFETCH(Operation, operation);
+        QFETCH(QByteArray, at);
+        QFETCH(QByteArray, reply);
+        // The first connection plays the fault, the next one does not.
+        FtpPlay play;
+        std::atomic<int> faults { 1 };
+        play.replies = { { at, reply } };
+        play.isDue = [&] { return faults-- > 0; };
+        play.listing = [](const QByteArray&) { return "-rw-r--r-- 1 a b 1 Jan 1 2020 one\r\n"; };
+        play.content = "content";
+        ScriptedFtpServer server(play);
+        FTPCurl ftp;
+        ftp.initHost(FtpTarget(1, server.port()));
+        curl_easy_setopt(ftp.curlhandle(), CURLOPT_TIMEOUT_MS, 800L);
+        operation(ftp);
+        QByteArray data;
+        QVERIFY2(ftp.getData("dir/a", data), qPrintable(ftp.errorMessage()));
+        QCOMPARE(data, QByteArray("content"));
+    }
+
+    void partsFromASilentServer_data()
+    {
+        QTest::addColumn<QByteArray>("silentAt");
+        QTest::newRow("at the farewell") << QByteArray("QUIT");
+        QTest::newRow("after an upload") << QByteArray("after STOR");
+        QTest::newRow("after a command") << QByteArray("MKD");
+    }
+    void partsFromASilentServer()
+    {
+        QFETCH(QByteArray, silentAt);
+        FtpPlay play;
+        play.replies = { { silentAt, FtpPlay::SILENCE } };
+        ScriptedFtpServer server(play);
+        const FtpTarget target(1, server.port());
+        QElapsedTimer parting;
+        auto ftp = std::make_unique<FTPCurl>();
+        const auto talk = [&] {
+            ftp->initHost(target);
+            curl_easy_setopt(ftp->curlhandle(), CURLOPT_TIMEOUT_MS, 200L);
+            silentAt == "MKD" ? makes(*ftp) : uploads(*ftp);
+            parting.start();
+        };
+        talk();
+        QVERIFY(ftp->initHost(target) && parting.elapsed() < 300);
+        talk();
+        ftp->close();
+        QVERIFY(parting.elapsed() < 300);
+        talk();
+        ftp.reset();
+        QVERIFY2(parting.elapsed() < 300, qPrintable(QString::number(parting.elapsed())));
+    }
+};
+
+QTEST_GUILESS_MAIN(FTPFaultsTest)
+#include "FTPFaultsTest.moc"

@@ -1,0 +1,125 @@
+#include "ScriptedFtpServer.h"
+
+#include <QTcpServer>
+
+const QByteArray FtpPlay::DROP = "drop";
+const QByteArray FtpPlay::SILENCE = "silence";
+
+static constexpr int TURN_MS = 20;
+
+static const QMap<QByteArray, QByteArray> USUAL_REPLIES { { "USER", "331 who" }, { "PASS", "230 welcome" },
+    { "PWD", "257 \"/\"" }, { "TYPE", "200 fine" }, { "MDTM", "213 20200101000000" }, { "LIST", "150 here" },
+    { "RETR", "150 here" }, { "STOR", "150 send" }, { "QUIT", "221 bye" } };
+
+ScriptedFtpServer::ScriptedFtpServer(FtpPlay play)
+    : mPlay(std::move(play))
+    , mServer([this](ScriptedServer&, QTcpSocket& control) { converse(control); })
+{
+}
+
+QList<QByteArray> ScriptedFtpServer::commands()
+{
+    const std::lock_guard<std::mutex> guard(mMutex);
+    return mCommands;
+}
+
+QByteArray ScriptedFtpServer::uploaded()
+{
+    const std::lock_guard<std::mutex> guard(mMutex);
+    return mUploaded;
+}
+
+void ScriptedFtpServer::converse(QTcpSocket& control)
+{
+    QTcpServer dataServer;
+    control.setSocketOption(QAbstractSocket::LowDelayOption, 1);
+    bool goesOn = answer(control, "greeting", "220 scripted");
+    while (goesOn && control.state() == QTcpSocket::ConnectedState && !mServer.isInterruptionRequested()) {
+        if (!control.canReadLine() && !control.waitForReadyRead(TURN_MS)) {
+            continue;
+        }
+        const QByteArray command = control.readLine().trimmed();
+        const QByteArray verb = command.split(' ').first();
+        if (verb != "USER" && verb != "PASS" && verb != "PWD" && verb != "QUIT") {
+            const std::lock_guard<std::mutex> guard(mMutex);
+            mCommands << command;
+        }
+        if (verb == "CWD") {
+            mDirectory = command.mid(4);
+        }
+        if (mPlay.onCommand) {
+            mPlay.onCommand(command);
+        }
+        QByteArray usual = USUAL_REPLIES.value(verb, "250 done");
+        if (verb == "SIZE") {
+            usual = "213 " + QByteArray::number(mPlay.content.size());
+        }
+        if (verb == "PASV") {
+            dataServer.close();
+            dataServer.listen(QHostAddress::LocalHost);
+            const int port = dataServer.serverPort();
+            usual = "227 ok (127,0,0,1," + QByteArray::number(port / 256) + ',' + QByteArray::number(port % 256) + ')';
+        }
+        goesOn = answer(control, mPlay.replies.contains(command) ? command : verb, usual)
+            && transfer(control, dataServer, verb) && verb != "QUIT";
+    }
+}
+
+bool ScriptedFtpServer::answer(QTcpSocket& control, const QByteArray& key, const QByteArray& usual)
+{
+    const bool isOdd = mPlay.replies.contains(key) && (!mPlay.isDue || mPlay.isDue());
+    const QByteArray reply = isOdd ? mPlay.replies.value(key) : usual;
+    if (reply == FtpPlay::DROP) {
+        return false;
+    }
+    if (reply != FtpPlay::SILENCE) {
+        control.write(reply + "\r\n");
+        control.waitForBytesWritten();
+    }
+    return !reply.contains("421");
+}
+
+bool ScriptedFtpServer::transfer(QTcpSocket& control, QTcpServer& dataServer, const QByteArray& verb)
+{
+    const bool sends = verb == "LIST" || verb == "RETR";
+    if ((!sends && verb != "STOR") || !mPlay.replies.value(verb, "150").startsWith("150")) {
+        return true;
+    }
+    if (!dataServer.hasPendingConnections() && !dataServer.waitForNewConnection(5000)) {
+        return false;
+    }
+    const std::unique_ptr<QTcpSocket> data(dataServer.nextPendingConnection());
+    sends ? send(*data, outgoing(verb)) : receive(*data);
+    data->disconnectFromHost();
+    return answer(control, "after " + verb, "226 done");
+}
+
+QByteArray ScriptedFtpServer::outgoing(const QByteArray& verb) const
+{
+    if (verb == "RETR") {
+        return mPlay.content;
+    }
+    return mPlay.listing ? mPlay.listing(mDirectory) : QByteArray();
+}
+
+void ScriptedFtpServer::send(QTcpSocket& data, const QByteArray& bytes)
+{
+    do {
+        data.write(bytes);
+        while (data.bytesToWrite() > 0 && !mServer.isInterruptionRequested()
+            && data.state() == QTcpSocket::ConnectedState) {
+            data.waitForBytesWritten(TURN_MS);
+        }
+    } while (mPlay.isEndless && data.state() == QTcpSocket::ConnectedState && !mServer.isInterruptionRequested());
+}
+
+void ScriptedFtpServer::receive(QTcpSocket& data)
+{
+    QByteArray received;
+    while (data.state() == QTcpSocket::ConnectedState && !mServer.isInterruptionRequested()) {
+        data.waitForReadyRead(TURN_MS);
+        received += data.readAll();
+    }
+    const std::lock_guard<std::mutex> guard(mMutex);
+    mUploaded = received;
+}

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "ScriptedServer.h"
+
+#include <QMap>
+
+class QTcpServer;
+
+/// What a ScriptedFtpServer does out of the ordinary.
+struct FtpPlay
+{
+    /// A reply that closes the connection instead, and one that never comes.
+    static const QByteArray DROP;
+    static const QByteArray SILENCE;
+
+    /// Replies by command ("CWD www"), by verb ("CWD"), or to what follows on a transfer ("after STOR"). One with
+    /// 421 closes the connection.
+    QMap<QByteArray, QByteArray> replies;
+    /// Tells whether such a reply is due, else the usual one is given; always, without a function.
+    std::function<bool()> isDue;
+    std::function<QByteArray(const QByteArray& directory)> listing; ///< what LIST sends
+    QByteArray content; ///< what RETR sends
+    bool isEndless = false; ///< LIST and RETR send theirs again and again, until the client has gone
+    std::function<void(const QByteArray& command)> onCommand; ///< called on the server's thread before the reply
+};
+
+/// An FTP server on a free loopback port that agrees to everything its play does not mention.
+class ScriptedFtpServer
+{
+public:
+    explicit ScriptedFtpServer(FtpPlay play = {});
+
+    quint16 port() const { return mServer.port(); }
+    /// What came over all connections, without the conversation of a login.
+    QList<QByteArray> commands();
+    QByteArray uploaded();
+
+private:
+    void converse(QTcpSocket& control);
+    bool answer(QTcpSocket& control, const QByteArray& key, const QByteArray& usual);
+    bool transfer(QTcpSocket& control, QTcpServer& dataServer, const QByteArray& verb);
+    QByteArray outgoing(const QByteArray& verb) const;
+    void send(QTcpSocket& data, const QByteArray& bytes);
+    void receive(QTcpSocket& data);
+
+    FtpPlay mPlay;
+    std::mutex mMutex;
+    QList<QByteArray> mCommands;
+    QByteArray mUploaded;
+    QByteArray mDirectory; // what CWD has asked for
+    ScriptedServer mServer;
+};
