@@ -44,8 +44,8 @@ public:
     Store proftpdSftp() const { return store("ftp", "PSFTP_PORT", "FTP_ROOT"); }
     /// OpenSSH, which runs for root only.
     Store openssh() const { return store("ssh", "SSH_PORT", "SSH_ROOT"); }
-    /// Leads the process group of ProFTPD and its sessions.
-    qint64 proftpdPid() const { return mPrinted["FTP_PID"].toLongLong(); }
+    /// To all processes; "STOP" makes the servers fall silent, "CONT" wakes them.
+    void sendSignal(const QString& name) { run({ "signal", mFolder.path(), name }); }
 
 private:
     Store store(const QString& folder, const QString& port, const QString& root = QString()) const

@@ -1,0 +1,238 @@
+#include "FtpTarget.h"
+#include "RealServers.h"
+
+#include <tavrel/FTPCurl.h>
+#include <tavrel/TavrelInitializer.h>
+
+#include <foundation/FileUtils.h>
+#include <foundation/Thread.h>
+
+#include <QBuffer>
+#include <QtTest>
+
+#include <sys/stat.h>
+#include <thread>
+
+static const TavrelInitializer initializer;
+
+/// Much to upload; calls a function when a part of it has been read.
+class Source : public QBuffer
+{
+public:
+    explicit Source(std::function<void()> onPart)
+        : mOnPart(std::move(onPart))
+    {
+        setData(QByteArray(64 << 20, 'x'));
+    }
+
+protected:
+    qint64 readData(char* data, qint64 size) override
+    {
+        if (pos() >= (8 << 20) && mOnPart) {
+            std::exchange(mOnPart, nullptr)();
+        }
+        return QBuffer::readData(data, size);
+    }
+
+private:
+    std::function<void()> mOnPart;
+};
+
+/// Every test runs over each protocol, and over SFTP with both servers.
+class FTPServersTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase_data()
+    {
+        QTest::addColumn<int>("protocol");
+        QTest::addColumn<QString>("folder"); // on the disk
+        QTest::addColumn<int>("port");
+        QTest::addColumn<QString>("root");
+        const auto row = [](const char* name, int protocol, const RealServers::Store& store) {
+            QTest::newRow(name) << protocol << store.folder << int(store.port) << store.root;
+        };
+        row("FTP", FTPSettings::FTP, mServers.ftp());
+        row("explicit FTPS", FTPSettings::FTPS_EXPLICIT, mServers.ftp());
+        row("implicit FTPS", FTPSettings::FTPS_IMPLICIT, mServers.ftps());
+        row("SFTP with ProFTPD", FTPSettings::SFTP, mServers.proftpdSftp());
+        if (mServers.openssh().port != 0) {
+            row("SFTP with OpenSSH", FTPSettings::SFTP, mServers.openssh());
+        }
+    }
+
+    void init()
+    {
+        QFETCH_GLOBAL(int, protocol);
+        QFETCH_GLOBAL(QString, folder);
+        QFETCH_GLOBAL(int, port);
+        QFETCH_GLOBAL(QString, root);
+        mDisk = folder + "/www/";
+        mIsSftp = protocol == FTPSettings::SFTP;
+        mTarget = std::make_unique<FtpTarget>(protocol, port, root + "/www");
+        mFtp = std::make_unique<FTPCurl>();
+        QVERIFY(mFtp->initHost(*mTarget));
+        QVERIFY2(mFtp->createDirectory("empty"), qPrintable(mFtp->errorMessage()));
+    }
+    void cleanup() { QDir(mDisk).removeRecursively(); }
+
+    void keepsASite()
+    {
+        const QByteArray content = QByteArray("0123456789abcdef\r\n\0\xff", 20).repeated(150000);
+        const QString copy = mFolder.filePath("copy");
+        QVERIFY(FileUtils::writeFileContent(mFolder.filePath("large"), content));
+        QVERIFY2(mFtp->putFile(mFolder.filePath("large"), "a/b/large", true), qPrintable(mFtp->errorMessage()));
+        QVERIFY(mFtp->putData("old", "a/small", true) && mFtp->putData("new", "a/small", true));
+        QVERIFY(mFtp->putData("", "a/nothing", false));
+        QVERIFY(onDisk("a/b/large") == content && onDisk("a/small") == "new" && QFile::exists(mDisk + "a/nothing"));
+
+        VirtualFileList files;
+        QVERIFY(mFtp->listRecursively("/" + mTarget->ftpFolder(), files));
+        QStringList names;
+        for (const VirtualFile& file : files) {
+            names << mFtp->canonicalizedRelativeFilePath(file.name()).section("www/", 1);
+        }
+        names.sort();
+        QCOMPARE(names, QStringList({ "a/b/large", "a/nothing", "a/small" }));
+
+        QByteArray data = "before";
+        QVERIFY(mFtp->getData("a/nothing", data) && data.isEmpty());
+        QVERIFY(mFtp->getFile("a/b/large", copy) && FileUtils::readFileContent(copy) == content);
+        QVERIFY(mFtp->internal_chmod("a/small", 0640) && mFtp->internal_chmod("a/b/", 0750));
+        QCOMPARE(modeOf("a/small"), 0640);
+        QCOMPARE(modeOf("a/b"), 0750);
+
+        QVERIFY(mFtp->removeSimpleResource(mFtp->canonicalizedFilePath("a/nothing"), false));
+        mFtp->tryRemoveDirIfEmpty(mFtp->canonicalizedFilePath("a"));
+        QVERIFY(!mFtp->hasError() && QFile::exists(mDisk + "a"));
+        QVERIFY(mFtp->removeResource("a/small") && !QFile::exists(mDisk + "a/small"));
+        QVERIFY2(mFtp->removeResource("a"), qPrintable(mFtp->errorMessage()));
+        QCOMPARE(QDir(mDisk).entryList(QDir::NoDotAndDotDot | QDir::AllEntries), QStringList("empty"));
+    }
+
+    void meansExactlyTheName()
+    {
+        const QStringList names { "a", "a\" x", "it's \"quoted\"", "back\\slash\\", "\\\"", "a#b?c%20d;e", "f;type=a",
+            "two  blanks", "-rf", "\u00e9t\u00e9", "+plus&amp", "[brackets]" };
+        for (const QString& name : names) {
+            const QString path = "odd/" + name;
+            QVERIFY2(mFtp->putData(name.toUtf8(), path, true), qPrintable(mFtp->errorMessage()));
+            QVERIFY2(mFtp->createDirectory("dir " + name), qPrintable(mFtp->errorMessage()));
+        }
+        QCOMPARE(QDir(mDisk + "odd").entryList(QDir::Files).size(), names.size());
+        VirtualFileList files;
+        QVERIFY(mFtp->list("odd", files));
+        QCOMPARE(files.size(), names.size());
+        FTPCurl other; // which remembers nothing
+        QVERIFY(other.initHost(*mTarget));
+        for (const QString& name : names) {
+            const QString path = "odd/" + name;
+            bool exists = false;
+            QVERIFY(other.resourceExists(path, exists) && exists);
+            QByteArray data;
+            QVERIFY2(mFtp->getData(path, data) && data == name.toUtf8(), qPrintable(name));
+            // ProFTPD takes the arguments of SITE apart itself.
+            QVERIFY2(!mIsSftp || (mFtp->internal_chmod(path, 0600) && modeOf(path) == 0600), qPrintable(name));
+        }
+        for (const QString& name : names) {
+            QVERIFY2(mFtp->removeResource("odd/" + name), qPrintable(name + mFtp->errorMessage()));
+            QVERIFY2(mFtp->removeResource("dir " + name), qPrintable(name + mFtp->errorMessage()));
+            const QStringList left = QDir(mDisk + "odd").entryList(QDir::Files);
+            QCOMPARE(left.size(), names.size() - names.indexOf(name) - 1);
+        }
+    }
+
+    void tellsWhatIsMissing()
+    {
+        const QString path = mFtp->canonicalizedFilePath("missing");
+        VirtualFileList files;
+        QByteArray data;
+        bool exists = true;
+        QVERIFY(!mFtp->list("missing", files) && mFtp->errorMessage().startsWith("Can't list " + path + '/'));
+        QVERIFY(!mFtp->getData("missing", data) && mFtp->errorMessage().startsWith("Can't getFile for " + path));
+        QVERIFY(!mFtp->putData("x", "missing/a", false));
+        QVERIFY(!mFtp->internal_chmod("missing", 0600) && !mFtp->removeResource("missing"));
+        QVERIFY(!mFtp->internal_mkdir("empty"));
+        QCOMPARE(mFtp->error(), ErrorableCode::of(CURLE_QUOTE_ERROR));
+        QVERIFY(mFtp->existingResourceCacheValue("missing") == 1); // a failed removal tells nothing
+        for (const char* name : { "none", "none/", "none/a" }) {
+            QVERIFY(mFtp->resourceExists(name, exists) && !exists);
+        }
+        FTPCurl intruder;
+        QVERIFY(intruder.initHost(FtpTarget(*mTarget).withPassword("wrong")) && !intruder.getData("a", data));
+        QCOMPARE(intruder.error(), ErrorableCode::of(CURLE_LOGIN_DENIED));
+    }
+
+    void givesModesOverSftpOnly()
+    {
+        mFtp->setFilePermissions(0600);
+        mFtp->setFolderPermissions(0700);
+        QVERIFY(mFtp->putData("x", "private/a", true));
+        mFtp->setFilePermissions(-1);
+        mFtp->setFolderPermissions(-1);
+        QVERIFY(mFtp->putData("x", "public/a", true));
+        QCOMPARE(modeOf("private/a"), mIsSftp ? 0600 : 0644);
+        QCOMPARE(modeOf("private"), mIsSftp ? 0700 : 0755);
+        QCOMPARE(modeOf("public/a"), 0644);
+        QCOMPARE(modeOf("public"), 0755);
+    }
+
+    void goesOnAfterAnInterruption()
+    {
+        Thread thread;
+        thread.addThreadableChild(mFtp.get());
+        QElapsedTimer sinceAsked;
+        std::thread asking;
+        Source source([&] {
+            mServers.sendSignal("STOP");
+            asking = std::thread([&] {
+                QThread::msleep(250); // all buffers are full, and no timer of libcurl is about to run out
+                sinceAsked.start();
+                thread.requestInterruption();
+            });
+        });
+        const bool success = mFtp->putDataFromIoDevice(&source, "memory", "a");
+        asking.join();
+        const qint64 returned = sinceAsked.elapsed();
+        mFtp->close();
+        const qint64 closed = sinceAsked.elapsed() - returned;
+        mServers.sendSignal("CONT");
+        QVERIFY(!success);
+        QVERIFY2(returned <= 300, qPrintable(QString::number(returned)));
+        QVERIFY2(closed <= 300, qPrintable(QString::number(closed)));
+        mFtp->setThreadForInterrupt(nullptr);
+        QVERIFY(mFtp->initHost(*mTarget));
+        QVERIFY2(mFtp->putData("x", "b", false), qPrintable(mFtp->errorMessage()));
+    }
+
+    void letsTheServerConnect()
+    {
+        // The libcurl of Debian 12 leaves TLS out of the data connection then.
+        if (mTarget->ftpProtocol() == FTPSettings::FTP) {
+            QByteArray data;
+            QVERIFY(mFtp->initHost(mTarget->active()) && mFtp->putData("x", "a", false));
+            QVERIFY2(mFtp->getData("a", data) && data == "x", qPrintable(mFtp->errorMessage()));
+        }
+    }
+
+private:
+    QByteArray onDisk(const QString& path) const { return FileUtils::readFileContent(mDisk + path); }
+    int modeOf(const QString& path) const
+    {
+        struct stat status
+        {
+        };
+        return stat(QFile::encodeName(mDisk + path).constData(), &status) == 0 ? int(status.st_mode & 07777U) : -1;
+    }
+
+    RealServers mServers { { "proftpd", "openssh" } };
+    QTemporaryDir mFolder;
+    QString mDisk;
+    bool mIsSftp = false;
+    std::unique_ptr<FtpTarget> mTarget;
+    std::unique_ptr<FTPCurl> mFtp;
+};
+
+QTEST_GUILESS_MAIN(FTPServersTest)
+#include "FTPServersTest.moc"
