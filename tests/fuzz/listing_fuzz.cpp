@@ -1,0 +1,31 @@
+// Feeds any bytes, as a server's answer to LIST, to what makes entries of them; built and run by scripts/fuzz.
+
+#include "ListingReader.h"
+
+#include <cstdlib>
+
+static void require(bool condition)
+{
+    if (!condition) {
+        std::abort();
+    }
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, size_t size)
+{
+    const QByteArray listing(reinterpret_cast<const char*>(data), static_cast<int>(size));
+    const QString directory = QStringLiteral("/./www");
+    ListingReader reader(listing, directory);
+    ListingEntry entry;
+    int entries = 0;
+    while (reader.next(entry)) {
+        ++entries;
+        const QString name = entry.path.mid(directory.size() + 1);
+        require(entry.path.startsWith(directory + '/') && !name.isEmpty() && !name.contains('\n'));
+        require(name != "." && name != "./" && name != ".." && name != "../");
+        require(!entry.isDir || entry.path.endsWith('/'));
+        require(!(entry.isLink && entry.isDir)); // what is behind a link is asked for afterwards
+    }
+    require(entries <= listing.count('\n') + 1);
+    return 0;
+}
