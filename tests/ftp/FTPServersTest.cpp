@@ -201,9 +201,38 @@ private Q_SLOTS:
         QVERIFY(!success);
         QVERIFY2(returned <= 300, qPrintable(QString::number(returned)));
         QVERIFY2(closed <= 300, qPrintable(QString::number(closed)));
+        const qint64 arrived = QFileInfo(mDisk + "a").size();
+        QVERIFY2(
+            arrived > 0 && arrived < source.size(), "an upload goes into its file, and stays there as far as it came");
         mFtp->setThreadForInterrupt(nullptr);
         QVERIFY(mFtp->initHost(*mTarget));
         QVERIFY2(mFtp->putData("x", "b", false), qPrintable(mFtp->errorMessage()));
+    }
+
+    void takesALinkForWhatTheServerSaysItIs()
+    {
+        QVERIFY(mFtp->putData("x", "tree/file", true) && mFtp->putData("x", "outside/file", true));
+        QVERIFY(QFile::link("../outside", mDisk + "tree/directory") && QFile::link("file", mDisk + "tree/link"));
+        VirtualFileList files;
+        QVERIFY(mFtp->list("tree", files));
+        const auto isDirectory = [](const VirtualFile& file) { return file.isDir(); };
+        // OpenSSH finds a file behind a link to a directory, and its removal is that of the link. Elsewhere the removal
+        // goes through it, and then the server does not take the link for a directory.
+        const bool isFollowed = !mDisk.contains("/ssh/");
+        QCOMPARE(int(std::count_if(files.begin(), files.end(), isDirectory)), isFollowed ? 1 : 0);
+        QCOMPARE(mFtp->removeResource("tree"), !isFollowed);
+        QCOMPARE(QFile::exists(mDisk + "outside/file"), !isFollowed);
+        QVERIFY(QFile::link("nowhere", mDisk + "empty/dangling"));
+        QVERIFY(!mFtp->listRecursively("empty", files)); // nothing exists behind it, so it is no file
+    }
+
+    void startsAtTheRootOverSftp()
+    {
+        QFETCH_GLOBAL(int, protocol);
+        QFETCH_GLOBAL(int, port);
+        QFETCH_GLOBAL(QString, root);
+        QVERIFY(mFtp->initHost(FtpTarget(protocol, port)) && mFtp->putData("x", root.mid(1) + "/www/a", false));
+        QCOMPARE(onDisk("a"), QByteArray("x"));
     }
 
     void letsTheServerConnect()
