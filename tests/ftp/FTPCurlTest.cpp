@@ -320,7 +320,7 @@ private Q_SLOTS:
                               "lrwxrwxrwx 1 a b 1 Jan 1 2020 link -> a.txt\r\n"
                               "lrwxrwxrwx 1 a b 1 Jan 1 2020 gone -> nowhere\r\n"
                               "+/,\t\r\n"
-                              "01-02-20  03:04AM  12 dos\n"
+                              "01-02-20  03:04AM  12 dos \n"
                               "+r,\tx")
                 + '\0' + "y";
         };
