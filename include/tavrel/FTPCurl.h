@@ -29,8 +29,9 @@ struct ListingEntry;
  * Client for a remote file store over FTP, FTPS (explicit or implicit TLS) or SFTP.
  *
  * initHost() opens a session; its requests share one libcurl handle and its connection, which is made when the first
- * request needs it. A path is relative to the folder and the public sub-folder of the settings; one that starts with
- * "/" is relative to the login directory, and absolute over SFTP. A path with a line break or a NUL is refused.
+ * request needs it. A path is relative to the folder and the public sub-folder of the settings, or starts with "/".
+ * Both kinds start at the login directory over FTP and FTPS, and at the root of the server over SFTP. A path with a
+ * line break or a NUL is refused.
  *
  * An operation returns true on success. Otherwise error() holds the reason: a value of Error, or a CURLcode named
  * "code" whose message names the operation. After any failure the session can be used again; a connection that may
@@ -79,8 +80,9 @@ public:
     /// The same without "/./" or "/" in front.
     QString canonicalizedRelativeFilePath(const QString& path) const;
 
-    /// Appends the entries of a directory, named by their canonical path; that of a directory ends in a slash. Lines
-    /// that are no entries are skipped. A symbolic link counts as a file when the server finds a file behind it.
+    /// Appends the entries of a directory, "" being where paths start, named by their canonical path; that of a
+    /// directory ends in a slash. Lines that are no entries are skipped. A symbolic link counts as a file when the
+    /// server finds a file behind it.
     bool list(const QString& path, VirtualFileList& files);
     bool listRemote(const QString& path, VirtualFileList& files);
     /// Appends all entries below a directory that are no directories, depth first. What was found before a failure
@@ -103,8 +105,8 @@ public:
     /// Sets the permission bits of a file or directory; -1 does nothing. A server's refusal returns false and is not
     /// left in error().
     bool internal_chmod(const QString& filePath, int mode);
-    /// Removes a file, or a directory with all that is below it. It goes on past what cannot be removed; the result is
-    /// that of the last step, the removal of path itself.
+    /// Removes a file, or a directory with all that is below it, which may include what is behind a symbolic link. It
+    /// goes on past what cannot be removed; the result is that of the last step, the removal of path itself.
     bool removeResource(const QString& path);
     /// Removes one file or one empty directory. Over SFTP path is taken as the server understands it, without the
     /// folders of the settings.
