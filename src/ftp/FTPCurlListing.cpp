@@ -11,11 +11,13 @@
 
 namespace {
 
-VirtualFile toVirtualFile(const ListingEntry& entry)
+/// The times are in UTC: a conversion would cost more than all else that a line needs.
+VirtualFile toVirtualFile(const ListingEntry& entry, const QDateTime& readAt)
 {
     const QString unknown = QStringLiteral("unknown");
-    return VirtualFile(entry.path, 0, unknown, unknown, entry.size, QDateTime::fromSecsSinceEpoch(entry.modified),
-        QDateTime::currentDateTime(), entry.isDir, entry.isFile, entry.isLink, false, false, false);
+    const QDateTime modified = QDateTime::fromSecsSinceEpoch(entry.modified, Qt::UTC);
+    return VirtualFile(entry.path, 0, unknown, unknown, entry.size, modified, readAt, entry.isDir, entry.isFile,
+        entry.isLink, false, false, false);
 }
 
 } // namespace
@@ -37,13 +39,14 @@ bool FTPCurl::list(const QString& path, VirtualFileList& files)
         return handleResult(code, QStringLiteral("Can't list %1").arg(directory));
     }
 
+    const QDateTime now = QDateTime::currentDateTimeUtc();
     ListingReader reader(listing, directory);
     ListingEntry entry;
     while (reader.next(entry)) {
         if (entry.isLink && !resolveLink(entry)) {
             return false;
         }
-        files.append(toVirtualFile(entry));
+        files.append(toVirtualFile(entry, now));
         if (isInterruptionRequested()) {
             return stopInterrupted(__LINE__);
         }
