@@ -506,10 +506,19 @@ private Q_SLOTS:
         QCOMPARE(ftp.error(), ErrorableCode::of(CURLE_WRITE_ERROR));
     }
 
+    void countsATimeOutAsSent_data()
+    {
+        QTest::addColumn<QByteArray>("at");
+        QTest::addColumn<QByteArray>("reply");
+        QTest::newRow("no answer") << QByteArray("STOR") << FtpPlay::SILENCE;
+        QTest::newRow("too many users") << QByteArray("greeting") << QByteArray("421 too many users");
+    }
     void countsATimeOutAsSent()
     {
+        QFETCH(QByteArray, at);
+        QFETCH(QByteArray, reply);
         FtpPlay play;
-        play.replies = { { "STOR", FtpPlay::SILENCE } };
+        play.replies = { { at, reply } };
         ScriptedFtpServer server(play);
         FTPCurl ftp;
         ftp.initHost(FtpTarget(1, server.port()));

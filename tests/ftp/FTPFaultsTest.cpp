@@ -156,7 +156,7 @@ private Q_SLOTS:
         row("MKD", "999 nonsense", makes);
         row("MKD", "nonsense", makes);
         row("DELE", FtpPlay::DROP, removes);
-        row("after STOR", "226 done\r\n421 idle for too long", uploads);
+        row("PASV", "421 idle for too long", downloads);
     }
     void goesOnAfterAFault()
     {
