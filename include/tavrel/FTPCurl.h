@@ -166,10 +166,12 @@ private:
     void releaseHandle();
     CURLcode runInterruptibly();
 
-    /// These raise an error and return false; handleResult() and checkPath() only if there is one.
+    /// True when there is nothing to complain of; otherwise these raise an error.
     bool handleResult(int code, const QString& context);
-    bool refuse(const QString& message, int line);
     bool checkPath(const QString& path, const char* operation, int line);
+    bool accepts(const QString& path, const char* operation, const char* messageWhenEmpty, int line);
+    /// Raise an error and return false.
+    bool refuse(const QString& message, int line);
     bool stopInterrupted(int line);
 
     /// Ends the process when the protocol is not known.

@@ -226,6 +226,17 @@ bool FTPCurl::checkPath(const QString& path, const char* operation, int line)
     return refuse(QStringLiteral("%1: the path holds a line break or a NUL").arg(QLatin1String(operation)), line);
 }
 
+bool FTPCurl::accepts(const QString& path, const char* operation, const char* messageWhenEmpty, int line)
+{
+    if (!isValid()) {
+        return false;
+    }
+    if (path.isEmpty()) {
+        return refuse(QLatin1String(messageWhenEmpty), line);
+    }
+    return checkPath(path, operation, line);
+}
+
 bool FTPCurl::stopInterrupted(int line)
 {
     raiseError(*this, INTERRUPTED, "INTERRUPTED", { ERROR_SOURCE, line });

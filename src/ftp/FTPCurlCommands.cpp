@@ -39,13 +39,7 @@ int FTPCurl::requestCommand(VFSCurlData::Kind kind, const QString& command)
 
 bool FTPCurl::resourceExists(const QString& path, bool& exists)
 {
-    if (!isValid()) {
-        return false;
-    }
-    if (path.isEmpty()) {
-        return refuse(QStringLiteral("resourceExists: resource is empty"), __LINE__);
-    }
-    if (!checkPath(path, "resourceExists", __LINE__)) {
+    if (!accepts(path, "resourceExists", "resourceExists: resource is empty", __LINE__)) {
         return false;
     }
     const QString canonical = canonicalizedFilePath(path);
@@ -149,13 +143,7 @@ bool FTPCurl::createDirectoryIfNecessary(const QString& filePath)
 
 bool FTPCurl::internal_mkdir(const QString& directory)
 {
-    if (!isValid()) {
-        return false;
-    }
-    if (directory.isEmpty()) {
-        return refuse(QStringLiteral("internal_mkdir: directory is empty"), __LINE__);
-    }
-    if (!checkPath(directory, "internal_mkdir", __LINE__)) {
+    if (!accepts(directory, "internal_mkdir", "internal_mkdir: directory is empty", __LINE__)) {
         return false;
     }
     const CommandTexts texts = commandTexts("bool FTPCurl::internal_mkdir(const QString &)");
@@ -168,17 +156,11 @@ bool FTPCurl::internal_mkdir(const QString& directory)
 
 bool FTPCurl::internal_chmod(const QString& filePath, int mode)
 {
-    if (!isValid()) {
+    if (!accepts(filePath, "internal_chmod", "internal_chmod: filePath is empty", __LINE__)) {
         return false;
-    }
-    if (filePath.isEmpty()) {
-        return refuse(QStringLiteral("internal_chmod: filePath is empty"), __LINE__);
     }
     if (mode == -1) {
         return true;
-    }
-    if (!checkPath(filePath, "internal_chmod", __LINE__)) {
-        return false;
     }
     const CommandTexts texts = commandTexts("bool FTPCurl::internal_chmod(const QString &, int)");
     const QString path = withoutTrailingSlash(canonicalizedFilePath(filePath));

@@ -20,13 +20,7 @@ bool FTPCurl::removeSimpleResource(const QString& path, bool isDirectory)
 
 bool FTPCurl::removeResource(const QString& path)
 {
-    if (!isValid()) {
-        return false;
-    }
-    if (path.isEmpty()) {
-        return refuse(QStringLiteral("Resource is empty"), __LINE__);
-    }
-    if (!checkPath(path, "removeResource", __LINE__)) {
+    if (!accepts(path, "removeResource", "Resource is empty", __LINE__)) {
         return false;
     }
     std::vector<DirectoryLevel> levels;

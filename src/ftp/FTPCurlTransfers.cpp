@@ -26,13 +26,7 @@ void closeIfOpen(QIODevice* device)
 
 bool FTPCurl::putData(const QByteArray& data, const QString& target, bool createDirectories)
 {
-    if (!isValid()) {
-        return false;
-    }
-    if (target.isEmpty()) {
-        return refuse(QStringLiteral("putData: target is empty"), __LINE__);
-    }
-    if (!checkPath(target, "putData", __LINE__)) {
+    if (!accepts(target, "putData", "putData: target is empty", __LINE__)) {
         return false;
     }
     const QString path = canonicalizedFilePath(target);
@@ -49,18 +43,12 @@ bool FTPCurl::putData(const QByteArray& data, const QString& target, bool create
 
 bool FTPCurl::putFile(const QString& source, const QString& target, bool createDirectories)
 {
-    if (!isValid()) {
+    if (!accepts(target, "putFile", "putData: target is empty", __LINE__)) {
         return false;
     }
     if (isPersonalPages(mFtpSettings)) {
         // Deliberate: that server gets its files from memory, an unreadable one as an empty one.
         return putData(FileUtils::readFileContent(source, false), target, createDirectories);
-    }
-    if (target.isEmpty()) {
-        return refuse(QStringLiteral("putData: target is empty"), __LINE__);
-    }
-    if (!checkPath(target, "putFile", __LINE__)) {
-        return false;
     }
     const QString path = canonicalizedFilePath(target);
     if (createDirectories && !createDirectoryIfNecessary(path)) {
@@ -75,13 +63,7 @@ bool FTPCurl::putFile(const QString& source, const QString& target, bool createD
 
 bool FTPCurl::putDataFromIoDevice(QIODevice* device, const QString& source, const QString& target)
 {
-    if (!isValid()) {
-        return false;
-    }
-    if (target.isEmpty()) {
-        return refuse(QStringLiteral("putData: target is empty"), __LINE__);
-    }
-    if (!checkPath(target, "putDataFromIoDevice", __LINE__)) {
+    if (!accepts(target, "putDataFromIoDevice", "putData: target is empty", __LINE__)) {
         return false;
     }
     const QString path = canonicalizedFilePath(target);
@@ -111,13 +93,7 @@ bool FTPCurl::getFile(const QString& source, const QString& target)
 
 bool FTPCurl::download(const QString& source, QIODevice& device)
 {
-    if (!isValid()) {
-        return false;
-    }
-    if (source.isEmpty()) {
-        return refuse(QStringLiteral("getFile: source is empty"), __LINE__);
-    }
-    if (!checkPath(source, "getFile", __LINE__)) {
+    if (!accepts(source, "getFile", "getFile: source is empty", __LINE__)) {
         return false;
     }
     const QString path = canonicalizedFilePath(source);
