@@ -16,6 +16,8 @@
 
 #include <curl/curl.h>
 
+#include <chrono>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -165,6 +167,7 @@ private:
     void setTransferOptions();
     void releaseHandle();
     CURLcode runInterruptibly();
+    bool isProgressDue(const QTime& last);
 
     /// True when there is nothing to complain of; otherwise these raise an error.
     bool handleResult(int code, const QString& context);
@@ -183,7 +186,7 @@ private:
     bool createBelowLevel(const QString& path, int level);
     QString commandPath(const QString& canonicalPath) const;
     bool enterOrRemove(const QString& path, std::vector<DirectoryLevel>& levels);
-    bool download(const QString& source, QIODevice& device);
+    bool download(const QString& source, QIODevice& device, const std::function<bool()>& finish);
 
     bool mInitialized = false;
     int mFolderPermissions = -1;
@@ -194,4 +197,6 @@ private:
     QHash<QString, int> mExistingResources;
     FTPSettings mFtpSettings;
     std::unique_ptr<TransferLoop> mLoop;
+    QTime mLastProgress; ///< of the request that last asked whether the next one is due
+    std::chrono::steady_clock::time_point mNextProgress; ///< not before this
 };

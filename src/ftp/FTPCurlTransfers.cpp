@@ -1,6 +1,7 @@
 #include <tavrel/FTPCurl.h>
 
 #include <foundation/FileUtils.h>
+#include <transfer/WriteBatch.h>
 
 #include <QBuffer>
 #include <QFile>
@@ -82,27 +83,28 @@ bool FTPCurl::getData(const QString& source, QByteArray& data)
 {
     data.clear();
     QBuffer buffer(&data);
-    return download(source, buffer);
+    return download(source, buffer, [] { return true; });
 }
 
 bool FTPCurl::getFile(const QString& source, const QString& target)
 {
     QFile file(target);
-    return download(source, file);
+    WriteBatch batch(file);
+    // What the disk has no room for may show only when it gets the last bytes.
+    const auto finish = [&] { return !file.isOpen() || (batch.flush() && file.flush()); };
+    return download(source, batch, finish);
 }
 
-bool FTPCurl::download(const QString& source, QIODevice& device)
+bool FTPCurl::download(const QString& source, QIODevice& device, const std::function<bool()>& finish)
 {
     if (!accepts(source, "getFile", "getFile: source is empty", __LINE__)) {
         return false;
     }
     const QString path = canonicalizedFilePath(source);
     int code = request(VFSCurlData::Download, &device, path);
-    auto* const file = qobject_cast<QFile*>(&device);
-    const bool isWritten = !file || !file->isOpen() || file->flush();
-    if (code == CURLE_OK && !isWritten) {
-        code = CURLE_WRITE_ERROR; // The disk is full, and the last bytes were in the file's buffer.
+    const bool isComplete = finish();
+    if (code == CURLE_OK && !isComplete) {
+        code = CURLE_WRITE_ERROR;
     }
-    closeIfOpen(&device);
     return handleResult(code, QStringLiteral("Can't getFile for %1").arg(path));
 }

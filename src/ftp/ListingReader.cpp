@@ -42,7 +42,11 @@ bool ListingReader::readLine(const QString& text, ListingEntry& entry) const
     if (name.isEmpty() || name == QLatin1String(".") || name == QLatin1String("..")) {
         return false; // An entry without a name would stand for the directory itself.
     }
-    entry.path = mPrefix + name;
+    // Room for the name and a slash, and no more: a listing may have a million entries.
+    entry.path = QString();
+    entry.path.reserve(mPrefix.size() + name.size() + 1);
+    entry.path += mPrefix;
+    entry.path += name;
     entry.size = parsed.size;
     entry.modified = parsed.mtime;
     entry.isDir = parsed.is_dir != 0;

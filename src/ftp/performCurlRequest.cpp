@@ -197,6 +197,19 @@ size_t FTPCurl::fwrite(void* ptr, size_t size, size_t nmemb, void* data)
     }
 }
 
+bool FTPCurl::isProgressDue(const QTime& last)
+{
+    // libcurl asks thousands of times a second, and to tell the time of day the system looks at the time zone's file.
+    const auto now = std::chrono::steady_clock::now();
+    if (last == mLastProgress && now < mNextProgress) {
+        return false;
+    }
+    const int missing = PROGRESS_EVERY_MS - elapsedSince(last);
+    mLastProgress = last;
+    mNextProgress = now + std::chrono::milliseconds(missing);
+    return missing <= 0;
+}
+
 int FTPCurl::progress(void* data, double /*dltotal*/, double /*dlnow*/, double ultotal, double ulnow)
 {
     if (!data) {
@@ -204,7 +217,7 @@ int FTPCurl::progress(void* data, double /*dltotal*/, double /*dlnow*/, double u
     }
     VFSCurlData& request = *static_cast<VFSCurlData*>(data);
     FTPCurl& owner = *request.owner;
-    if (elapsedSince(request.lastProgress) >= PROGRESS_EVERY_MS) {
+    if (owner.isProgressDue(request.lastProgress)) {
         if (!isZero(ultotal) && !isZero(ulnow)) {
             Q_EMIT owner.progressUpload(
                 request.url.toString(), static_cast<qint64>(ulnow), static_cast<qint64>(ultotal));

@@ -3,11 +3,12 @@
 
 #include <tavrel/HTTPCurl.h>
 
-#include <http/WriteBatch.h>
 #include <init/raiseError.h>
 #include <init/warnIfNotInitialized.h>
 #include <transfer/EasyHandle.h>
 #include <transfer/TransferLoop.h>
+#include <transfer/WriteBatch.h>
+#include <transfer/WriteBatch.h>
 
 #include <foundation/FileUtils.h>
 
@@ -90,6 +91,7 @@ bool HTTPCurl::getDataRaw(const QString& url, QIODevice& device)
     curl_easy_setopt(handle, CURLOPT_URL, url.toUtf8().constData());
     curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, write_data);
     WriteBatch batch(device);
+    batch.open(QIODevice::WriteOnly);
     QIODevice* const sink = qobject_cast<QFileDevice*>(&device) ? &batch : &device;
     curl_easy_setopt(handle, CURLOPT_WRITEDATA, sink);
     curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 1L);

@@ -1,10 +1,12 @@
 #include "TransferLoop.h"
 
+#include <algorithm>
 #include <chrono>
 #include <thread>
 
 namespace {
 
+constexpr int SHORTEST_WAIT_MS = 1;
 constexpr int LONGEST_WAIT_MS = 50;
 constexpr std::chrono::milliseconds PAUSE_WITHOUT_SOCKET(1);
 constexpr long RECEIVE_BUFFER_BYTES = 512L * 1024;
@@ -56,14 +58,20 @@ CURLcode TransferLoop::perform(CURL* easy)
 
 CURLMcode TransferLoop::runToEnd()
 {
+    int wait = SHORTEST_WAIT_MS;
     while (true) {
         int running = 0;
         CURLMcode code = curl_multi_perform(mMulti.get(), &running);
         if (code != CURLM_OK || running == 0) {
             return code;
         }
+        long due = -1;
+        curl_multi_timeout(mMulti.get(), &due);
+        if (due == 0) {
+            continue; // libcurl has more to do by now.
+        }
         int ready = 0;
-        code = curl_multi_wait(mMulti.get(), nullptr, 0, LONGEST_WAIT_MS, &ready);
+        code = curl_multi_wait(mMulti.get(), nullptr, 0, wait, &ready);
         if (code != CURLM_OK) {
             return code;
         }
@@ -71,6 +79,8 @@ CURLMcode TransferLoop::runToEnd()
             // Without a socket the wait returns at once: a short pause keeps the processor free.
             std::this_thread::sleep_for(PAUSE_WITHOUT_SOCKET);
         }
+        // Short at first: what TLS has read ahead waits in its buffer, where no socket tells of it.
+        wait = ready == 0 ? std::min(2 * wait, LONGEST_WAIT_MS) : SHORTEST_WAIT_MS;
     }
 }
 

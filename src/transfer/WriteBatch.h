@@ -14,9 +14,11 @@
 class WriteBatch : public QIODevice
 {
 public:
-    /// The target is open and outlives this object.
+    /// The target outlives this object.
     explicit WriteBatch(QIODevice& target);
 
+    /// Opens the target too, unless it is open.
+    bool open(OpenMode mode) override;
     bool isSequential() const override { return true; }
     /// False when the target did not take everything.
     bool flush();

@@ -11,7 +11,11 @@ WriteBatch::WriteBatch(QIODevice& target)
     : mTarget(target)
 {
     mSinceFlush.start();
-    open(QIODevice::WriteOnly | QIODevice::Unbuffered);
+}
+
+bool WriteBatch::open(OpenMode mode)
+{
+    return (mTarget.isOpen() || mTarget.open(mode)) && QIODevice::open(mode | Unbuffered);
 }
 
 qint64 WriteBatch::readData(char* /*data*/, qint64 /*maxSize*/)
