@@ -9,10 +9,11 @@ namespace {
 
 constexpr int BAR_WIDTH = 30;
 constexpr qint64 LINE_WITHOUT_SIZE_EVERY_MS = 5000;
+constexpr qint64 SOONEST_ESTIMATE_MS = 1000;
 
 QString remaining(double percent, qint64 elapsedMs)
 {
-    if (percent <= 0.0) {
+    if (percent <= 0.0 || elapsedMs < SOONEST_ESTIMATE_MS) {
         return QString();
     }
     const double seconds = static_cast<double>(elapsedMs) / 1000.0 * (100.0 - percent) / percent;
@@ -48,10 +49,8 @@ void ProgressLine::drawBar(double percent, const QString& details)
 {
     const int filled = qBound(0, static_cast<int>(percent * BAR_WIDTH / 100.0), BAR_WIDTH);
     const QString bar = QString(filled, QLatin1Char('#')).leftJustified(BAR_WIDTH, QLatin1Char('.'));
-    std::fprintf(stderr, "\r[%s] %s  %s\033[K", qUtf8Printable(bar), qUtf8Printable(percentText(percent)),
-        qUtf8Printable(details));
-    std::fflush(stderr);
-    mDrawn = true;
+    mBar = QStringLiteral("\r[%1] %2  %3\033[K").arg(bar, percentText(percent), details).toUtf8();
+    std::fputs(mBar.constData(), stderr);
 }
 
 void ProgressLine::printLine(double percent, const QString& details)
@@ -66,10 +65,31 @@ void ProgressLine::printLine(double percent, const QString& details)
     std::fprintf(stderr, "%s  %s\n", qUtf8Printable(percentText(percent)), qUtf8Printable(details));
 }
 
+void ProgressLine::print(const QString& line)
+{
+    if (!mBar.isEmpty()) {
+        std::fputs("\r\033[K", stderr);
+    }
+    std::printf("%s\n", qUtf8Printable(printable(line)));
+    std::fflush(stdout);
+    std::fputs(mBar.constData(), stderr);
+}
+
 void ProgressLine::finish()
 {
-    if (mDrawn) {
+    if (!mBar.isEmpty()) {
         std::fputc('\n', stderr);
-        mDrawn = false;
+        mBar.clear();
     }
+}
+
+QString ProgressLine::printable(const QString& text)
+{
+    QString shown = text;
+    for (QChar& character : shown) {
+        const bool isObeyed
+            = character.category() == QChar::Other_Control || character.category() == QChar::Other_Format;
+        character = isObeyed ? QChar(QChar::ReplacementCharacter) : character;
+    }
+    return shown;
 }
