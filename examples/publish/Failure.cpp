@@ -1,0 +1,45 @@
+#include "Failure.h"
+
+#include <tavrel/FTPCurl.h>
+
+#include <algorithm>
+#include <initializer_list>
+
+namespace {
+
+bool isOneOf(const ErrorableCode& code, std::initializer_list<CURLcode> values)
+{
+    return std::any_of(
+        values.begin(), values.end(), [&code](CURLcode value) { return code == ErrorableCode::of(value); });
+}
+
+} // namespace
+
+bool Failure::isFinal(const ErrorableCode& code)
+{
+    // A server whose disk is full would cut one good file after the other, as uploads write in place.
+    const auto full = { CURLE_REMOTE_DISK_FULL, CURLE_WRITE_ERROR };
+    const auto unreachable = { CURLE_COULDNT_RESOLVE_PROXY, CURLE_COULDNT_RESOLVE_HOST, CURLE_COULDNT_CONNECT,
+        CURLE_OPERATION_TIMEDOUT, CURLE_UNSUPPORTED_PROTOCOL, CURLE_FAILED_INIT, CURLE_OUT_OF_MEMORY };
+    const auto refused = { CURLE_LOGIN_DENIED, CURLE_USE_SSL_FAILED, CURLE_SSL_CONNECT_ERROR, CURLE_SSL_CIPHER,
+        CURLE_SSL_CERTPROBLEM, CURLE_SSL_ENGINE_INITFAILED, CURLE_PEER_FAILED_VERIFICATION };
+    return code == ErrorableCode::of(FTPCurl::NOT_INITIALIZED) || isOneOf(code, full) || isOneOf(code, unreachable)
+        || isOneOf(code, refused);
+}
+
+bool Failure::isOfConnection(const ErrorableCode& code)
+{
+    return isOneOf(code,
+        { CURLE_WEIRD_SERVER_REPLY, CURLE_FTP_ACCEPT_FAILED, CURLE_FTP_ACCEPT_TIMEOUT, CURLE_FTP_WEIRD_PASV_REPLY,
+            CURLE_FTP_WEIRD_227_FORMAT, CURLE_FTP_CANT_GET_HOST, CURLE_FTP_PORT_FAILED, CURLE_PARTIAL_FILE,
+            CURLE_GOT_NOTHING, CURLE_SEND_ERROR, CURLE_RECV_ERROR, CURLE_SSH });
+}
+
+QString Failure::reasonOf(const FTPCurl& client)
+{
+    if (!client.hasError()) {
+        return QStringLiteral("the server refused");
+    }
+    // Not every code has a message; its name still tells why.
+    return client.errorMessage().isEmpty() ? client.error().name() : client.errorMessage().simplified();
+}

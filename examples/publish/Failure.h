@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QString>
+
+class ErrorableCode;
+class FTPCurl;
+
+/// What a failure of an FTPCurl means for the requests after it.
+class Failure
+{
+public:
+    /// The next request would fail as well, or do harm.
+    static bool isFinal(const ErrorableCode& code);
+    /// The connection broke or could not be used; the next request makes a new one.
+    static bool isOfConnection(const ErrorableCode& code);
+
+    /// Why the last request of a client failed, for people.
+    static QString reasonOf(const FTPCurl& client);
+};

@@ -1,0 +1,63 @@
+#include "FetchFolder.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <filesystem>
+#include <utility>
+
+FetchFolder::FetchFolder(QString path)
+    : mPath(std::move(path))
+{
+    if (!mPath.endsWith(QLatin1Char('/'))) {
+        mPath += QLatin1Char('/');
+    }
+}
+
+bool FetchFolder::fail(const QString& reason)
+{
+    mFault = reason;
+    return false;
+}
+
+bool FetchFolder::open()
+{
+    if (!QDir().mkpath(mPath)) {
+        return fail(QStringLiteral("%1 cannot be created").arg(mPath));
+    }
+    mParts = std::make_unique<QTemporaryDir>(mPath + QStringLiteral(".fetch-XXXXXX"));
+    if (!mParts->isValid()) {
+        return fail(QStringLiteral("%1: %2").arg(mPath, mParts->errorString()));
+    }
+    mPart = mParts->filePath(QStringLiteral("part"));
+    return true;
+}
+
+bool FetchFolder::makeFolder(const QString& relative)
+{
+    const QString path = mPath + relative;
+    // A path with its slash at the end is never a link.
+    const QFileInfo info(path.chopped(1));
+    if (info.isSymLink()) {
+        return fail(QStringLiteral("a symbolic link here"));
+    }
+    return info.isDir() || QDir().mkdir(path) || fail(QStringLiteral("cannot be created here"));
+}
+
+bool FetchFolder::beginFile()
+{
+    // A request for an empty file writes nothing.
+    QFile file(mPart);
+    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) || fail(file.errorString());
+}
+
+bool FetchFolder::finishFile(const QString& relative)
+{
+    const QByteArray from = QFile::encodeName(mPart);
+    const QByteArray to = QFile::encodeName(mPath + relative);
+    std::error_code error;
+    // Not QFile's, which replaces nothing. A link is replaced, not followed.
+    std::filesystem::rename(from.toStdString(), to.toStdString(), error);
+    return !error || fail(QString::fromStdString(error.message()));
+}

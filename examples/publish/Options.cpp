@@ -1,0 +1,89 @@
+#include "Options.h"
+
+#include <QCommandLineParser>
+
+namespace {
+
+constexpr int LARGEST_MODE = 07777;
+constexpr int OCTAL = 8;
+
+} // namespace
+
+void Options::addTo(QCommandLineParser& parser)
+{
+    parser.addOptions({
+        { QStringLiteral("settings"), QStringLiteral("The target, as settings-dialog saves it."),
+            QStringLiteral("file") },
+        { QStringLiteral("list"), QStringLiteral("List what is on the server below PATH.") },
+        { QStringLiteral("fetch"), QStringLiteral("Fetch all files below PATH."), QStringLiteral("folder") },
+        { QStringLiteral("remove"), QStringLiteral("Remove the PATHs; without one, all that is in the site.") },
+        { QStringLiteral("chmod"), QStringLiteral("Set the permissions of the PATHs."), QStringLiteral("octal mode") },
+    });
+    parser.addPositionalArgument(QStringLiteral("FOLDER"), QStringLiteral("The folder to publish."),
+        QStringLiteral("FOLDER | --list [PATH] | --fetch FOLDER [PATH] | --remove [PATH...] | --chmod MODE PATH..."));
+    parser.addPositionalArgument(QStringLiteral("PATH"),
+        QStringLiteral("On the server, from the site's folder; with a / in front, from the login directory."),
+        QString());
+}
+
+bool Options::fail(const QString& fault)
+{
+    mFault = fault;
+    return false;
+}
+
+bool Options::read(const QCommandLineParser& parser)
+{
+    mSettings = parser.value(QStringLiteral("settings"));
+    mPaths = parser.positionalArguments();
+    if (mSettings.isEmpty()) {
+        return fail(QStringLiteral("needs --settings FILE; see --help"));
+    }
+    if (mPaths.contains(QString())) {
+        return fail(QStringLiteral("a path is empty"));
+    }
+    return readAction(parser) && readPaths();
+}
+
+bool Options::readAction(const QCommandLineParser& parser)
+{
+    const QVector<QPair<QString, Action>> actions { { QStringLiteral("list"), List },
+        { QStringLiteral("fetch"), Fetch }, { QStringLiteral("remove"), Remove }, { QStringLiteral("chmod"), Chmod } };
+    int count = 0;
+    for (const auto& action : actions) {
+        if (parser.isSet(action.first)) {
+            mAction = action.second;
+            ++count;
+        }
+    }
+    bool isNumber = true;
+    if (mAction == Chmod) {
+        mMode = parser.value(QStringLiteral("chmod")).toInt(&isNumber, OCTAL);
+    }
+    mFolder = parser.value(QStringLiteral("fetch"));
+    if (count > 1) {
+        return fail(QStringLiteral("does one thing at a time; see --help"));
+    }
+    if (!isNumber || mMode > LARGEST_MODE) {
+        return fail(QStringLiteral("a mode is an octal number, such as 644"));
+    }
+    return true;
+}
+
+bool Options::readPaths()
+{
+    switch (mAction) {
+    case Publish:
+        mFolder = mPaths.value(0);
+        return mPaths.size() == 1 || fail(QStringLiteral("needs one FOLDER to publish; see --help"));
+    case Fetch:
+        return (!mFolder.isEmpty() && mPaths.size() <= 1) || fail(QStringLiteral("needs FOLDER and one PATH at most"));
+    case List:
+        return mPaths.size() <= 1 || fail(QStringLiteral("lists one PATH at a time"));
+    case Chmod:
+        return !mPaths.isEmpty() || fail(QStringLiteral("needs a PATH to change"));
+    case Remove:
+        break;
+    }
+    return true;
+}

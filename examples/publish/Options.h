@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+class QCommandLineParser;
+
+/// What the command line asks for.
+class Options
+{
+public:
+    enum Action { Publish, List, Fetch, Remove, Chmod };
+
+    static void addTo(QCommandLineParser& parser);
+
+    /// False, with the reason in fault(), when the arguments ask for nothing that can be done.
+    bool read(const QCommandLineParser& parser);
+
+    const QString& fault() const { return mFault; }
+    Action action() const { return mAction; }
+    const QString& settings() const { return mSettings; }
+    /// The local folder of Publish and Fetch.
+    const QString& folder() const { return mFolder; }
+    /// On the server.
+    const QStringList& paths() const { return mPaths; }
+    int mode() const { return mMode; }
+
+private:
+    bool fail(const QString& fault);
+    bool readAction(const QCommandLineParser& parser);
+    bool readPaths();
+
+    QString mFault;
+    Action mAction = Publish;
+    QString mSettings;
+    QString mFolder;
+    QStringList mPaths;
+    int mMode = -1;
+};

@@ -1,0 +1,85 @@
+#include "PublishTask.h"
+
+#include "RemoteTree.h"
+#include "Report.h"
+
+#include <tavrel/FTPCurl.h>
+
+#include <QFile>
+
+#include <utility>
+
+PublishTask::PublishTask(LocalSite site)
+    : mSite(std::move(site))
+{
+}
+
+std::optional<Progress> PublishTask::progress() const
+{
+    const qint64 bytes = mFinished + mCurrent;
+    const qint64 total = qMax<qint64>(mSite.totalBytes(), 1);
+    return Progress { qMin(100.0, 100.0 * static_cast<double>(bytes) / static_cast<double>(total)), bytes };
+}
+
+void PublishTask::run(FTPCurl& client, Report& report)
+{
+    // The URL that comes with it holds the password; the amount is all that is needed.
+    QObject::connect(&client, &FTPCurl::progressUpload, &client,
+        [this](const QString& /*url*/, qint64 transferred, qint64 /*size*/) { mCurrent = transferred; });
+    for (const QString& line : mSite.leftOut()) {
+        report.remark(line);
+    }
+    for (const QString& folder : mSite.unreadable()) {
+        report.failed(folder, QStringLiteral("the folder cannot be read here"));
+    }
+    for (const LocalSite::Folder& folder : mSite.folders()) {
+        publishFolder(client, report, folder);
+    }
+}
+
+void PublishTask::publishFolder(FTPCurl& client, Report& report, const LocalSite::Folder& folder)
+{
+    const bool isThere = makeFolder(client, report, folder.path);
+    for (const LocalSite::File& file : folder.files) {
+        if (isThere && report.goesOn(client)) {
+            publishFile(client, report, file);
+        } else {
+            report.notTried(file.path);
+        }
+    }
+}
+
+/// An empty path stands for the site's folder itself.
+bool PublishTask::makeFolder(FTPCurl& client, Report& report, const QString& path)
+{
+    const QString folder = path.isEmpty() ? RemoteTree::siteFolder(client) : path;
+    const bool isBelowFailed = mFailedFolder && path.startsWith(*mFailedFolder);
+    if (isBelowFailed || !report.goesOn(client)) {
+        report.notTried(folder);
+        return false;
+    }
+    if (folder == QLatin1String("/") || client.createDirectory(folder)) {
+        return true; // the login directory is there, and is not for creating
+    }
+    mFailedFolder = path;
+    report.failed(folder, client);
+    return false;
+}
+
+void PublishTask::publishFile(FTPCurl& client, Report& report, const LocalSite::File& file)
+{
+    // putFile() does not tell why it cannot read a file.
+    QFile local(mSite.localPath(file.path));
+    if (!local.open(QIODevice::ReadOnly)) {
+        report.failed(file.path, local.errorString());
+    } else if (client.putFile(local.fileName(), file.path, false)) {
+        report.succeeded(file.path, local.size());
+    } else {
+        if (client.isInterruptionRequested() || mCurrent > 0) {
+            report.incomplete(file.path, mCurrent > 0);
+        }
+        report.failed(file.path, client);
+    }
+    mCurrent = 0;
+    mFinished += file.size;
+}

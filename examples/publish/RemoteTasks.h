@@ -1,0 +1,43 @@
+#pragma once
+
+#include "Task.h"
+
+#include <QString>
+#include <QStringList>
+
+/// Prints what is below a folder of the server, one path per line; that of a folder ends in a slash.
+class ListTask : public Task
+{
+public:
+    explicit ListTask(QString folder);
+    void run(FTPCurl& client, Report& report) override;
+
+private:
+    QString mFolder;
+};
+
+/// Removes files, and folders with all that is below them.
+class RemoveTask : public Task
+{
+public:
+    /// Without paths: all that is in the site's folder.
+    explicit RemoveTask(QStringList paths);
+    void run(FTPCurl& client, Report& report) override;
+
+private:
+    bool findContent(FTPCurl& client, Report& report);
+
+    QStringList mPaths;
+};
+
+/// Sets the permission bits of files and folders.
+class ChmodTask : public Task
+{
+public:
+    ChmodTask(int mode, QStringList paths);
+    void run(FTPCurl& client, Report& report) override;
+
+private:
+    int mMode;
+    QStringList mPaths;
+};

@@ -1,0 +1,96 @@
+#include "RemoteTree.h"
+
+#include "Report.h"
+
+#include <tavrel/FTPCurl.h>
+
+#include <algorithm>
+
+namespace {
+
+/// Deeper than any site; a server can tell of folders without an end.
+constexpr int MAX_DEPTH = 50;
+
+bool isBefore(const RemoteTree::Entry& a, const RemoteTree::Entry& b)
+{
+    return a.path < b.path;
+}
+
+} // namespace
+
+RemoteTree::RemoteTree(FTPCurl& client, Report& report)
+    : mClient(client)
+    , mReport(report)
+{
+}
+
+QString RemoteTree::plainName(const QString& directory, const VirtualFile& file)
+{
+    if (!file.name().startsWith(directory)) {
+        return QString();
+    }
+    QString name = file.name().mid(directory.size());
+    if (file.isDir() && name.endsWith(QLatin1Char('/'))) {
+        name.chop(1);
+    }
+    const bool isPlain = name != QLatin1String(".") && name != QLatin1String("..") && !name.contains(QLatin1Char('/'))
+        && !name.contains(QChar(0));
+    return isPlain ? name : QString();
+}
+
+QString RemoteTree::siteFolder(const FTPCurl& client)
+{
+    return QLatin1Char('/') + client.ftpSettings().ftpFolder() + client.ftpSettings().publicSubFolder();
+}
+
+void RemoteTree::walk(const QString& folder, const Visitor& visit)
+{
+    mVisit = visit;
+    const QString path = folder.isEmpty() ? siteFolder(mClient) : folder + QLatin1Char('/');
+    walkFolder({ mClient.canonicalizedFilePath(path), QString(), true }, 0);
+}
+
+void RemoteTree::walkFolder(const Entry& folder, int depth)
+{
+    if (!mReport.goesOn(mClient)) {
+        return;
+    }
+    QList<Entry> files;
+    QList<Entry> folders;
+    if (depth > MAX_DEPTH) {
+        mReport.failed(folder.relative, QStringLiteral("too deep"));
+        return;
+    }
+    if (!list(folder, files, folders)) {
+        mReport.failed(folder.relative.isEmpty() ? folder.path : folder.relative, mClient);
+        return;
+    }
+    for (const Entry& file : files) {
+        mVisit(file);
+    }
+    for (const Entry& subFolder : folders) {
+        mVisit(subFolder);
+        walkFolder(subFolder, depth + 1);
+    }
+}
+
+bool RemoteTree::list(const Entry& folder, QList<Entry>& files, QList<Entry>& folders)
+{
+    VirtualFileList listed;
+    const bool success = mClient.list(folder.path, listed);
+    for (const VirtualFile& file : listed) {
+        const QString name = plainName(folder.path, file);
+        if (name.isEmpty()) {
+            mReport.failed(file.name(), QStringLiteral("refused, no plain name"));
+        } else if (file.isDir() && !file.name().endsWith(QLatin1Char('/'))) {
+            mReport.remark(folder.relative + name + QStringLiteral("  left out: a symbolic link, but to no file"));
+        } else if (file.isDir()) {
+            folders << Entry { file.name(), folder.relative + name + QLatin1Char('/'), true };
+        } else {
+            files << Entry { file.name(), folder.relative + name, false };
+        }
+    }
+    std::sort(files.begin(), files.end(), isBefore);
+    std::sort(folders.begin(), folders.end(), isBefore);
+    return success;
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "Report.h"
+
+#include <tavrel/FTPSettings.h>
+
+#include <foundation/Thread.h>
+
+class Task;
+
+/// Runs a task on a thread of its own. requestInterruption() ends it soon, also when the server is silent.
+class Worker : public Thread
+{
+    Q_OBJECT
+
+public:
+    /// The task outlives the worker. done is the verb for the report.
+    Worker(const FTPSettings& settings, Task& task, const QString& done);
+    ~Worker() override;
+
+    /// Complete when the thread has finished; not to be used before.
+    const Report& report() const { return mReport; }
+
+Q_SIGNALS:
+    /// One line for the user; emitted on the worker's thread.
+    void line(const QString& text);
+
+protected:
+    void run() override;
+
+private:
+    FTPSettings mSettings;
+    Task& mTask;
+    Report mReport;
+};
