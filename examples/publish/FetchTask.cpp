@@ -18,6 +18,9 @@ std::optional<Progress> FetchTask::progress() const
 {
     // A listing tells no sizes, so that the share is that of the files.
     const int total = mTotal;
+    if (total == 0) {
+        return std::nullopt;
+    }
     const double percent = total > 1 ? 100.0 * mDone / total : -1.0;
     return Progress { percent, mBytes + QFileInfo(mFolder.part()).size() };
 }
@@ -38,10 +41,12 @@ void FetchTask::fetch(FTPCurl& client, Report& report, const RemoteTree::Entry& 
     const bool isBelowFailed = mFailedFolder && entry.relative.startsWith(*mFailedFolder);
     if (isBelowFailed || !report.goesOn(client)) {
         report.notTried(entry.relative);
-    } else if (entry.isFolder) {
+    } else if (entry.kind == RemoteTree::Folder) {
         makeFolder(report, entry);
-    } else {
+    } else if (entry.kind == RemoteTree::File) {
         fetchFile(client, report, entry);
+    } else {
+        report.remark(entry.relative + QStringLiteral("  left out: a symbolic link to no file"));
     }
 }
 

@@ -48,23 +48,50 @@ RemoveTask::RemoveTask(QStringList paths)
 
 void RemoveTask::run(FTPCurl& client, Report& report)
 {
-    if (mPaths.isEmpty() && !findContent(client, report)) {
-        return;
+    if (mPaths.isEmpty()) {
+        removeBelow(client, report, QString());
     }
-    forEach(mPaths, client, report, [&client](const QString& path) { return client.removeResource(path); });
+    for (const QString& path : mPaths) {
+        if (report.goesOn(client)) {
+            remove(client, report, path);
+        } else {
+            report.notTried(path);
+        }
+    }
 }
 
-bool RemoveTask::findContent(FTPCurl& client, Report& report)
+void RemoveTask::remove(FTPCurl& client, Report& report, const QString& path)
 {
-    VirtualFileList files;
-    if (!client.list(RemoteTree::siteFolder(client), files)) {
-        report.failed(QStringLiteral("the site's folder"), client);
-        return false;
+    // A path that ends in a slash would be that of what is behind a link.
+    const bool endsInSlash = path.size() > 1 && path.endsWith(QLatin1Char('/'));
+    const QString target = client.canonicalizedFilePath(endsInSlash ? path.chopped(1) : path);
+    const QString shown = client.canonicalizedRelativeFilePath(path);
+    // The server tells whether it is a file: it refuses to remove a folder as one.
+    bool isRemoved = client.removeSimpleResource(target, false);
+    if (!isRemoved && client.error() == ErrorableCode::of(CURLE_QUOTE_ERROR)) {
+        if (!removeBelow(client, report, path) || !report.goesOn(client)) {
+            return;
+        }
+        isRemoved = client.removeSimpleResource(target, true);
     }
-    for (const VirtualFile& file : files) {
-        mPaths << file.name();
+    if (isRemoved) {
+        report.succeeded(shown);
+    } else {
+        report.failed(shown, client);
     }
-    return true;
+}
+
+bool RemoveTask::removeBelow(FTPCurl& client, Report& report, const QString& folder)
+{
+    QStringList paths;
+    const bool isListed = RemoteTree(client, report).walk(folder, [&paths](const RemoteTree::Entry& entry) {
+        paths.prepend(entry.path);
+    }); // folders after their content
+    forEach(paths, client, report, [&client](const QString& path) {
+        const bool isFolder = path.endsWith(QLatin1Char('/'));
+        return client.removeSimpleResource(isFolder ? path.chopped(1) : path, isFolder);
+    });
+    return isListed;
 }
 
 ChmodTask::ChmodTask(int mode, QStringList paths)

@@ -16,7 +16,12 @@ private:
     QString mFolder;
 };
 
-/// Removes files, and folders with all that is below them.
+/**
+ * Removes files, and folders with all that is below them.
+ *
+ * Of a symbolic link the link alone is removed. FTPCurl::removeResource() would also remove what is in the folder
+ * behind it, which need not be the site's.
+ */
 class RemoveTask : public Task
 {
 public:
@@ -25,7 +30,8 @@ public:
     void run(FTPCurl& client, Report& report) override;
 
 private:
-    bool findContent(FTPCurl& client, Report& report);
+    void remove(FTPCurl& client, Report& report, const QString& path);
+    bool removeBelow(FTPCurl& client, Report& report, const QString& folder);
 
     QStringList mPaths;
 };

@@ -43,27 +43,28 @@ QString RemoteTree::siteFolder(const FTPCurl& client)
     return QLatin1Char('/') + client.ftpSettings().ftpFolder() + client.ftpSettings().publicSubFolder();
 }
 
-void RemoteTree::walk(const QString& folder, const Visitor& visit)
+bool RemoteTree::walk(const QString& folder, const Visitor& visit)
 {
     mVisit = visit;
     const QString path = folder.isEmpty() ? siteFolder(mClient) : folder + QLatin1Char('/');
-    walkFolder({ mClient.canonicalizedFilePath(path), QString(), true }, 0);
+    return walkFolder({ mClient.canonicalizedFilePath(path), QString(), Folder }, 0);
 }
 
-void RemoteTree::walkFolder(const Entry& folder, int depth)
+bool RemoteTree::walkFolder(const Entry& folder, int depth)
 {
     if (!mReport.goesOn(mClient)) {
-        return;
+        return false;
     }
     QList<Entry> files;
     QList<Entry> folders;
     if (depth > MAX_DEPTH) {
         mReport.failed(folder.relative, QStringLiteral("too deep"));
-        return;
+        return false;
     }
     if (!list(folder, files, folders)) {
-        mReport.failed(folder.relative.isEmpty() ? folder.path : folder.relative, mClient);
-        return;
+        mReport.failed(
+            folder.relative.isEmpty() ? mClient.canonicalizedRelativeFilePath(folder.path) : folder.relative, mClient);
+        return false;
     }
     for (const Entry& file : files) {
         mVisit(file);
@@ -72,6 +73,7 @@ void RemoteTree::walkFolder(const Entry& folder, int depth)
         mVisit(subFolder);
         walkFolder(subFolder, depth + 1);
     }
+    return true;
 }
 
 bool RemoteTree::list(const Entry& folder, QList<Entry>& files, QList<Entry>& folders)
@@ -83,11 +85,12 @@ bool RemoteTree::list(const Entry& folder, QList<Entry>& files, QList<Entry>& fo
         if (name.isEmpty()) {
             mReport.failed(file.name(), QStringLiteral("refused, no plain name"));
         } else if (file.isDir() && !file.name().endsWith(QLatin1Char('/'))) {
-            mReport.remark(folder.relative + name + QStringLiteral("  left out: a symbolic link, but to no file"));
+            // The slash is missing where only a link's target can tell what it is.
+            files << Entry { file.name(), folder.relative + name, LinkToNoFile };
         } else if (file.isDir()) {
-            folders << Entry { file.name(), folder.relative + name + QLatin1Char('/'), true };
+            folders << Entry { file.name(), folder.relative + name + QLatin1Char('/'), Folder };
         } else {
-            files << Entry { file.name(), folder.relative + name, false };
+            files << Entry { file.name(), folder.relative + name, File };
         }
     }
     std::sort(files.begin(), files.end(), isBefore);
