@@ -13,6 +13,7 @@ public:
     /// The local folder is open.
     FetchTask(FetchFolder localFolder, QString remoteFolder);
 
+    QString done() const override { return QStringLiteral("files fetched"); }
     void run(FTPCurl& client, Report& report) override;
     std::optional<Progress> progress() const override;
 

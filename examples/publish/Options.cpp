@@ -19,11 +19,11 @@ void Options::addTo(QCommandLineParser& parser)
         { QStringLiteral("remove"), QStringLiteral("Remove the PATHs; without one, all that is in the site.") },
         { QStringLiteral("chmod"), QStringLiteral("Set the permissions of the PATHs."), QStringLiteral("octal mode") },
     });
-    parser.addPositionalArgument(QStringLiteral("FOLDER"), QStringLiteral("The folder to publish."),
-        QStringLiteral("FOLDER | --list [PATH] | --fetch FOLDER [PATH] | --remove [PATH...] | --chmod MODE PATH..."));
+    parser.addPositionalArgument(
+        QStringLiteral("FOLDER"), QStringLiteral("The folder to publish."), QStringLiteral("[FOLDER]"));
     parser.addPositionalArgument(QStringLiteral("PATH"),
         QStringLiteral("On the server, from the site's folder; with a / in front, from the login directory."),
-        QString());
+        QStringLiteral("[PATH...]"));
 }
 
 bool Options::fail(const QString& fault)

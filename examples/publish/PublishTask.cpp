@@ -55,14 +55,14 @@ bool PublishTask::makeFolder(FTPCurl& client, Report& report, const QString& pat
     const QString folder = path.isEmpty() ? RemoteTree::siteFolder(client) : path;
     const bool isBelowFailed = mFailedFolder && path.startsWith(*mFailedFolder);
     if (isBelowFailed || !report.goesOn(client)) {
-        report.notTried(folder);
+        report.notTried(client.canonicalizedRelativeFilePath(folder));
         return false;
     }
     if (folder == QLatin1String("/") || client.createDirectory(folder)) {
         return true; // the login directory is there, and is not for creating
     }
     mFailedFolder = path;
-    report.failed(folder, client);
+    report.failed(client.canonicalizedRelativeFilePath(folder), client);
     return false;
 }
 

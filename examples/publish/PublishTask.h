@@ -11,6 +11,7 @@ class PublishTask : public Task
 public:
     explicit PublishTask(LocalSite site);
 
+    QString done() const override { return QStringLiteral("files sent"); }
     void run(FTPCurl& client, Report& report) override;
     std::optional<Progress> progress() const override;
 

@@ -27,6 +27,7 @@ class RemoveTask : public Task
 public:
     /// Without paths: all that is in the site's folder.
     explicit RemoveTask(QStringList paths);
+    QString done() const override { return QStringLiteral("paths removed"); }
     void run(FTPCurl& client, Report& report) override;
 
 private:
@@ -41,6 +42,7 @@ class ChmodTask : public Task
 {
 public:
     ChmodTask(int mode, QStringList paths);
+    QString done() const override { return QStringLiteral("paths changed"); }
     void run(FTPCurl& client, Report& report) override;
 
 private:

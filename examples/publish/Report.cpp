@@ -13,12 +13,6 @@ namespace {
 constexpr int MAX_CONNECTION_FAILURES = 3;
 constexpr int LONGEST_LIST = 10;
 
-QString counted(int count, const char* what)
-{
-    return QStringLiteral("%1 %2%3").arg(
-        QString::number(count), QString::fromLatin1(what), QString::fromLatin1(count == 1 ? "" : "s"));
-}
-
 /// A headline and what is below it, up to a number of lines.
 QStringList section(const QString& headline, const QStringList& items, int longest)
 {
@@ -94,10 +88,9 @@ QStringList Report::summary() const
 {
     QStringList lines;
     if (!mDone.isEmpty()) {
-        const QString size = mMeasured ? FileUtils::fileSizeToString(mBytes) + QStringLiteral(", ") : QString();
+        const QString size = mMeasured ? QStringLiteral(", ") + FileUtils::fileSizeToString(mBytes) : QString();
         const QString seconds = QString::number(static_cast<double>(mTime.elapsed()) / 1000.0, 'f', 1);
-        lines << QStringLiteral("%1 %2, %3in %4 s")
-                     .arg(mDone, counted(mCount, mMeasured ? "file" : "path"), size, seconds);
+        lines << QStringLiteral("%1: %2%3 in %4 s").arg(mDone, QString::number(mCount), size, seconds);
     }
     lines += section(QStringLiteral("failed"), mFailures, mFailures.size());
     lines += section(QStringLiteral("not tried"), mNotTried, LONGEST_LIST);

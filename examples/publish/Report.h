@@ -21,7 +21,7 @@ class Report
 public:
     using Printer = std::function<void(const QString& line)>;
 
-    /// done is the verb of the summary ("sent"); without one, a success is no line of it.
+    /// done says what the summary counts ("files sent"); when it is empty, it does not count.
     Report(QString done, Printer print);
 
     /// False when the user or a failure has ended the task. Asked before each step that is left.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QtGlobal>
+#include <QString>
 
 #include <optional>
 
@@ -23,6 +23,8 @@ public:
     Task& operator=(const Task&) = delete;
     virtual ~Task() = default;
 
+    /// What a success counts as in the summary, such as "files sent"; empty when it does not count.
+    virtual QString done() const { return QString(); }
     /// Does the task with an open session, as far as report says that it goes on.
     virtual void run(FTPCurl& client, Report& report) = 0;
     /// Nothing for a task whose end cannot be foreseen.

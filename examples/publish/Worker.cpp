@@ -4,10 +4,10 @@
 
 #include <tavrel/FTPCurl.h>
 
-Worker::Worker(const FTPSettings& settings, Task& task, const QString& done)
+Worker::Worker(const FTPSettings& settings, Task& task)
     : mSettings(settings)
     , mTask(task)
-    , mReport(done, [this](const QString& text) { Q_EMIT line(text); })
+    , mReport(task.done(), [this](const QString& text) { Q_EMIT line(text); })
 {
 }
 

@@ -14,8 +14,8 @@ class Worker : public Thread
     Q_OBJECT
 
 public:
-    /// The task outlives the worker. done is the verb for the report.
-    Worker(const FTPSettings& settings, Task& task, const QString& done);
+    /// The task outlives the worker.
+    Worker(const FTPSettings& settings, Task& task);
     ~Worker() override;
 
     /// Complete when the thread has finished; not to be used before.

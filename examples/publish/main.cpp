@@ -14,16 +14,26 @@
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QDir>
 #include <QTextCodec>
 #include <QTimer>
+#include <QVector>
 
 #include <cstdio>
+#include <memory>
+#include <utility>
 
 namespace {
 
 enum ExitStatus { Done = 0, Failed = 1, WrongUsage = 2, Interrupted = 130 };
 
 constexpr int REFRESH_MS = 100;
+const char* const DESCRIPTION = "Publishes a local folder as a site on a server, and looks after what is there:\n"
+                                "  publish --settings FILE FOLDER\n"
+                                "  publish --settings FILE --list [PATH]\n"
+                                "  publish --settings FILE --fetch FOLDER [PATH]\n"
+                                "  publish --settings FILE --remove [PATH...]\n"
+                                "  publish --settings FILE --chmod MODE PATH...";
 
 int complain(ExitStatus status, const QString& text)
 {
@@ -93,23 +103,6 @@ std::unique_ptr<Task> makeTask(const Options& options, QString& fault)
     return std::make_unique<ChmodTask>(options.mode(), options.paths());
 }
 
-QString verbOf(Options::Action action)
-{
-    switch (action) {
-    case Options::Publish:
-        return QStringLiteral("sent");
-    case Options::Fetch:
-        return QStringLiteral("fetched");
-    case Options::List:
-        return QString();
-    case Options::Remove:
-        return QStringLiteral("removed");
-    case Options::Chmod:
-        break;
-    }
-    return QStringLiteral("changed");
-}
-
 int conclude(const Report& report)
 {
     for (const QString& line : report.summary()) {
@@ -118,10 +111,10 @@ int conclude(const Report& report)
     return report.wasInterrupted() ? Interrupted : report.hasFailures() ? Failed : Done;
 }
 
-int run(const FTPSettings& settings, Task& task, const QString& verb)
+int run(const FTPSettings& settings, Task& task)
 {
     ProgressLine bar;
-    Worker worker(settings, task, verb);
+    Worker worker(settings, task);
     const InterruptKey interruptKey;
     QTimer refresh;
     const auto showProgress = [&] {
@@ -151,7 +144,7 @@ int main(int argc, char* argv[])
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     const QCoreApplication application(argc, argv);
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Publishes a local folder as a site on a server."));
+    parser.setApplicationDescription(QString::fromLatin1(DESCRIPTION));
     const QCommandLineOption help = parser.addHelpOption();
     Options::addTo(parser);
     if (!parser.parse(QCoreApplication::arguments())) {
@@ -170,5 +163,5 @@ int main(int argc, char* argv[])
     }
     QString fault = faultOf(settings, options);
     const std::unique_ptr<Task> task = fault.isEmpty() ? makeTask(options, fault) : nullptr;
-    return task ? run(settings, *task, verbOf(options.action())) : complain(Failed, fault);
+    return task ? run(settings, *task) : complain(Failed, fault);
 }
