@@ -16,9 +16,9 @@ PublishTask::PublishTask(LocalSite site)
 
 std::optional<Progress> PublishTask::progress() const
 {
-    const qint64 bytes = mFinished + mCurrent;
-    const qint64 total = qMax<qint64>(mSite.totalBytes(), 1);
-    return Progress { qMin(100.0, 100.0 * static_cast<double>(bytes) / static_cast<double>(total)), bytes };
+    const qint64 sent = mSent + mCurrent;
+    const auto total = static_cast<double>(qMax<qint64>(mSite.totalBytes(), 1));
+    return Progress { qMin(100.0, 100.0 * static_cast<double>(sent + mFailed) / total), sent };
 }
 
 void PublishTask::run(FTPCurl& client, Report& report)
@@ -68,18 +68,30 @@ bool PublishTask::makeFolder(FTPCurl& client, Report& report, const QString& pat
 
 void PublishTask::publishFile(FTPCurl& client, Report& report, const LocalSite::File& file)
 {
+    const bool isSent = sendFile(client, report, file);
+    const qint64 sent = isSent ? file.size : mCurrent.load();
+    mCurrent = 0;
+    mSent += sent;
+    if (!client.isInterruptionRequested()) {
+        mFailed += file.size - sent;
+    }
+}
+
+bool PublishTask::sendFile(FTPCurl& client, Report& report, const LocalSite::File& file)
+{
     // putFile() does not tell why it cannot read a file.
     QFile local(mSite.localPath(file.path));
     if (!local.open(QIODevice::ReadOnly)) {
         report.failed(file.path, local.errorString());
-    } else if (client.putFile(local.fileName(), file.path, false)) {
-        report.succeeded(file.path, local.size());
-    } else {
-        if (client.isInterruptionRequested() || mCurrent > 0) {
-            report.incomplete(file.path, mCurrent > 0);
-        }
-        report.failed(file.path, client);
+        return false;
     }
-    mCurrent = 0;
-    mFinished += file.size;
+    if (client.putFile(local.fileName(), file.path, false)) {
+        report.succeeded(file.path, local.size());
+        return true;
+    }
+    if (client.isInterruptionRequested() || mCurrent > 0) {
+        report.incomplete(file.path, mCurrent > 0);
+    }
+    report.failed(file.path, client);
+    return false;
 }

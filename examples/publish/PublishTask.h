@@ -19,9 +19,11 @@ private:
     void publishFolder(FTPCurl& client, Report& report, const LocalSite::Folder& folder);
     bool makeFolder(FTPCurl& client, Report& report, const QString& path);
     void publishFile(FTPCurl& client, Report& report, const LocalSite::File& file);
+    bool sendFile(FTPCurl& client, Report& report, const LocalSite::File& file);
 
     LocalSite mSite;
     std::optional<QString> mFailedFolder; ///< not there on the server, so that nothing can be below it
-    std::atomic<qint64> mFinished { 0 }; ///< bytes of the files that are done with
+    std::atomic<qint64> mSent { 0 }; ///< bytes of the files that are done with
+    std::atomic<qint64> mFailed { 0 }; ///< bytes of these files that were not sent, and will not be
     std::atomic<qint64> mCurrent { 0 }; ///< bytes of the one that is being sent
 };
