@@ -1,5 +1,6 @@
 #include "PublishTask.h"
 
+#include "Failure.h"
 #include "RemoteTree.h"
 #include "Report.h"
 
@@ -53,16 +54,17 @@ void PublishTask::publishFolder(FTPCurl& client, Report& report, const LocalSite
 bool PublishTask::makeFolder(FTPCurl& client, Report& report, const QString& path)
 {
     const QString folder = path.isEmpty() ? RemoteTree::siteFolder(client) : path;
+    const QString shown = path.isEmpty() ? client.canonicalizedRelativeFilePath(folder) : path;
     const bool isBelowFailed = mFailedFolder && path.startsWith(*mFailedFolder);
     if (isBelowFailed || !report.goesOn(client)) {
-        report.notTried(client.canonicalizedRelativeFilePath(folder));
+        report.notTried(shown);
         return false;
     }
     if (folder == QLatin1String("/") || client.createDirectory(folder)) {
         return true; // the login directory is there, and is not for creating
     }
     mFailedFolder = path;
-    report.failed(client.canonicalizedRelativeFilePath(folder), client);
+    report.failed(shown, client);
     return false;
 }
 
@@ -89,8 +91,10 @@ bool PublishTask::sendFile(FTPCurl& client, Report& report, const LocalSite::Fil
         report.succeeded(file.path, local.size());
         return true;
     }
-    if (client.isInterruptionRequested() || mCurrent > 0) {
-        report.incomplete(file.path, mCurrent > 0);
+    // Nothing is known of the moments before the first progress.
+    const bool isStarted = mCurrent > 0 && mCurrent < file.size;
+    if (isStarted || client.isInterruptionRequested() || Failure::isOfConnection(client.error())) {
+        report.incomplete(file.path, isStarted);
     }
     report.failed(file.path, client);
     return false;
