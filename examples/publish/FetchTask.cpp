@@ -32,7 +32,6 @@ void FetchTask::run(FTPCurl& client, Report& report)
     mTotal = entries.size();
     for (const RemoteTree::Entry& entry : entries) {
         fetch(client, report, entry);
-        ++mDone;
     }
 }
 
@@ -41,13 +40,16 @@ void FetchTask::fetch(FTPCurl& client, Report& report, const RemoteTree::Entry& 
     const bool isBelowFailed = mFailedFolder && entry.relative.startsWith(*mFailedFolder);
     if (isBelowFailed || !report.goesOn(client)) {
         report.notTried(entry.relative);
-    } else if (entry.kind == RemoteTree::Folder) {
+        return;
+    }
+    if (entry.kind == RemoteTree::Folder) {
         makeFolder(report, entry);
     } else if (entry.kind == RemoteTree::File) {
         fetchFile(client, report, entry);
     } else {
         report.remark(entry.relative + QStringLiteral("  left out: a symbolic link to no file"));
     }
+    mDone += client.isInterruptionRequested() ? 0 : 1;
 }
 
 void FetchTask::makeFolder(Report& report, const RemoteTree::Entry& folder)

@@ -8,8 +8,9 @@
 
 namespace {
 
-/// Deeper than any site; a server can tell of folders without an end.
+/// More than any site has; a server can tell of folders without an end.
 constexpr int MAX_DEPTH = 50;
+constexpr int MAX_FOLDERS = 100000;
 
 bool isBefore(const RemoteTree::Entry& a, const RemoteTree::Entry& b)
 {
@@ -57,8 +58,8 @@ bool RemoteTree::walkFolder(const Entry& folder, int depth)
     }
     QList<Entry> files;
     QList<Entry> folders;
-    if (depth > MAX_DEPTH) {
-        mReport.failed(folder.relative, QStringLiteral("too deep"));
+    if (depth > MAX_DEPTH || ++mFolders > MAX_FOLDERS) {
+        mReport.failed(folder.relative, QStringLiteral("too many folders"));
         return false;
     }
     if (!list(folder, files, folders)) {

@@ -46,4 +46,5 @@ private:
     FTPCurl& mClient;
     Report& mReport;
     Visitor mVisit;
+    int mFolders = 0;
 };
