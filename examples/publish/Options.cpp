@@ -64,7 +64,7 @@ bool Options::readAction(const QCommandLineParser& parser)
     if (count > 1) {
         return fail(QStringLiteral("does one thing at a time; see --help"));
     }
-    if (!isNumber || mMode > LARGEST_MODE) {
+    if (!isNumber || mMode > LARGEST_MODE || (mAction == Chmod && mMode < 0)) {
         return fail(QStringLiteral("a mode is an octal number, such as 644"));
     }
     return true;

@@ -1,0 +1,234 @@
+#include "FtpTarget.h"
+#include "ScriptedFtpServer.h"
+
+#include <FetchTask.h>
+#include <Options.h>
+#include <PublishTask.h>
+#include <RemoteTasks.h>
+#include <Report.h>
+
+#include <tavrel/FTPCurl.h>
+#include <tavrel/TavrelInitializer.h>
+
+#include <foundation/FileUtils.h>
+
+#include <QCommandLineParser>
+#include <QtTest>
+
+static const TavrelInitializer initializer;
+
+/// A task that has been run on a scripted server, and what it told.
+struct Run
+{
+    Run(Task& task, const ScriptedFtpServer& server)
+        : report(task.done(), [this](const QString& line) { lines << line; })
+    {
+        FTPCurl client;
+        client.initHost(FtpTarget(FTPSettings::FTP, server.port(), "www"));
+        task.run(client, report);
+    }
+    QString told() const { return lines.join('\n') + report.summary().join('\n'); }
+
+    QStringList lines;
+    Report report;
+};
+
+static QByteArray listed(const QByteArrayList& names)
+{
+    QByteArray listing;
+    for (const QByteArray& name : names) {
+        const bool isFolder = name.endsWith("|d");
+        listing += (isFolder ? "drwxr-xr-x" : name.contains(" -> ") ? "lrwxrwxrwx" : "-rw-r--r--");
+        listing += " 1 anna users 7 Jan 01 2020 " + (isFolder ? name.chopped(2) : name) + "\r\n";
+    }
+    return listing;
+}
+
+class PublishTest : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<QTemporaryDir> mHere;
+
+    QString path(const QString& name) const { return mHere->filePath(name); }
+    void write(const QString& name, const QByteArray& content = "old") const
+    {
+        QDir().mkpath(QFileInfo(path(name)).path());
+        QVERIFY(FileUtils::writeFileContent(path(name), content));
+    }
+    QByteArray content(const QString& name) const { return FileUtils::readFileContent(path(name)); }
+    QStringList names(const QString& folder) const
+    {
+        return QDir(path(folder)).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+    }
+    PublishTask publication(const QString& folder) const
+    {
+        LocalSite site;
+        site.read(path(folder));
+        return PublishTask(site);
+    }
+
+private Q_SLOTS:
+    void init() { mHere = std::make_unique<QTemporaryDir>(); }
+
+    void readsASiteInTheOrderOfSending()
+    {
+        for (const char* file : { "b.html", "a.html", ".hidden", "z/1", "a b/2", "a b/sub/3", "a b/4" }) {
+            write(QString("site/") + file);
+        }
+        QDir().mkpath(path("site/m/empty"));
+        QVERIFY(QFile::link("a.html", path("site/c.html")));
+        QVERIFY(QFile::link("z", path("site/link")) && QFile::link("nowhere", path("site/broken")));
+        LocalSite site;
+        QVERIFY(site.read(path("site")));
+        QStringList order;
+        for (const LocalSite::Folder& folder : site.folders()) {
+            order << folder.path;
+            for (const LocalSite::File& file : folder.files) {
+                order << file.path;
+            }
+        }
+        QCOMPARE(order.join('|'),
+            QString("|.hidden|a.html|b.html|c.html|a b/|a b/2|a b/4|a b/sub/|a b/sub/3|m/|m/empty/|z/|z/1"));
+        QCOMPARE(site.leftOut().size(), 2);
+        QVERIFY(site.fileCount() == 8 && site.totalBytes() == 8 * 3);
+        QVERIFY(!LocalSite().read(path("site/a.html")) && !LocalSite().read(path("nothing")));
+    }
+
+    void aFetchWritesNothingOutsideItsFolder()
+    {
+        write("precious", "mine");
+        write("elsewhere/file", "mine");
+        QDir().mkpath(path("deep/back"));
+        QVERIFY(QFile::link(path("elsewhere"), path("deep/back/linked")));
+        QVERIFY(QFile::link(path("precious"), path("deep/back/replaced")));
+        const QByteArray outside = QFile::encodeName(path("absolute"));
+        FtpPlay play;
+        play.content = "HOSTILE";
+        play.listing = [&outside](const QByteArray& directory) {
+            return directory == "www" ? listed({ "..", "../precious", "../../precious", outside, outside + "|d",
+                       "a/../b", "..|d", "../up|d", "x/../..|d", "linked|d", "replaced", "good", "..good" })
+                                      : listed({ "file" });
+        };
+        const ScriptedFtpServer server(play);
+        FetchFolder folder(path("deep/back"));
+        QVERIFY(folder.open());
+        FetchTask task(std::move(folder), QString());
+        const Run run(task, server);
+        QVERIFY(run.report.hasFailures() && run.told().contains("linked/: a symbolic link here"));
+        QVERIFY(content("precious") == "mine" && content("elsewhere/file") == "mine");
+        QCOMPARE(names("."), QStringList({ "deep", "elsewhere", "precious" }));
+        QCOMPARE(names("deep"), QStringList("back"));
+        QVERIFY(content("deep/back/good") == "HOSTILE" && content("deep/back/..good") == "HOSTILE");
+        QVERIFY(content("deep/back/replaced") == "HOSTILE" && !QFileInfo(path("deep/back/replaced")).isSymLink());
+    }
+
+    void aFetchThatFailsKeepsTheOldFile()
+    {
+        write("back/file");
+        FtpPlay play;
+        play.content = "half of it";
+        play.replies = { { "after RETR", "426 broken" } };
+        play.listing = [](const QByteArray&) { return listed({ "file" }); };
+        const ScriptedFtpServer server(play);
+        {
+            FetchFolder folder(path("back"));
+            QVERIFY(folder.open());
+            FetchTask task(std::move(folder), QString());
+            QVERIFY(Run(task, server).report.hasFailures());
+        }
+        QCOMPARE(content("back/file"), QByteArray("old"));
+        QCOMPARE(names("back"), QStringList("file"));
+    }
+
+    void goesOnAsLongAsItMakesSense_data()
+    {
+        QTest::addColumn<QByteArray>("moment");
+        QTest::addColumn<QByteArray>("reply");
+        QTest::addColumn<bool>("isOnce");
+        QTest::addColumn<int>("failures");
+        const auto row = [](const char* name, const QByteArray& moment, const QByteArray& reply, bool isOnce,
+                             int failures) { QTest::newRow(name) << moment << reply << isOnce << failures; };
+        row("a refused file", "after STOR", "550 no", true, 1);
+        row("every file refused", "STOR", "553 no", false, 6);
+        row("a refused login", "PASS", "530 no", false, 1);
+        row("a disk that is full", "after STOR", "552 full", false, 1);
+        row("a connection that breaks once", "after STOR", FtpPlay::DROP, true, 1);
+        row("a connection that always breaks", "PASV", FtpPlay::DROP, false, 3);
+    }
+    void goesOnAsLongAsItMakesSense()
+    {
+        QFETCH(QByteArray, moment);
+        QFETCH(QByteArray, reply);
+        QFETCH(bool, isOnce);
+        QFETCH(int, failures);
+        for (int i = 1; i <= 6; ++i) {
+            write(QString("site/%1").arg(i));
+        }
+        FtpPlay play;
+        play.replies = { { moment, reply } };
+        play.isDue = [isOnce, times = std::make_shared<int>(0)] { return (*times)++ == 0 || !isOnce; };
+        const ScriptedFtpServer server(play);
+        PublishTask task = publication("site");
+        const Run run(task, server);
+        const QStringList summary = run.report.summary();
+        QVERIFY2(summary.contains(QString("failed, %1:").arg(failures)), qPrintable(run.told()));
+        const bool isStopped = !isOnce && failures < 6;
+        QCOMPARE(summary.filter("stopped early").size(), isStopped ? 1 : 0);
+        QCOMPARE(summary.filter("not tried").size(), isStopped ? 1 : 0);
+        QVERIFY(!run.told().contains("rd%1"));
+    }
+
+    void removesALinkAndNotWhatIsBehindIt()
+    {
+        FtpPlay play;
+        play.listing = [](const QByteArray& directory) {
+            return directory == "www/gone" ? listed({ "file", "sub|d", "data -> ../data" }) : QByteArray();
+        };
+        play.replies = { { "DELE www/gone", "550 a directory" }, { "SIZE data", "550 no file" } };
+        ScriptedFtpServer server(play);
+        RemoveTask task({ "gone/" });
+        const Run run(task, server);
+        QVERIFY2(!run.report.hasFailures(), qPrintable(run.told()));
+        const QList<QByteArray> commands = server.commands();
+        for (const char* due :
+            { "DELE www/gone/file", "DELE www/gone/data", "RMD www/gone/sub", "RMD www/gone", "CWD www/gone/sub" }) {
+            QVERIFY2(commands.contains(due), due);
+        }
+        QVERIFY(!commands.contains("CWD www/gone/data"));
+    }
+
+    void readsTheCommandLine_data()
+    {
+        QTest::addColumn<QString>("arguments");
+        QTest::addColumn<int>("action"); // -1 for wrong usage
+        QTest::newRow("a folder") << "--settings s folder" << int(Options::Publish);
+        QTest::newRow("no settings") << "folder" << -1;
+        QTest::newRow("nothing to do") << "--settings s" << -1;
+        QTest::newRow("two folders") << "--settings s a b" << -1;
+        QTest::newRow("a list") << "--settings s --list" << int(Options::List);
+        QTest::newRow("two lists") << "--settings s --list a b" << -1;
+        QTest::newRow("a fetch") << "--settings s --fetch back img" << int(Options::Fetch);
+        QTest::newRow("removals") << "--settings s --remove a b c" << int(Options::Remove);
+        QTest::newRow("a mode") << "--settings s --chmod 0755 a b" << int(Options::Chmod);
+        QTest::newRow("a mode of nothing") << "--settings s --chmod 755" << -1;
+        QTest::newRow("no octal number") << "--settings s --chmod 789 a" << -1;
+        QTest::newRow("a negative mode") << "--settings s --chmod=-1 a" << -1;
+        QTest::newRow("too large a mode") << "--settings s --chmod 10000 a" << -1;
+        QTest::newRow("two things at once") << "--settings s --list --remove" << -1;
+    }
+    void readsTheCommandLine()
+    {
+        QFETCH(QString, arguments);
+        QFETCH(int, action);
+        QCommandLineParser parser;
+        Options::addTo(parser);
+        QVERIFY(parser.parse(QString("publish " + arguments).split(' ')));
+        Options options;
+        QCOMPARE(options.read(parser) ? int(options.action()) : -1, action);
+        QCOMPARE(options.fault().isEmpty(), action >= 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(PublishTest)
+#include "PublishTest.moc"
