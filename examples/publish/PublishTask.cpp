@@ -79,6 +79,20 @@ void PublishTask::publishFile(FTPCurl& client, Report& report, const LocalSite::
     }
 }
 
+/// putFile() takes a time-out for success, as the file may have arrived; here it has to have been sent.
+bool PublishTask::confirm(FTPCurl& client, Report& report, const QString& path, qint64 size)
+{
+    curl_off_t sent = 0;
+    curl_easy_getinfo(client.curlhandle(), CURLINFO_SIZE_UPLOAD_T, &sent);
+    if (sent < size) {
+        report.incomplete(path, sent > 0);
+        report.failedFinally(path, QStringLiteral("the server does not answer"));
+        return false;
+    }
+    report.succeeded(path, size);
+    return true;
+}
+
 bool PublishTask::sendFile(FTPCurl& client, Report& report, const LocalSite::File& file)
 {
     // putFile() does not tell why it cannot read a file.
@@ -88,8 +102,7 @@ bool PublishTask::sendFile(FTPCurl& client, Report& report, const LocalSite::Fil
         return false;
     }
     if (client.putFile(local.fileName(), file.path, false)) {
-        report.succeeded(file.path, local.size());
-        return true;
+        return confirm(client, report, file.path, local.size());
     }
     // Nothing is known of the moments before the first progress.
     const bool isStarted = mCurrent > 0 && mCurrent < file.size;

@@ -19,6 +19,7 @@ private:
     void publishFolder(FTPCurl& client, Report& report, const LocalSite::Folder& folder);
     bool makeFolder(FTPCurl& client, Report& report, const QString& path);
     void publishFile(FTPCurl& client, Report& report, const LocalSite::File& file);
+    bool confirm(FTPCurl& client, Report& report, const QString& path, qint64 size);
     bool sendFile(FTPCurl& client, Report& report, const LocalSite::File& file);
 
     LocalSite mSite;

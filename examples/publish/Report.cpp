@@ -67,15 +67,22 @@ void Report::failed(const QString& what, const FTPCurl& client)
     const QString reason = Failure::reasonOf(client);
     mConnectionFailures = Failure::isOfConnection(client.error()) ? mConnectionFailures + 1 : 0;
     if (Failure::isFinal(client.error()) || mConnectionFailures >= MAX_CONNECTION_FAILURES) {
-        mFinalReason = reason;
+        failedFinally(what, reason);
+    } else {
+        failed(what, reason);
     }
-    failed(what, reason);
 }
 
 void Report::failed(const QString& what, const QString& reason)
 {
     mFailures << QStringLiteral("%1: %2").arg(what, reason);
     mPrint(QStringLiteral("%1  FAILED: %2").arg(what, reason));
+}
+
+void Report::failedFinally(const QString& what, const QString& reason)
+{
+    mFinalReason = reason;
+    failed(what, reason);
 }
 
 void Report::incomplete(const QString& what, bool isCertain)

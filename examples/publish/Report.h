@@ -33,6 +33,8 @@ public:
     /// The last request of the client failed, unless it was interrupted, which is no failure of what was asked.
     void failed(const QString& what, const FTPCurl& client);
     void failed(const QString& what, const QString& reason);
+    /// The same for a reason that ends the task.
+    void failedFinally(const QString& what, const QString& reason);
     void notTried(const QString& what) { mNotTried << what; }
     /// An upload ended early, and what is on the server now is not the whole file.
     void incomplete(const QString& what, bool isCertain);

@@ -25,6 +25,7 @@ struct Run
     {
         FTPCurl client;
         client.initHost(FtpTarget(FTPSettings::FTP, server.port(), "www"));
+        curl_easy_setopt(client.curlhandle(), CURLOPT_SERVER_RESPONSE_TIMEOUT, 1L);
         task.run(client, report);
     }
     QString told() const { return lines.join('\n') + report.summary().join('\n'); }
@@ -154,6 +155,7 @@ private Q_SLOTS:
         row("every file refused", "STOR", "553 no", false, 6);
         row("a refused login", "PASS", "530 no", false, 1);
         row("a disk that is full", "after STOR", "552 full", false, 1);
+        row("a server that falls silent", "STOR", FtpPlay::SILENCE, false, 1);
         row("a connection that breaks once", "after STOR", FtpPlay::DROP, true, 1);
         row("a connection that always breaks", "PASV", FtpPlay::DROP, false, 3);
     }
