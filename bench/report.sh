@@ -94,10 +94,9 @@ Times differ from machine to machine; the ratios are what to compare.
 
 Each program of \`bench/\` does one piece of work and times only that, on a monotonic clock. The servers are an nginx, a
 ProFTPD and, for SFTP, an OpenSSH on the loopback interface, with their files and the programs' in memory where there is
-room. In each of $rounds rounds every
-program runs once, in turn, so that a slow moment of the machine meets all of them; a round before that warms up and
-does not count. The times are medians of the rounds, the ratio is Tavrel's median divided by the other's. Memory is the
-highest resident size of any round, in MB of 10^6 bytes.
+room. In each of $rounds rounds every program runs once, in turn, so that a slow moment of the machine meets all of
+them; a round before that warms up and does not count. The times are medians of the rounds, the ratio is Tavrel's median
+divided by the other's. Memory is the highest resident size of any round, in MB of 10^6 bytes.
 
 "C, libcurl's defaults" is \`bench/plain.c\`: \`curl_easy_perform\` without tuning. For the small requests it uses a new
 handle for each and the same file of 50 cookies, for the form the same libcurl functions as Tavrel.
