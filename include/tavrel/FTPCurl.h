@@ -168,6 +168,7 @@ private:
     void releaseHandle();
     CURLcode runInterruptibly();
     bool isProgressDue(const QTime& last);
+    void setProgressStart(const QTime& last, int elapsedMs);
 
     /// True when there is nothing to complain of; otherwise these raise an error.
     bool handleResult(int code, const QString& context);

@@ -15,6 +15,7 @@
 
 namespace {
 
+constexpr long FTP_UPLOAD_BUFFER_BYTES = 128L * 1024;
 constexpr long SFTP_UPLOAD_BUFFER_BYTES = 2L * 1024 * 1024;
 
 QString schemeOf(FTPSettings::Protocol protocol)
@@ -121,10 +122,9 @@ void FTPCurl::setTransferOptions()
     curl_easy_setopt(mHandle, CURLOPT_READFUNCTION, fread);
     curl_easy_setopt(mHandle, CURLOPT_PROGRESSFUNCTION, progress);
     curl_easy_setopt(mHandle, CURLOPT_WRITEFUNCTION, fwrite);
-    if (mFtpSettings.ftpProtocol() == FTPSettings::SFTP) {
-        // It sends as much as the buffer holds before it waits for the server. FTP does not wait.
-        curl_easy_setopt(mHandle, CURLOPT_UPLOAD_BUFFERSIZE, SFTP_UPLOAD_BUFFER_BYTES);
-    }
+    // SFTP sends as much as the buffer holds before it waits for the server; FTP does not wait.
+    const bool isSftp = mFtpSettings.ftpProtocol() == FTPSettings::SFTP;
+    curl_easy_setopt(mHandle, CURLOPT_UPLOAD_BUFFERSIZE, isSftp ? SFTP_UPLOAD_BUFFER_BYTES : FTP_UPLOAD_BUFFER_BYTES);
     // A session is idle for as long as its user is; this tells a peer that has gone.
     curl_easy_setopt(mHandle, CURLOPT_TCP_KEEPALIVE, 1L);
 }

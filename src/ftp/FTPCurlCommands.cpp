@@ -21,6 +21,7 @@ struct StringListDeleter
 int FTPCurl::request(VFSCurlData::Kind kind, QIODevice* device, const QString& path)
 {
     VFSCurlData data { kind, this, device, QTime::currentTime(), generateUrl(path) };
+    setProgressStart(data.lastProgress, 0);
     return performCurlRequest(data);
 }
 

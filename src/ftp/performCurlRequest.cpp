@@ -200,14 +200,18 @@ size_t FTPCurl::fwrite(void* ptr, size_t size, size_t nmemb, void* data)
 bool FTPCurl::isProgressDue(const QTime& last)
 {
     // libcurl asks thousands of times a second, and to tell the time of day the system looks at the time zone's file.
-    const auto now = std::chrono::steady_clock::now();
-    if (last == mLastProgress && now < mNextProgress) {
+    if (last == mLastProgress && std::chrono::steady_clock::now() < mNextProgress) {
         return false;
     }
-    const int missing = PROGRESS_EVERY_MS - elapsedSince(last);
+    const int elapsed = elapsedSince(last);
+    setProgressStart(last, elapsed);
+    return elapsed >= PROGRESS_EVERY_MS;
+}
+
+void FTPCurl::setProgressStart(const QTime& last, int elapsedMs)
+{
     mLastProgress = last;
-    mNextProgress = now + std::chrono::milliseconds(missing);
-    return missing <= 0;
+    mNextProgress = std::chrono::steady_clock::now() + std::chrono::milliseconds(PROGRESS_EVERY_MS - elapsedMs);
 }
 
 int FTPCurl::progress(void* data, double /*dltotal*/, double /*dlnow*/, double ultotal, double ulnow)

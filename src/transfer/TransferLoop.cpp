@@ -6,8 +6,10 @@
 
 namespace {
 
-constexpr int SHORTEST_WAIT_MS = 1;
+// A request to a server nearby takes less, and to sleep and be woken up in between would double that.
+constexpr std::chrono::milliseconds WATCHFUL_TIME(2);
 constexpr int LONGEST_WAIT_MS = 50;
+constexpr int MOST_DOUBLINGS = 6;
 constexpr std::chrono::milliseconds PAUSE_WITHOUT_SOCKET(1);
 constexpr long RECEIVE_BUFFER_BYTES = 512L * 1024;
 
@@ -19,6 +21,12 @@ void tune(CURL* easy)
     // An aborted transfer does not wait for a name server that is silent.
     curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
 #endif
+}
+
+/// Short at first: what TLS has read ahead waits in its buffer, where no socket tells of it.
+int nextWait(int idleTurns)
+{
+    return std::min(1 << std::min(idleTurns, MOST_DOUBLINGS), LONGEST_WAIT_MS);
 }
 
 CURLcode toEasyCode(CURLMcode code)
@@ -58,30 +66,43 @@ CURLcode TransferLoop::perform(CURL* easy)
 
 CURLMcode TransferLoop::runToEnd()
 {
-    int wait = SHORTEST_WAIT_MS;
+    const auto watchUntil = std::chrono::steady_clock::now() + WATCHFUL_TIME;
+    int idleTurns = 0;
     while (true) {
         int running = 0;
         CURLMcode code = curl_multi_perform(mMulti.get(), &running);
         if (code != CURLM_OK || running == 0) {
             return code;
         }
-        long due = -1;
-        curl_multi_timeout(mMulti.get(), &due);
-        if (due == 0) {
-            continue; // libcurl has more to do by now.
-        }
-        int ready = 0;
-        code = curl_multi_wait(mMulti.get(), nullptr, 0, wait, &ready);
+        const bool isWatchful = std::chrono::steady_clock::now() < watchUntil;
+        bool isIdle = false;
+        code = wait(isWatchful ? 0 : nextWait(idleTurns), isIdle);
         if (code != CURLM_OK) {
             return code;
         }
-        if (ready == 0) {
-            // Without a socket the wait returns at once: a short pause keeps the processor free.
+        idleTurns = isIdle ? idleTurns + 1 : 0;
+        if (isWatchful) {
+            std::this_thread::yield();
+        } else if (idleTurns > 1) {
+            // Without a socket a wait returns at once. Mostly libcurl opens one in its next turn; when it does not, a
+            // short pause keeps the processor free.
             std::this_thread::sleep_for(PAUSE_WITHOUT_SOCKET);
         }
-        // Short at first: what TLS has read ahead waits in its buffer, where no socket tells of it.
-        wait = ready == 0 ? std::min(2 * wait, LONGEST_WAIT_MS) : SHORTEST_WAIT_MS;
     }
+}
+
+CURLMcode TransferLoop::wait(int milliseconds, bool& isIdle)
+{
+    long due = -1;
+    curl_multi_timeout(mMulti.get(), &due);
+    if (due == 0) {
+        isIdle = false; // libcurl has more to do by now.
+        return CURLM_OK;
+    }
+    int ready = 0;
+    const CURLMcode code = curl_multi_wait(mMulti.get(), nullptr, 0, milliseconds, &ready);
+    isIdle = ready == 0;
+    return code;
 }
 
 CURLcode TransferLoop::resultOf(CURL* easy)

@@ -36,6 +36,7 @@ public:
 
 private:
     CURLMcode runToEnd();
+    CURLMcode wait(int milliseconds, bool& isIdle);
     CURLcode resultOf(CURL* easy);
 
     struct MultiDeleter
