@@ -58,9 +58,7 @@ public:
     };
 
     /// For callers of rm() that share code with other file stores.
-    enum IOModeFlags {
-        NoModeFlags = 0,
-    };
+    enum IOModeFlags { NoModeFlags = 0 };
 
     explicit FTPCurl(QObject* parent = nullptr);
     ~FTPCurl() override;
@@ -83,8 +81,8 @@ public:
     QString canonicalizedRelativeFilePath(const QString& path) const;
 
     /// Appends the entries of a directory, "" being where paths start, named by their canonical path; that of a
-    /// directory ends in a slash. Lines that are no entries are skipped. A symbolic link counts as a file when the
-    /// server finds a file behind it.
+    /// directory ends in a slash. Lines that are no entries are skipped. A symbolic link is a file when the server
+    /// finds a file behind it, else a directory without the slash.
     bool list(const QString& path, VirtualFileList& files);
     bool listRemote(const QString& path, VirtualFileList& files);
     /// Appends all entries below a directory that are no directories, depth first. What was found before a failure
@@ -169,7 +167,6 @@ private:
     CURLcode runInterruptibly();
     bool isProgressDue(const QTime& last);
     void setProgressStart(const QTime& last, int elapsedMs);
-
     /// True when there is nothing to complain of; otherwise these raise an error.
     bool handleResult(int code, const QString& context);
     bool checkPath(const QString& path, const char* operation, int line);
@@ -177,7 +174,6 @@ private:
     /// Raise an error and return false.
     bool refuse(const QString& message, int line);
     bool stopInterrupted(int line);
-
     /// Ends the process when the protocol is not known.
     CommandTexts commandTexts(const char* signature) const;
     int request(VFSCurlData::Kind kind, QIODevice* device, const QString& path);
@@ -198,6 +194,6 @@ private:
     QHash<QString, int> mExistingResources;
     FTPSettings mFtpSettings;
     std::unique_ptr<TransferLoop> mLoop;
-    QTime mLastProgress; ///< of the request that last asked whether the next one is due
-    std::chrono::steady_clock::time_point mNextProgress; ///< not before this
+    QTime mLastProgress; ///< of the request that last asked whether its next progress is due,
+    std::chrono::steady_clock::time_point mNextProgress; ///< which it is not before this
 };

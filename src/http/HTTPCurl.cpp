@@ -8,7 +8,6 @@
 #include <transfer/EasyHandle.h>
 #include <transfer/TransferLoop.h>
 #include <transfer/WriteBatch.h>
-#include <transfer/WriteBatch.h>
 
 #include <foundation/FileUtils.h>
 

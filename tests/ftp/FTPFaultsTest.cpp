@@ -96,6 +96,8 @@ private Q_SLOTS:
         row("after RETR", "get", downloads);
         row("after LIST", "list", lists);
         row("after LIST", "remove", removes);
+        row("endless RETR", "get", downloads);
+        row("endless LIST", "list", lists);
         row("MKD", "make", makes);
         row("DELE", "remove", removes);
         row("CHMOD", "chmod", [](FTPCurl& ftp) { return ftp.internal_chmod("a", 0644); });
@@ -104,10 +106,11 @@ private Q_SLOTS:
     {
         QFETCH(Operation, operation);
         QFETCH(QByteArray, silentAt);
-        const QByteArray verb = QByteArray(silentAt).replace("after ", "");
+        const QByteArray verb = silentAt.split(' ').last();
         std::promise<void> isThere;
         FtpPlay play;
-        play.replies = { { silentAt, FtpPlay::SILENCE } };
+        play.replies = { { silentAt, FtpPlay::SILENCE }, { "SIZE", "500 what" } };
+        play.isEndless = silentAt.startsWith("endless");
         play.content = MEBIBYTE;
         play.listing = [](const QByteArray&) { return "-rw-r--r-- 1 a b 1 Jan 1 2020 one\r\n"; };
         play.onCommand = [&](const QByteArray& command) {

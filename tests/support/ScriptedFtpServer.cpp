@@ -33,7 +33,7 @@ void ScriptedFtpServer::converse(QTcpSocket& control)
 {
     QTcpServer dataServer;
     control.setSocketOption(QAbstractSocket::LowDelayOption, 1);
-    bool goesOn = answer(control, "greeting", "220 scripted");
+    bool goesOn = say(control, replyTo("greeting", "220 scripted"));
     while (goesOn && control.state() == QTcpSocket::ConnectedState && !mServer.isInterruptionRequested()) {
         if (!control.canReadLine() && !control.waitForReadyRead(TURN_MS)) {
             continue;
@@ -60,15 +60,22 @@ void ScriptedFtpServer::converse(QTcpSocket& control)
             const int port = dataServer.serverPort();
             usual = "227 ok (127,0,0,1," + QByteArray::number(port / 256) + ',' + QByteArray::number(port % 256) + ')';
         }
-        goesOn = answer(control, mPlay.replies.contains(command) ? command : verb, usual)
-            && transfer(control, dataServer, verb) && verb != "QUIT";
+        const QByteArray reply = replyTo(mPlay.replies.contains(command) ? command : verb, usual);
+        goesOn = say(control, reply) && verb != "QUIT";
+        if (goesOn && reply.startsWith("150")) {
+            goesOn = transfer(control, dataServer, verb);
+        }
     }
 }
 
-bool ScriptedFtpServer::answer(QTcpSocket& control, const QByteArray& key, const QByteArray& usual)
+QByteArray ScriptedFtpServer::replyTo(const QByteArray& key, const QByteArray& usual) const
 {
     const bool isOdd = mPlay.replies.contains(key) && (!mPlay.isDue || mPlay.isDue());
-    const QByteArray reply = isOdd ? mPlay.replies.value(key) : usual;
+    return isOdd ? mPlay.replies.value(key) : usual;
+}
+
+bool ScriptedFtpServer::say(QTcpSocket& control, const QByteArray& reply)
+{
     if (reply == FtpPlay::DROP) {
         return false;
     }
@@ -81,17 +88,13 @@ bool ScriptedFtpServer::answer(QTcpSocket& control, const QByteArray& key, const
 
 bool ScriptedFtpServer::transfer(QTcpSocket& control, QTcpServer& dataServer, const QByteArray& verb)
 {
-    const bool sends = verb == "LIST" || verb == "RETR";
-    if ((!sends && verb != "STOR") || !mPlay.replies.value(verb, "150").startsWith("150")) {
-        return true;
-    }
     if (!dataServer.hasPendingConnections() && !dataServer.waitForNewConnection(5000)) {
         return false;
     }
     const std::unique_ptr<QTcpSocket> data(dataServer.nextPendingConnection());
-    sends ? send(*data, outgoing(verb)) : receive(*data);
+    verb == "STOR" ? receive(*data) : send(*data, outgoing(verb));
     data->disconnectFromHost();
-    return answer(control, "after " + verb, "226 done");
+    return say(control, replyTo("after " + verb, "226 done"));
 }
 
 QByteArray ScriptedFtpServer::outgoing(const QByteArray& verb) const

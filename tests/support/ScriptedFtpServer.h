@@ -37,7 +37,8 @@ public:
 
 private:
     void converse(QTcpSocket& control);
-    bool answer(QTcpSocket& control, const QByteArray& key, const QByteArray& usual);
+    QByteArray replyTo(const QByteArray& key, const QByteArray& usual) const;
+    static bool say(QTcpSocket& control, const QByteArray& reply);
     bool transfer(QTcpSocket& control, QTcpServer& dataServer, const QByteArray& verb);
     QByteArray outgoing(const QByteArray& verb) const;
     void send(QTcpSocket& data, const QByteArray& bytes);
