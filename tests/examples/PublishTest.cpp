@@ -2,7 +2,6 @@
 #include "ScriptedFtpServer.h"
 
 #include <FetchTask.h>
-#include <Options.h>
 #include <PublishTask.h>
 #include <RemoteTasks.h>
 #include <Report.h>
@@ -12,7 +11,6 @@
 
 #include <foundation/FileUtils.h>
 
-#include <QCommandLineParser>
 #include <QtTest>
 
 static const TavrelInitializer initializer;
@@ -71,30 +69,6 @@ class PublishTest : public QObject
 
 private Q_SLOTS:
     void init() { mHere = std::make_unique<QTemporaryDir>(); }
-
-    void readsASiteInTheOrderOfSending()
-    {
-        for (const char* file : { "b.html", "a.html", ".hidden", "z/1", "a b/2", "a b/sub/3", "a b/4" }) {
-            write(QString("site/") + file);
-        }
-        QDir().mkpath(path("site/m/empty"));
-        QVERIFY(QFile::link("a.html", path("site/c.html")));
-        QVERIFY(QFile::link("z", path("site/link")) && QFile::link("nowhere", path("site/broken")));
-        LocalSite site;
-        QVERIFY(site.read(path("site")));
-        QStringList order;
-        for (const LocalSite::Folder& folder : site.folders()) {
-            order << folder.path;
-            for (const LocalSite::File& file : folder.files) {
-                order << file.path;
-            }
-        }
-        QCOMPARE(order.join('|'),
-            QString("|.hidden|a.html|b.html|c.html|a b/|a b/2|a b/4|a b/sub/|a b/sub/3|m/|m/empty/|z/|z/1"));
-        QCOMPARE(site.leftOut().size(), 2);
-        QVERIFY(site.fileCount() == 8 && site.totalBytes() == 8 * 3);
-        QVERIFY(!LocalSite().read(path("site/a.html")) && !LocalSite().read(path("nothing")));
-    }
 
     void aFetchWritesNothingOutsideItsFolder()
     {
@@ -199,37 +173,6 @@ private Q_SLOTS:
             QVERIFY2(commands.contains(due), due);
         }
         QVERIFY(!commands.contains("CWD www/gone/data"));
-    }
-
-    void readsTheCommandLine_data()
-    {
-        QTest::addColumn<QString>("arguments");
-        QTest::addColumn<int>("action"); // -1 for wrong usage
-        QTest::newRow("a folder") << "--settings s folder" << int(Options::Publish);
-        QTest::newRow("no settings") << "folder" << -1;
-        QTest::newRow("nothing to do") << "--settings s" << -1;
-        QTest::newRow("two folders") << "--settings s a b" << -1;
-        QTest::newRow("a list") << "--settings s --list" << int(Options::List);
-        QTest::newRow("two lists") << "--settings s --list a b" << -1;
-        QTest::newRow("a fetch") << "--settings s --fetch back img" << int(Options::Fetch);
-        QTest::newRow("removals") << "--settings s --remove a b c" << int(Options::Remove);
-        QTest::newRow("a mode") << "--settings s --chmod 0755 a b" << int(Options::Chmod);
-        QTest::newRow("a mode of nothing") << "--settings s --chmod 755" << -1;
-        QTest::newRow("no octal number") << "--settings s --chmod 789 a" << -1;
-        QTest::newRow("a negative mode") << "--settings s --chmod=-1 a" << -1;
-        QTest::newRow("too large a mode") << "--settings s --chmod 10000 a" << -1;
-        QTest::newRow("two things at once") << "--settings s --list --remove" << -1;
-    }
-    void readsTheCommandLine()
-    {
-        QFETCH(QString, arguments);
-        QFETCH(int, action);
-        QCommandLineParser parser;
-        Options::addTo(parser);
-        QVERIFY(parser.parse(QString("publish " + arguments).split(' ')));
-        Options options;
-        QCOMPARE(options.read(parser) ? int(options.action()) : -1, action);
-        QCOMPARE(options.fault().isEmpty(), action >= 0);
     }
 };
 

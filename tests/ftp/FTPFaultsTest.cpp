@@ -1,54 +1,23 @@
-#include "FtpTarget.h"
-#include "ScriptedFtpServer.h"
+#include "Session.h"
 
-#include <tavrel/FTPCurl.h>
 #include <tavrel/TavrelInitializer.h>
 
 #include <foundation/Thread.h>
 
-#include <QBuffer>
 #include <QtTest>
 
 #include <thread>
 
 static const TavrelInitializer initializer;
 
-using Operation = std::function<bool(FTPCurl&)>;
-Q_DECLARE_METATYPE(Operation)
-
 static const QByteArray MEBIBYTE(1 << 20, 'x');
-
-static bool uploads(FTPCurl& ftp)
-{
-    return ftp.putData(MEBIBYTE, "dir/a", false);
-}
-static bool downloads(FTPCurl& ftp)
-{
-    QByteArray data;
-    return ftp.getData("dir/a", data);
-}
-static bool lists(FTPCurl& ftp)
-{
-    VirtualFileList files;
-    return ftp.listRecursively("dir", files);
-}
-static bool makes(FTPCurl& ftp)
-{
-    return ftp.internal_mkdir("dir");
-}
-static bool creates(FTPCurl& ftp)
-{
-    return ftp.createDirectory("dir/sub");
-}
-static bool removes(FTPCurl& ftp)
-{
-    return ftp.removeResource("dir");
-}
-static bool tests(FTPCurl& ftp)
-{
-    bool exists = false;
-    return ftp.resourceExists("dir/a", exists);
-}
+static const Operation uploads = [](FTPCurl& ftp) { return ftp.putData(MEBIBYTE, "dir/a", false); };
+static const Operation downloads = [](FTPCurl& ftp) { return ftp.getData("dir/a", *std::make_unique<QByteArray>()); };
+static const Operation lists
+    = [](FTPCurl& ftp) { return ftp.listRecursively("dir", *std::make_unique<VirtualFileList>()); };
+static const Operation tests = [](FTPCurl& ftp) { return ftp.resourceExists("dir/a", *std::make_unique<bool>()); };
+static const Operation makes = [](FTPCurl& ftp) { return ftp.internal_mkdir("dir"); };
+static const Operation removes = [](FTPCurl& ftp) { return ftp.removeResource("dir"); };
 
 /// Asks for an interruption while the client is well into an operation.
 class Interrupter
@@ -83,12 +52,12 @@ private Q_SLOTS:
     {
         QTest::addColumn<Operation>("operation");
         QTest::addColumn<QByteArray>("silentAt");
-        const auto row = [](const QByteArray& silentAt, const char* name, Operation operation) {
+        const auto row = [](const QByteArray& silentAt, const char* name, const Operation& operation) {
             QTest::newRow(name + (" at " + silentAt)) << operation << silentAt;
         };
         row("greeting", "test", tests);
         row("PASS", "list", lists);
-        row("CWD", "create", creates);
+        row("CWD", "create", FTP(createDirectory("dir/sub")));
         row("PASV", "put", uploads);
         row("STOR", "put", uploads);
         row("after STOR", "put", uploads);
@@ -100,7 +69,7 @@ private Q_SLOTS:
         row("endless LIST", "list", lists);
         row("MKD", "make", makes);
         row("DELE", "remove", removes);
-        row("CHMOD", "chmod", [](FTPCurl& ftp) { return ftp.internal_chmod("a", 0644); });
+        row("CHMOD", "chmod", FTP(internal_chmod("a", 0644)));
     }
     void isInterruptedAtOnce()
     {
@@ -146,7 +115,7 @@ private Q_SLOTS:
         QTest::addColumn<Operation>("operation");
         QTest::addColumn<QByteArray>("at");
         QTest::addColumn<QByteArray>("reply");
-        const auto row = [](const QByteArray& at, const QByteArray& reply, Operation operation) {
+        const auto row = [](const QByteArray& at, const QByteArray& reply, const Operation& operation) {
             QTest::newRow(at + ": " + reply) << operation << at << reply;
         };
         row("PASS", "530 not you", lists);
@@ -173,13 +142,11 @@ private Q_SLOTS:
         play.isDue = [&] { return faults-- > 0; };
         play.listing = [](const QByteArray&) { return "-rw-r--r-- 1 a b 1 Jan 1 2020 one\r\n"; };
         play.content = "content";
-        ScriptedFtpServer server(play);
-        FTPCurl ftp;
-        ftp.initHost(FtpTarget(1, server.port()));
-        curl_easy_setopt(ftp.curlhandle(), CURLOPT_TIMEOUT_MS, 800L);
-        operation(ftp);
+        Session session(play);
+        curl_easy_setopt(session.ftp.curlhandle(), CURLOPT_TIMEOUT_MS, 800L);
+        operation(session.ftp);
         QByteArray data;
-        QVERIFY2(ftp.getData("dir/a", data), qPrintable(ftp.errorMessage()));
+        QVERIFY2(session.ftp.getData("dir/a", data), qPrintable(session.ftp.errorMessage()));
         QCOMPARE(data, QByteArray("content"));
     }
 

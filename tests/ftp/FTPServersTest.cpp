@@ -107,6 +107,10 @@ private Q_SLOTS:
         mFtp->tryRemoveDirIfEmpty(mFtp->canonicalizedFilePath("a"));
         QVERIFY(!mFtp->hasError() && QFile::exists(mDisk + "a"));
         QVERIFY(mFtp->removeResource("a/small") && !QFile::exists(mDisk + "a/small"));
+        // The libcurl of Debian 12 leaves TLS out of a data connection that the server opens.
+        if (mTarget->ftpProtocol() == FTPSettings::FTP) {
+            QVERIFY(mFtp->initHost(mTarget->active()) && mFtp->getData("a/b/large", data) && data == content);
+        }
         QVERIFY2(mFtp->removeResource("a"), qPrintable(mFtp->errorMessage()));
         QCOMPARE(QDir(mDisk).entryList(QDir::NoDotAndDotDot | QDir::AllEntries), QStringList("empty"));
     }
@@ -224,25 +228,6 @@ private Q_SLOTS:
         QCOMPARE(QFile::exists(mDisk + "outside/file"), !isFollowed);
         QVERIFY(QFile::link("nowhere", mDisk + "empty/dangling"));
         QVERIFY(!mFtp->listRecursively("empty", files)); // nothing exists behind it, so it is no file
-    }
-
-    void startsAtTheRootOverSftp()
-    {
-        QFETCH_GLOBAL(int, protocol);
-        QFETCH_GLOBAL(int, port);
-        QFETCH_GLOBAL(QString, root);
-        QVERIFY(mFtp->initHost(FtpTarget(protocol, port)) && mFtp->putData("x", root.mid(1) + "/www/a", false));
-        QCOMPARE(onDisk("a"), QByteArray("x"));
-    }
-
-    void letsTheServerConnect()
-    {
-        // The libcurl of Debian 12 leaves TLS out of the data connection then.
-        if (mTarget->ftpProtocol() == FTPSettings::FTP) {
-            QByteArray data;
-            QVERIFY(mFtp->initHost(mTarget->active()) && mFtp->putData("x", "a", false));
-            QVERIFY2(mFtp->getData("a", data) && data == "x", qPrintable(mFtp->errorMessage()));
-        }
     }
 
 private:

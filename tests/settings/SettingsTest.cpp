@@ -23,6 +23,12 @@ static EditableSettings example()
     return settings;
 }
 
+/// A row of a table, whose cells share a line.
+template <class... Cells> static void row(const char* name, const Cells&... cells)
+{
+    (QTest::newRow(name) << ... << cells);
+}
+
 class SettingsTest : public QObject
 {
     Q_OBJECT
@@ -52,36 +58,16 @@ private Q_SLOTS:
         QTest::addColumn<QString>("members");
         QTest::addColumn<QString>("label");
         QTest::addColumn<QString>("password");
-        QTest::newRow("nothing") << ""
-                                 << "FTP://???"
-                                 << "";
-        QTest::newRow("no passive mode") << "<host val='h'/><psv val='0'/>"
-                                         << "FTP://h"
-                                         << "";
-        QTest::newRow("another port") << "<protocol val='8'/><port val='2222'/>"
-                                      << "SFTP://???:2222"
-                                      << "";
-        QTest::newRow("a port of 30 digits") << "<port val='123456789012345678901234567890'/>"
-                                             << "FTP://???"
-                                             << "";
-        QTest::newRow("no protocol") << "<protocol val='77'/><port val='abc'/>"
-                                     << "Undefined protocol://???"
-                                     << "";
-        QTest::newRow("implicit") << "<protocol val='4'/>"
-                                  << "FTPS Implicit (TLS)://???"
-                                  << "";
-        QTest::newRow("the first of two") << "<host val='a'/><host val='b'/><psv val='false'/>"
-                                          << "FTP://a"
-                                          << "";
-        QTest::newRow("an older file") << "<pwd val='plain'><val val='other'/></pwd>"
-                                       << "FTP://???"
-                                       << "plain";
-        QTest::newRow("not crypted") << "<pwd><val val='plain'/></pwd>"
-                                     << "FTP://???"
-                                     << "plain";
-        QTest::newRow("no hexadecimal") << "<pwd><crypted val='1'/><val val='xyz'/></pwd>"
-                                        << "FTP://???"
-                                        << "";
+        row("nothing", "", "FTP://???", "");
+        row("no passive mode", "<host val='h'/><psv val='0'/>", "FTP://h", "");
+        row("another port", "<protocol val='8'/><port val='2222'/>", "SFTP://???:2222", "");
+        row("a port of 30 digits", "<port val='123456789012345678901234567890'/>", "FTP://???", "");
+        row("no protocol", "<protocol val='77'/><port val='abc'/>", "Undefined protocol://???", "");
+        row("implicit", "<protocol val='4'/>", "FTPS Implicit (TLS)://???", "");
+        row("the first of two", "<host val='a'/><host val='b'/><psv val='false'/>", "FTP://a", "");
+        row("an older file", "<pwd val='plain'><val val='other'/></pwd>", "FTP://???", "plain");
+        row("not crypted", "<pwd><val val='plain'/></pwd>", "FTP://???", "plain");
+        row("no hexadecimal", "<pwd><crypted val='1'/><val val='xyz'/></pwd>", "FTP://???", "");
     }
     void readsWhatAFileHolds()
     {
