@@ -2,7 +2,20 @@
 
 #include <tavrel/ftpparser.h>
 
-static const QChar SLASH = QLatin1Char('/');
+#include <QDir>
+
+namespace {
+
+const QChar SLASH = QLatin1Char('/');
+
+/// Or for the one above. Servers tell of "." and ".."; an empty name, or "./", would lead a walk in a circle as well.
+bool standsForDirectoryItself(const QString& name)
+{
+    const QString clean = QDir::cleanPath(name);
+    return clean.isEmpty() || clean == SLASH || clean == QLatin1String(".") || clean == QLatin1String("..");
+}
+
+} // namespace
 
 ListingReader::ListingReader(const QByteArray& listing, const QString& directory)
     : mListing(listing)
@@ -39,8 +52,8 @@ bool ListingReader::readLine(const QString& text, ListingEntry& entry) const
         return false;
     }
     const QString name = QString::fromLatin1(parsed.name, parsed.name_length).trimmed();
-    if (name.isEmpty() || name == QLatin1String(".") || name == QLatin1String("..")) {
-        return false; // An entry without a name would stand for the directory itself.
+    if (standsForDirectoryItself(name)) {
+        return false;
     }
     // Room for the name and a slash, and no more: a listing may have a million entries.
     entry.path = QString();

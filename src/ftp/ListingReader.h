@@ -14,8 +14,8 @@ struct ListingEntry
     bool isLink = false;
 };
 
-/// Takes a listing apart, line by line. Lines that are no entries, or have no name, are
-/// skipped, and so are "." and "..".
+/// Takes a listing apart, line by line. Lines that are no entries are skipped, and so is the directory itself and the
+/// one above, by whatever name.
 class ListingReader
 {
 public:

@@ -55,7 +55,8 @@ private Q_SLOTS:
         QTest::newRow("a line without an end") << QByteArray(1 << 20, '-');
         QTest::newRow("NULs") << QByteArray(1000, '\0');
         QTest::newRow("empty lines") << QByteArray(1000000, '\n');
-        QTest::newRow("no more than itself") << QByteArray("drwxr-xr-x 1 a b 1 Jan 1 2020 .\n+/,\t\n");
+        QTest::newRow("no more than itself")
+            << QByteArray("drwxr-xr-x 1 a b 1 Jan 1 2020 .\n+/,\t\n+/,\t./\n+/,\ta/..\n");
     }
     void listsNothingOfWhatItDoesNotUnderstand()
     {
