@@ -114,7 +114,7 @@ check_store() {
     publish-sftp) diff -r files "$sftp_folder/site" ;;
     put-ftp) cmp ftp/large www/512m.bin ;;
     put-sftp) cmp "$sftp_folder/large" www/512m.bin ;;
-    get-*) cmp fetched www/512m.bin ;;
+    get-*ftp) cmp fetched www/512m.bin ;;
     remove-*) [ ! -e ftp/tree ] ;;
     esac
 }
