@@ -1,16 +1,17 @@
 // A file store over FTP or SFTP with Tavrel, as an application uses it. The arguments are those of bench_plain_ftp.
+// STORE stands for "ftp|sftp PORT ROOT".
 //
-//   bench_tavrel_ftp publish ftp|sftp PORT ROOT FOLDER
-//   bench_tavrel_ftp put     ftp|sftp PORT ROOT PATH
-//   bench_tavrel_ftp get     ftp|sftp PORT ROOT PATH
-//   bench_tavrel_ftp remove  ftp|sftp PORT ROOT
-//   bench_tavrel_ftp find    ftp|sftp PORT ROOT COUNT       the files below the directory tree, of which there are
-//   COUNT bench_tavrel_ftp list    ftp|sftp PORT ROOT TIMES NAME  the directory NAME, several times
+//   bench_tavrel_ftp publish STORE FOLDER
+//   bench_tavrel_ftp put STORE PATH
+//   bench_tavrel_ftp get STORE PATH
+//   bench_tavrel_ftp remove STORE
+//   bench_tavrel_ftp find STORE COUNT        the COUNT files below the directory tree
+//   bench_tavrel_ftp list STORE TIMES NAME   the directory NAME, several times
 //
 // Figures that are no times; they are printed alone.
 //
-//   bench_tavrel_ftp record-bytes ftp|sftp PORT ROOT NAME   memory for each entry of the directory NAME, beyond its
-//   name bench_tavrel_ftp parse COUNT                            millions of listing lines a second
+//   bench_tavrel_ftp record-bytes STORE NAME   memory for each entry of NAME, beyond its name
+//   bench_tavrel_ftp parse COUNT               millions of listing lines a second
 
 #include "report.h"
 
