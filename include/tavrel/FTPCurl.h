@@ -10,22 +10,14 @@
 
 #include <QByteArray>
 #include <QFlags>
-#include <QHash>
+#include <QScopedPointer>
 #include <QString>
 #include <QUrl>
 
 #include <curl/curl.h>
 
-#include <chrono>
-#include <functional>
-#include <memory>
-#include <vector>
-
-class CommandTexts;
+class FTPSession;
 class QIODevice;
-class TransferLoop;
-struct DirectoryLevel;
-struct ListingEntry;
 
 /**
  * Client for a remote file store over FTP, FTPS (explicit or implicit TLS) or SFTP.
@@ -33,15 +25,23 @@ struct ListingEntry;
  * initHost() opens a session; its requests share one libcurl handle and its connection, which is made when the first
  * request needs it. A path is relative to the folder and the public sub-folder of the settings, or starts with "/".
  * Both kinds start at the login directory over FTP and FTPS, and at the root of the server over SFTP. A path with a
- * line break or a NUL is refused.
+ * control character (below U+0020) is refused.
  *
  * An operation returns true on success. Otherwise error() holds the reason: a value of Error, or a CURLcode named
  * "code" whose message names the operation. After any failure the session can be used again; a connection that may
  * be in disorder is replaced. Certificates and host keys are not verified.
  *
+ * A server may demand that data connections resume the TLS session of the control connection, which libcurl does not
+ * do reliably with TLS 1.3. When a data connection fails over FTPS, the session goes on with TLS 1.2 at most, and
+ * repeats the request once if its device can be brought back to where it was.
+ *
  * Cancellation: tie the object to a Thread with Thread::addThreadableChild(); after requestInterruption() on that
  * thread, every operation returns within 0.3 s, with INTERRUPTED or CURLE_ABORTED_BY_CALLBACK. Closing a session and
  * destroying the object never wait for the server.
+ *
+ * Slots: a slot of a signal runs within the request that emits it. An operation that it starts on this object is
+ * refused with REQUEST_IN_PROGRESS, as are initHost(), close() and clearProperties(), and the outer request goes on.
+ * Do not destroy the object there; use deleteLater().
  *
  * Threads: an object is used by one thread at a time and emits its signals there.
  */
@@ -55,6 +55,7 @@ public:
         NOT_INITIALIZED = 0, ///< an operation outside a session
         INTERRUPTED = 1, ///< stopped by an interruption
         FUNC_PARAM_ERROR = 2, ///< an argument that the operation refuses; the message names both
+        REQUEST_IN_PROGRESS = 3, ///< called by a slot while a request of the object is running
     };
 
     /// For callers of rm() that share code with other file stores.
@@ -64,11 +65,12 @@ public:
     ~FTPCurl() override;
 
     /// Opens a session, after closing an open one. Nothing is sent yet: a wrong host or password shows at the first
-    /// request. The proxy is that of the system.
+    /// request. A port above 65535 is refused. The proxy is that of the system; an interruption also ends the wait for
+    /// a system that is slow to name it.
     bool initHost(const FTPSettings& settings);
     /// Ends the session and clears the error. What is known of existing resources stays.
     void close();
-    /// Forgets the session without releasing its handle, which is then the caller's; see curlhandle().
+    /// Forgets the session without cleaning its handle up, which is then the caller's; see curlhandle().
     void clearProperties();
     /// True within a session; otherwise raises NOT_INITIALIZED.
     bool isValid();
@@ -77,7 +79,7 @@ public:
     QUrl generateUrl(const QString& path) const;
     /// The decoded path of that URL, such as "/./www/index.html"; over SFTP with one more slash in front.
     QString canonicalizedFilePath(const QString& path) const;
-    /// The same without "/./" or "/" in front.
+    /// That path without "/./" or "/" in front.
     QString canonicalizedRelativeFilePath(const QString& path) const;
 
     /// Appends the entries of a directory, "" being where paths start, named by their canonical path; that of a
@@ -90,7 +92,8 @@ public:
     bool listRecursively(const QString& path, VirtualFileList& files);
 
     /// Tells whether a file exists, or a directory when path ends in a slash; false when that could not be found out.
-    /// Answers come from a cache that lives as long as the object.
+    /// Answers come from a cache that lives as long as the object and keeps one answer for a path with and without its
+    /// slash: the answer no for an existing directory that was asked for without the slash holds for the directory.
     bool resourceExists(const QString& path, bool& exists);
     /// 1: exists; 0: does not; -1: not known. A directory with and without its slash is the same resource.
     int existingResourceCacheValue(const QString& path) const;
@@ -98,20 +101,21 @@ public:
 
     /// Creates a directory and what is missing above it. True when it exists already.
     bool createDirectory(const QString& directory);
-    /// The same for the directory of a file.
+    /// Creates the directory of a file and what is missing above it.
     bool createDirectoryIfNecessary(const QString& filePath);
     /// Creates one directory.
     bool internal_mkdir(const QString& directory);
-    /// Sets the permission bits of a file or directory; -1 does nothing. A server's refusal returns false and is not
-    /// left in error().
+    /// Sets the permission bits of a file or directory, 0 to 07777; -1 does nothing. A server's refusal returns false
+    /// and is not left in error(); any other failure is.
     bool internal_chmod(const QString& filePath, int mode);
     /// Removes a file, or a directory with all that is below it, which may include what is behind a symbolic link. It
     /// goes on past what cannot be removed; the result is that of the last step, the removal of path itself.
     bool removeResource(const QString& path);
-    /// Removes one file or one empty directory. Over SFTP path is taken as the server understands it, without the
-    /// folders of the settings.
+    /// Removes one file or one empty directory. Over SFTP path is sent as it is given and starts at the root of the
+    /// server, without the folders of the settings.
     bool removeSimpleResource(const QString& path, bool isDirectory);
-    /// Removes a directory if it is empty, and clears the error.
+    /// Removes a directory if it is empty, and clears the error. Over SFTP path starts at the root of the server, as in
+    /// removeSimpleResource().
     void tryRemoveDirIfEmpty(const QString& path);
     /// removeResource(); the flags have no effect.
     bool rm(const QString& path, QFlags<IOModeFlags> flags);
@@ -120,8 +124,9 @@ public:
     /// directories first, and record in the cache that the file exists, or that this is no longer known.
     bool putData(const QByteArray& data, const QString& target, bool createDirectories);
     bool putFile(const QString& source, const QString& target, bool createDirectories);
-    /// Uploads what a device of known size() holds and closes it; source names it in messages. A time-out (libcurl's
-    /// 28) counts as sent.
+    /// Uploads a device of known size() from its position to its end, and closes it; source names it in messages. A
+    /// device that cannot be opened or read is refused before the server hears of it. A time-out (libcurl's 28) counts
+    /// as sent.
     bool putDataFromIoDevice(QIODevice* device, const QString& source, const QString& target);
 
     /// Downloads a file into data, which is emptied first and holds what arrived when the request fails.
@@ -132,14 +137,20 @@ public:
 
     /// libcurl's handle of the session, for options of the application's own; null outside a session. It stays the
     /// object's.
-    CURL* curlhandle() const { return mHandle; }
-    const FTPSettings& ftpSettings() const { return mFtpSettings; }
-    /// Permission bits that uploaded files and new directories get over SFTP; -1, the default, leaves them to the
-    /// server.
-    int filePermissions() const { return mFilePermissions; }
-    void setFilePermissions(int permissions) { mFilePermissions = permissions; }
-    int folderPermissions() const { return mFolderPermissions; }
-    void setFolderPermissions(int permissions) { mFolderPermissions = permissions; }
+    ///
+    /// Each request sets CURLOPT_URL, UPLOAD, PROGRESSDATA, WRITEDATA, READDATA, HEADERDATA, INFILESIZE_LARGE, NOBODY,
+    /// HEADER, FILETIME, BUFFERSIZE, QUICK_EXIT and the functions and data of OPENSOCKET and CLOSESOCKET, over SFTP
+    /// also NEW_FILE_PERMS and NEW_DIRECTORY_PERMS. A command sets and resets CURLOPT_POSTQUOTE, a listing
+    /// CUSTOMREQUEST. A failed data connection over FTPS sets SSLVERSION. All other options stay as they are until the
+    /// session ends.
+    CURL* curlhandle() const;
+    const FTPSettings& ftpSettings() const;
+    /// Permission bits that uploaded files and new directories get over SFTP, 0 to 0777; -1, the default, leaves them
+    /// to the server. The server takes off the bits of its umask. Other values are refused with FUNC_PARAM_ERROR.
+    int filePermissions() const;
+    void setFilePermissions(int permissions);
+    int folderPermissions() const;
+    void setFolderPermissions(int permissions);
 
     /// Emits infoServer().
     void appendInfoServer(const QString& info);
@@ -160,40 +171,8 @@ Q_SIGNALS:
     void infoServer(QString info);
 
 private:
-    friend TAVREL_EXPORT int performCurlRequest(VFSCurlData& data);
+    friend class FTPSession;
+    struct Private;
 
-    void setTransferOptions();
-    void releaseHandle();
-    CURLcode runInterruptibly();
-    bool isProgressDue(const QTime& last);
-    void setProgressStart(const QTime& last, int elapsedMs);
-    /// True when there is nothing to complain of; otherwise these raise an error.
-    bool handleResult(int code, const QString& context);
-    bool checkPath(const QString& path, const char* operation, int line);
-    bool accepts(const QString& path, const char* operation, const char* messageWhenEmpty, int line);
-    /// Raise an error and return false.
-    bool refuse(const QString& message, int line);
-    bool stopInterrupted(int line);
-    /// Ends the process when the protocol is not known.
-    CommandTexts commandTexts(const char* signature) const;
-    int request(VFSCurlData::Kind kind, QIODevice* device, const QString& path);
-    int requestCommand(VFSCurlData::Kind kind, const QString& command);
-    bool resolveLink(ListingEntry& entry);
-    bool findExistingLevel(const QString& path, int& level);
-    bool createBelowLevel(const QString& path, int level);
-    QString commandPath(const QString& canonicalPath) const;
-    bool enterOrRemove(const QString& path, std::vector<DirectoryLevel>& levels);
-    bool download(const QString& source, QIODevice& device, const std::function<bool()>& finish);
-
-    bool mInitialized = false;
-    int mFolderPermissions = -1;
-    int mFilePermissions = -1;
-    // Deliberate: nothing changes it yet; it gives the paths of any protocol the leading slash that SFTP has.
-    bool mForceLeadingSlash = false;
-    CURL* mHandle = nullptr;
-    QHash<QString, int> mExistingResources;
-    FTPSettings mFtpSettings;
-    std::unique_ptr<TransferLoop> mLoop;
-    QTime mLastProgress; ///< of the request that last asked whether its next progress is due,
-    std::chrono::steady_clock::time_point mNextProgress; ///< which it is not before this
+    const QScopedPointer<Private> mPrivate;
 };

@@ -8,6 +8,7 @@
 #include <QByteArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QScopedPointer>
 #include <QString>
 
 #include <curl/curl.h>
@@ -27,6 +28,10 @@ class QIODevice;
  * Cancellation: tie the object to a Thread with Thread::addThreadableChild(); after requestInterruption() on
  * that thread, a request returns within 0.3 s with libcurl's CURLE_ABORTED_BY_CALLBACK.
  *
+ * Slots: a slot of a signal runs within the request that emits it. A request that it starts on this object is
+ * refused with REQUEST_IN_PROGRESS, clear() does nothing, and the outer request goes on. Do not destroy the
+ * object there; use deleteLater().
+ *
  * Threads: an object is used by one thread at a time and emits its signals there. The cookie file is shared
  * by the whole process without a lock; the last request that ends writes it.
  */
@@ -43,6 +48,7 @@ public:
         NOT_FOUND_4XX = 3, ///< the server answered with a status of 400 to 499
         SERVER_ERROR_5XX = 4, ///< the server answered with a status of 500 to 599
         DOWNLOAD_LIMIT_REACHED = 5, ///< the announced size exceeds the limit
+        REQUEST_IN_PROGRESS = 6, ///< a slot started a request while another one on the object is running
     };
 
     /// Stands between the text part and the binary part of a binary response.
@@ -53,6 +59,7 @@ public:
     static QString COOKIEPATH;
 
     explicit HTTPCurl(QObject* parent = nullptr);
+    ~HTTPCurl() override;
 
     /// Fetches url into data, which is emptied first and holds what arrived when the request fails.
     bool getData(const QString& url, QByteArray& data);
@@ -82,31 +89,31 @@ public:
     void formatBinaryResponse();
 
     /// The body of the last post, without its binary part.
-    const QByteArray& response() const { return mResponse; }
-    const QByteArray& binaryResponse() const { return mBinaryResponse; }
+    const QByteArray& response() const;
+    const QByteArray& binaryResponse() const;
     /// The HTTP status of the last request; 0 when no answer came.
-    long HTTPResponseCode() const { return mResponseCode; }
+    long HTTPResponseCode() const;
     /// True while the last form post asked for a binary response.
-    bool isBinaryMode() const { return mBinaryMode; }
-    /// What the last form post was given, before it was processed.
-    QJsonDocument lastJsonSent() const { return mLastJsonSent; }
-    /// True when the last request ended at another URL. The comparison knows letter case and one trailing
-    /// slash; libcurl's own tidying ("http://host?q" becomes "http://host/?q") counts as a redirection.
-    bool wasRedirected() const { return mWasRedirected; }
+    bool isBinaryMode() const;
+    /// The object given to the last form post, before it was processed.
+    QJsonDocument lastJsonSent() const;
+    /// True when the last request ended at another URL. The comparison ignores letter case and one trailing
+    /// slash; libcurl's normalization ("http://host?q" becomes "http://host/?q") counts as a redirection.
+    bool wasRedirected() const;
     /// That URL; empty without a redirection.
-    QString redirectedURL() const { return mRedirectedUrl; }
+    QString redirectedURL() const;
     /// Empties the responses, the status and the error.
     void clear();
 
     /// Bounds a whole request, in seconds; 0 and less means no bound.
-    void setTimeOut(int seconds) { mTimeOut = seconds; }
-    /// Refuses bodies that are announced larger, in bytes; 0 and less means no limit. A body that is not
-    /// announced is never cut short.
-    void setLimitDownload(qint64 bytes) { mLimitDownload = bytes; }
-    /// Replaces the default user agent, that of a desktop browser; empty brings it back.
-    void setUserAgent(const QString& agent) { mUserAgent = agent; }
-    /// Is appended to the user agent, after a blank.
-    void setUserAgentExtension(const QString& extension) { mUserAgentExtension = extension; }
+    void setTimeOut(int seconds);
+    /// Refuses bodies whose Content-Length exceeds this, in bytes, those of redirections and error pages included; 0
+    /// and less means no limit. A body without a Content-Length is never cut short.
+    void setLimitDownload(qint64 bytes);
+    /// Replaces the default user agent, that of a desktop browser; empty restores it.
+    void setUserAgent(const QString& agent);
+    /// Appended to the user agent, after a blank.
+    void setUserAgentExtension(const QString& extension);
 
     /// Sets the folder of the cookie file and creates it. Process-wide; call it before clients run.
     static void setCookiepath(const QString& dir);
@@ -141,6 +148,8 @@ protected:
     void setCurlGETAndPOSTCommonConfig(CURL* handle, curl_slist* headerList);
     void handleCurlErrorCode(CURLcode code);
     void raiseErrorDownloadLimit(qint64 limit);
+    /// Empties response() and binaryResponse(), for a derived class that does not accept them.
+    void dropResponses();
 
     static size_t writeResponse(char* ptr, size_t size, size_t count, void* client);
     static size_t write_data(char* ptr, size_t size, size_t count, void* device);
@@ -148,21 +157,17 @@ protected:
     static int progressCallback(void* client, double dltotal, double dlnow, double ultotal, double ulnow);
 
 private:
+    struct State;
+
+    /// False, with REQUEST_IN_PROGRESS, within a request.
+    bool checkIdle();
+    void setResult(CURLcode code);
     CURLcode performRequest(CURL* handle, const QString& url);
+    bool performPost(curl_httppost* form, const QString& url);
+    void signalInterruption();
     void buildUserAgentHeader();
     bool addFilePart(curl_httppost*& first, curl_httppost*& last, const QString& fileName, const QByteArray& bytes);
     bool checkFormAdded(CURLFORMcode code, int line);
 
-    bool mBinaryMode = false;
-    QByteArray mResponse;
-    QByteArray mBinaryResponse;
-    long mResponseCode = 0;
-    int mTimeOut = -1;
-    bool mWasRedirected = false;
-    QString mRedirectedUrl;
-    QJsonDocument mLastJsonSent;
-    QString mUserAgentHeader;
-    QString mUserAgent;
-    QString mUserAgentExtension;
-    qint64 mLimitDownload = -1;
+    const QScopedPointer<State> mState;
 };

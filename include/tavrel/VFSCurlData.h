@@ -24,17 +24,18 @@ struct VFSCurlData
 
     int type = Plain; ///< a Kind; any other value makes the request fail
     FTPCurl* owner = nullptr; ///< whose handle, settings and signals are used
-    /// Source or sink of the body; null without one. A closed device is opened when the first byte moves. The size of a
-    /// source is asked for before.
+    /// Source or sink of the body; null without one. A closed sink is opened when the first byte arrives. A closed
+    /// source is opened before the server hears of the request, and read from its position to its size().
     QIODevice* device = nullptr;
-    QTime lastProgress; ///< when progress was last signalled; the current time at first
+    QTime lastProgress = QTime::currentTime(); ///< when progress was last signalled
     QUrl url; ///< as FTPCurl::generateUrl() makes it, user and password included
 };
 
 /**
  * Runs one request of data.owner to its end, on the calling thread.
  *
- * Returns libcurl's result, or -1 when the owner has no handle or the type is no Kind. A request that fails while the
- * owner is being interrupted ends with CURLE_ABORTED_BY_CALLBACK. The error state of the owner stays as it is.
+ * Returns libcurl's result, or -1 when the owner has no handle or the type is no Kind. The result is
+ * CURLE_ABORTED_BY_CALLBACK when the owner is interrupted before the end, and CURLE_RECURSIVE_API_CALL within another
+ * request of the owner. The error state of the owner stays as it is.
  */
 TAVREL_EXPORT int performCurlRequest(VFSCurlData& data);

@@ -1,55 +1,101 @@
-#include <tavrel/FTPCurl.h>
-
-#include "CommandTexts.h"
-#include "RemotePath.h"
+#include "FTPCurlPrivate.h"
 
 #include <QFileInfo>
-
-#include <memory>
 
 namespace {
 
 const QChar SLASH = QLatin1Char('/');
-
-struct StringListDeleter
-{
-    void operator()(curl_slist* list) const { curl_slist_free_all(list); }
-};
+constexpr int MAX_MODE = 07777;
+constexpr int OCTAL = 8;
 
 } // namespace
 
-int FTPCurl::request(VFSCurlData::Kind kind, QIODevice* device, const QString& path)
-{
-    VFSCurlData data { kind, this, device, QTime::currentTime(), generateUrl(path) };
-    setProgressStart(data.lastProgress, 0);
-    return performCurlRequest(data);
-}
-
-int FTPCurl::requestCommand(VFSCurlData::Kind kind, const QString& command)
-{
-    if (!mHandle) {
-        return request(kind, nullptr, QString());
-    }
-    const std::unique_ptr<curl_slist, StringListDeleter> commands(
-        curl_slist_append(nullptr, command.toUtf8().constData()));
-    curl_easy_setopt(mHandle, CURLOPT_POSTQUOTE, commands.get());
-    const int code = request(kind, nullptr, QString());
-    curl_easy_setopt(mHandle, CURLOPT_POSTQUOTE, nullptr);
-    return code;
-}
-
 bool FTPCurl::resourceExists(const QString& path, bool& exists)
 {
-    if (!accepts(path, "resourceExists", "resourceExists: resource is empty", __LINE__)) {
+    const auto resource = mPrivate->accept(path, "resourceExists", "resourceExists: resource is empty", __LINE__);
+    return resource && mPrivate->exists(*resource, exists);
+}
+
+int FTPCurl::existingResourceCacheValue(const QString& path) const
+{
+    return mPrivate->existingResources.value(mPrivate->cacheKey(path), -1);
+}
+
+void FTPCurl::setExistingResourceCache(const QString& path, int value)
+{
+    mPrivate->existingResources.insert(mPrivate->cacheKey(path), value);
+}
+
+bool FTPCurl::createDirectory(const QString& directory)
+{
+    return mPrivate->createDirectory(directory);
+}
+
+bool FTPCurl::createDirectoryIfNecessary(const QString& filePath)
+{
+    return mPrivate->checkUsable() && mPrivate->createParent(filePath);
+}
+
+bool FTPCurl::internal_mkdir(const QString& directory)
+{
+    const auto path = mPrivate->accept(directory, "internal_mkdir", "internal_mkdir: directory is empty", __LINE__);
+    return path && mPrivate->makeDirectory(*path);
+}
+
+bool FTPCurl::internal_chmod(const QString& filePath, int mode)
+{
+    const auto path = mPrivate->accept(filePath, "internal_chmod", "internal_chmod: filePath is empty", __LINE__);
+    if (!path) {
         return false;
     }
-    const QString canonical = canonicalizedFilePath(path);
-    const int known = existingResourceCacheValue(canonical);
+    if (mode < -1 || mode > MAX_MODE) {
+        return mPrivate->refuse(
+            QStringLiteral("internal_chmod: %1 is not between 0 and 7777").arg(QString::number(mode, OCTAL)), __LINE__);
+    }
+    return mode == -1 || mPrivate->changeMode(*path, mode);
+}
+
+int FTPCurl::Private::request(VFSCurlData::Kind kind, QIODevice* device, const RemotePath& path)
+{
+    VFSCurlData data { kind, &client, device, QTime::currentTime(), url(path) };
+    return session.perform(data);
+}
+
+int FTPCurl::Private::requestCommand(VFSCurlData::Kind kind, const QString& command)
+{
+    VFSCurlData data { kind, &client, nullptr, QTime::currentTime(), url(path(QString())) };
+    return session.performCommand(data, command);
+}
+
+CommandTexts FTPCurl::Private::commandTexts(const char* signature) const
+{
+    const FTPSettings::Protocol protocol = settings.ftpProtocol();
+    if (!CommandTexts::knows(protocol)) {
+        qFatal("%s: Unknown protocol", signature);
+    }
+    return CommandTexts(protocol);
+}
+
+QString FTPCurl::Private::commandPath(const RemotePath& path) const
+{
+    return settings.ftpProtocol() == FTPSettings::SFTP ? path.canonical() : path.relative();
+}
+
+QString FTPCurl::Private::cacheKey(const QString& path) const
+{
+    return this->path(RemotePath::withoutTrailingSlash(path)).canonical();
+}
+
+bool FTPCurl::Private::exists(const RemotePath& path, bool& exists)
+{
+    const QString key = cacheKey(path.canonical());
+    const int known = existingResources.value(key, -1);
     if (known == 0 || known == 1) {
         exists = known == 1;
+        client.clearError();
         return true;
     }
-    const int code = request(VFSCurlData::ExistenceTest, nullptr, canonical);
+    const int code = request(VFSCurlData::ExistenceTest, nullptr, path);
     switch (code) {
     case CURLE_OK:
     case CURLE_REMOTE_FILE_EXISTS:
@@ -61,25 +107,26 @@ bool FTPCurl::resourceExists(const QString& path, bool& exists)
         exists = false;
         break;
     default:
-        return handleResult(code, QString());
+        return setResult(code, QString());
     }
-    setExistingResourceCache(canonical, exists ? 1 : 0);
+    existingResources.insert(key, exists ? 1 : 0);
+    client.clearError();
     return true;
 }
 
-int FTPCurl::existingResourceCacheValue(const QString& path) const
+bool FTPCurl::Private::createParent(const QString& filePath)
 {
-    return mExistingResources.value(canonicalizedFilePath(withoutTrailingSlash(path)), -1);
+    const QString parent = QFileInfo(RemotePath::withoutTrailingSlash(filePath)).path();
+    if (parent.isEmpty() || parent == QLatin1String(".") || parent == SLASH) {
+        client.clearError();
+        return true;
+    }
+    return createDirectory(parent);
 }
 
-void FTPCurl::setExistingResourceCache(const QString& path, int value)
+bool FTPCurl::Private::createDirectory(const QString& directory)
 {
-    mExistingResources.insert(canonicalizedFilePath(withoutTrailingSlash(path)), value);
-}
-
-bool FTPCurl::createDirectory(const QString& directory)
-{
-    if (!isValid()) {
+    if (!checkUsable()) {
         return false;
     }
     if (directory == QLatin1String(".") || directory == SLASH) {
@@ -88,90 +135,72 @@ bool FTPCurl::createDirectory(const QString& directory)
     if (directory.isEmpty()) {
         return refuse(QStringLiteral("createDirectory: directory is empty"), __LINE__);
     }
-    if (!checkPath(directory, "createDirectory", __LINE__)) {
-        return false;
-    }
-    const QString path = withoutTrailingSlash(canonicalizedFilePath(directory + SLASH));
+    const RemotePath path = this->path(directory + SLASH).withoutTrailingSlash();
     int level = 0;
-    return findExistingLevel(path, level) && createBelowLevel(path, level);
+    return checkSendable(path, "createDirectory", __LINE__) && findExistingLevel(path, level)
+        && createBelowLevel(path, level);
 }
 
-bool FTPCurl::findExistingLevel(const QString& path, int& level)
+RemotePath FTPCurl::Private::levelOf(const RemotePath& directory, int level) const
+{
+    return path(directory.canonical().section(SLASH, 0, level) + SLASH);
+}
+
+bool FTPCurl::Private::findExistingLevel(const RemotePath& directory, int& level)
 {
     // Level 0, the bare slash, is taken to exist.
-    for (level = path.count(SLASH); level > 0; --level) {
-        if (isInterruptionRequested()) {
+    for (level = directory.canonical().count(SLASH); level > 0; --level) {
+        if (client.isInterruptionRequested()) {
             return stopInterrupted(__LINE__);
         }
-        bool exists = false;
-        if (!resourceExists(path.section(SLASH, 0, level) + SLASH, exists)) {
+        bool isThere = false;
+        if (!exists(levelOf(directory, level), isThere)) {
             return false;
         }
-        if (exists) {
+        if (isThere) {
             return true;
         }
     }
     return true;
 }
 
-bool FTPCurl::createBelowLevel(const QString& path, int level)
+bool FTPCurl::Private::createBelowLevel(const RemotePath& directory, int level)
 {
-    const int deepest = path.count(SLASH);
+    const int deepest = directory.canonical().count(SLASH);
     while (level < deepest) {
-        if (isInterruptionRequested()) {
+        if (client.isInterruptionRequested()) {
             return stopInterrupted(__LINE__);
         }
         ++level;
-        if (!internal_mkdir(path.section(SLASH, 0, level) + SLASH)) {
+        if (!makeDirectory(levelOf(directory, level))) {
             return false;
         }
     }
-    clearError();
+    client.clearError();
     return true;
 }
 
-bool FTPCurl::createDirectoryIfNecessary(const QString& filePath)
+bool FTPCurl::Private::makeDirectory(const RemotePath& directory)
 {
-    if (!isValid()) {
-        return false;
-    }
-    const QString parent = QFileInfo(withoutTrailingSlash(filePath)).path();
-    if (parent.isEmpty() || parent == QLatin1String(".") || parent == SLASH) {
-        return true;
-    }
-    return createDirectory(parent);
-}
-
-bool FTPCurl::internal_mkdir(const QString& directory)
-{
-    if (!accepts(directory, "internal_mkdir", "internal_mkdir: directory is empty", __LINE__)) {
-        return false;
-    }
     const CommandTexts texts = commandTexts("bool FTPCurl::internal_mkdir(const QString &)");
-    const QString path = withoutTrailingSlash(canonicalizedFilePath(directory));
+    const RemotePath path = directory.withoutTrailingSlash();
     const int code = requestCommand(VFSCurlData::Command, texts.makeDirectory(commandPath(path)));
-    const bool success = handleResult(code, QStringLiteral("Can't createDirectory %1").arg(path));
-    setExistingResourceCache(path, success ? 1 : 0);
+    const bool success = setResult(code, QStringLiteral("Can't createDirectory %1").arg(path.canonical()));
+    client.setExistingResourceCache(path.canonical(), success ? 1 : 0);
     return success;
 }
 
-bool FTPCurl::internal_chmod(const QString& filePath, int mode)
+bool FTPCurl::Private::changeMode(const RemotePath& resource, int mode)
 {
-    if (!accepts(filePath, "internal_chmod", "internal_chmod: filePath is empty", __LINE__)) {
-        return false;
-    }
-    if (mode == -1) {
-        return true;
-    }
     const CommandTexts texts = commandTexts("bool FTPCurl::internal_chmod(const QString &, int)");
-    const QString path = withoutTrailingSlash(canonicalizedFilePath(filePath));
+    const RemotePath path = resource.withoutTrailingSlash();
+    int code = CURLE_OK;
+    for (const QString& command : texts.changeMode(commandPath(path), mode)) {
+        code = requestCommand(VFSCurlData::Command, command);
+        if (code != CURLE_QUOTE_ERROR) {
+            return setResult(code, QStringLiteral("Can't change the mode of %1").arg(path.canonical()));
+        }
+    }
     // Deliberate: a refusal is told by the result alone.
-    const QStringList commands = texts.changeMode(commandPath(path), mode);
-    return requestCommand(VFSCurlData::Command, commands.first()) == CURLE_OK
-        || requestCommand(VFSCurlData::Command, commands.last()) == CURLE_OK;
-}
-
-QString FTPCurl::commandPath(const QString& canonicalPath) const
-{
-    return mFtpSettings.ftpProtocol() == FTPSettings::SFTP ? canonicalPath : relativeRemotePath(canonicalPath);
+    return false;
 }

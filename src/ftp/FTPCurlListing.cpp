@@ -1,13 +1,9 @@
-#include <tavrel/FTPCurl.h>
-
-#include "CommandTexts.h"
 #include "DirectoryLevel.h"
+#include "FTPCurlPrivate.h"
 #include "ListingReader.h"
 
 #include <QBuffer>
 #include <QDateTime>
-
-#include <vector>
 
 namespace {
 
@@ -24,46 +20,8 @@ VirtualFile toVirtualFile(const ListingEntry& entry, const QDateTime& readAt)
 
 bool FTPCurl::list(const QString& path, VirtualFileList& files)
 {
-    if (!isValid() || !checkPath(path, "list", __LINE__)) {
-        return false;
-    }
-    const CommandTexts texts = commandTexts("bool FTPCurl::list(const QString &, VirtualFileList &)");
-    const QString directory = canonicalizedFilePath(path + QLatin1Char('/'));
-    QByteArray listing;
-    QBuffer buffer(&listing);
-    curl_easy_setopt(mHandle, CURLOPT_CUSTOMREQUEST, texts.list().toUtf8().constData());
-    const int code = request(VFSCurlData::Listing, &buffer, directory);
-    curl_easy_setopt(mHandle, CURLOPT_CUSTOMREQUEST, nullptr);
-    buffer.close();
-    if (code != CURLE_OK) {
-        return handleResult(code, QStringLiteral("Can't list %1").arg(directory));
-    }
-
-    const QDateTime now = QDateTime::currentDateTimeUtc();
-    ListingReader reader(listing, directory);
-    ListingEntry entry;
-    while (reader.next(entry)) {
-        if (entry.isLink && !resolveLink(entry)) {
-            return false;
-        }
-        files.append(toVirtualFile(entry, now));
-        if (isInterruptionRequested()) {
-            return stopInterrupted(__LINE__);
-        }
-    }
-    clearError();
-    return true;
-}
-
-bool FTPCurl::resolveLink(ListingEntry& entry)
-{
-    bool exists = false;
-    if (!resourceExists(entry.path, exists)) {
-        return false;
-    }
-    entry.isDir = entry.path.endsWith(QLatin1Char('/')) == exists;
-    entry.isFile = !entry.isDir;
-    return true;
+    const std::optional<RemotePath> directory = mPrivate->accept(path + QLatin1Char('/'), "list", "", __LINE__);
+    return directory && mPrivate->list(*directory, files);
 }
 
 bool FTPCurl::listRemote(const QString& path, VirtualFileList& files)
@@ -83,7 +41,7 @@ bool FTPCurl::listRecursively(const QString& path, VirtualFileList& files)
             continue;
         }
         if (isInterruptionRequested()) {
-            return stopInterrupted(__LINE__);
+            return mPrivate->stopInterrupted(__LINE__);
         }
         const VirtualFile entry = levels.back().takeNext();
         if (!entry.isDir()) {
@@ -95,5 +53,53 @@ bool FTPCurl::listRecursively(const QString& path, VirtualFileList& files)
             return false;
         }
     }
+    return true;
+}
+
+bool FTPCurl::Private::list(const RemotePath& directory, VirtualFileList& files)
+{
+    const CommandTexts texts = commandTexts("bool FTPCurl::list(const QString &, VirtualFileList &)");
+    QByteArray listing;
+    QBuffer buffer(&listing);
+    curl_easy_setopt(session.handle(), CURLOPT_CUSTOMREQUEST, texts.list().toUtf8().constData());
+    const int code = request(VFSCurlData::Listing, &buffer, directory);
+    curl_easy_setopt(session.handle(), CURLOPT_CUSTOMREQUEST, nullptr);
+    buffer.close();
+    if (code != CURLE_OK) {
+        return setResult(code, QStringLiteral("Can't list %1").arg(directory.canonical()));
+    }
+    return readListing(listing, directory, files);
+}
+
+bool FTPCurl::Private::readListing(const QByteArray& listing, const RemotePath& directory, VirtualFileList& files)
+{
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    ListingReader reader(listing, directory.canonical());
+    ListingEntry entry;
+    while (reader.hasNextLine()) {
+        const bool isEntry = reader.readLine(entry);
+        if (isEntry && entry.isLink && !resolveLink(entry)) {
+            return false;
+        }
+        if (isEntry) {
+            files.append(toVirtualFile(entry, now));
+        }
+        if (client.isInterruptionRequested()) {
+            return stopInterrupted(__LINE__);
+        }
+    }
+    client.clearError();
+    return true;
+}
+
+bool FTPCurl::Private::resolveLink(ListingEntry& entry)
+{
+    const RemotePath link = path(entry.path);
+    bool isThere = false;
+    if (!checkSendable(link, "list", __LINE__) || !exists(link, isThere)) {
+        return false;
+    }
+    entry.isDir = link.isDirectory() == isThere;
+    entry.isFile = !entry.isDir;
     return true;
 }

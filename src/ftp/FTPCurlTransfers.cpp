@@ -1,4 +1,4 @@
-#include <tavrel/FTPCurl.h>
+#include "FTPCurlPrivate.h"
 
 #include <foundation/FileUtils.h>
 #include <transfer/WriteBatch.h>
@@ -27,63 +27,41 @@ void closeIfOpen(QIODevice* device)
 
 bool FTPCurl::putData(const QByteArray& data, const QString& target, bool createDirectories)
 {
-    if (!accepts(target, "putData", "putData: target is empty", __LINE__)) {
-        return false;
-    }
-    const QString path = canonicalizedFilePath(target);
-    if (createDirectories && !createDirectoryIfNecessary(path)) {
-        return false;
-    }
-    QByteArray content = data;
-    QBuffer buffer(&content);
-    const int code = request(VFSCurlData::Upload, &buffer, path);
-    const bool success = handleResult(code, QStringLiteral("Can't putData to %1").arg(path));
-    setExistingResourceCache(path, success ? 1 : -1);
-    return success;
+    const auto path = mPrivate->accept(target, "putData", "putData: target is empty", __LINE__);
+    return path && mPrivate->putData(data, *path, createDirectories);
 }
 
 bool FTPCurl::putFile(const QString& source, const QString& target, bool createDirectories)
 {
-    if (!accepts(target, "putFile", "putData: target is empty", __LINE__)) {
+    const auto path = mPrivate->accept(target, "putFile", "putData: target is empty", __LINE__);
+    if (!path) {
         return false;
     }
-    if (isPersonalPages(mFtpSettings)) {
+    if (isPersonalPages(mPrivate->settings)) {
         // Deliberate: that server gets its files from memory, an unreadable one as an empty one.
-        return putData(FileUtils::readFileContent(source, false), target, createDirectories);
+        return mPrivate->putData(FileUtils::readFileContent(source, false), *path, createDirectories);
     }
-    const QString path = canonicalizedFilePath(target);
-    if (createDirectories && !createDirectoryIfNecessary(path)) {
+    if (createDirectories && !mPrivate->createParent(path->canonical())) {
         return false;
     }
     QFile file(source);
     if (!file.open(QIODevice::ReadOnly)) {
-        return refuse(QStringLiteral("putFile: source cant be opened ") + source, __LINE__);
+        return mPrivate->refuse(QStringLiteral("putFile: source cant be opened ") + source, __LINE__);
     }
-    return putDataFromIoDevice(&file, source, path);
+    return mPrivate->putDevice(&file, source, *path);
 }
 
 bool FTPCurl::putDataFromIoDevice(QIODevice* device, const QString& source, const QString& target)
 {
-    if (!accepts(target, "putDataFromIoDevice", "putData: target is empty", __LINE__)) {
-        return false;
-    }
-    const QString path = canonicalizedFilePath(target);
-    const int code = request(VFSCurlData::Upload, device, path);
-    closeIfOpen(device);
-    // Deliberate: these come from servers that took the file and were slow, or odd, to say so.
-    const bool isTolerated
-        = code == CURLE_OPERATION_TIMEDOUT || (code == CURLE_RECV_ERROR && isPersonalPages(mFtpSettings));
-    const QString context = QStringLiteral("Can't putFile %1 to %2").arg(source, path);
-    const bool success = handleResult(isTolerated ? CURLE_OK : code, context);
-    setExistingResourceCache(path, success ? 1 : -1);
-    return success;
+    const auto path = mPrivate->accept(target, "putDataFromIoDevice", "putData: target is empty", __LINE__);
+    return path && mPrivate->putDevice(device, source, *path);
 }
 
 bool FTPCurl::getData(const QString& source, QByteArray& data)
 {
     data.clear();
     QBuffer buffer(&data);
-    return download(source, buffer, [] { return true; });
+    return mPrivate->download(source, buffer, [] { return true; });
 }
 
 bool FTPCurl::getFile(const QString& source, const QString& target)
@@ -92,19 +70,45 @@ bool FTPCurl::getFile(const QString& source, const QString& target)
     WriteBatch batch(file);
     // What the disk has no room for may show only when it gets the last bytes.
     const auto finish = [&] { return !file.isOpen() || (batch.flush() && file.flush()); };
-    return download(source, batch, finish);
+    return mPrivate->download(source, batch, finish);
 }
 
-bool FTPCurl::download(const QString& source, QIODevice& device, const std::function<bool()>& finish)
+bool FTPCurl::Private::putData(const QByteArray& data, const RemotePath& target, bool createDirectories)
 {
-    if (!accepts(source, "getFile", "getFile: source is empty", __LINE__)) {
+    if (createDirectories && !createParent(target.canonical())) {
         return false;
     }
-    const QString path = canonicalizedFilePath(source);
-    int code = request(VFSCurlData::Download, &device, path);
+    QByteArray content = data;
+    QBuffer buffer(&content);
+    const int code = request(VFSCurlData::Upload, &buffer, target);
+    const bool success = setResult(code, QStringLiteral("Can't putData to %1").arg(target.canonical()));
+    client.setExistingResourceCache(target.canonical(), success ? 1 : -1);
+    return success;
+}
+
+bool FTPCurl::Private::putDevice(QIODevice* device, const QString& source, const RemotePath& target)
+{
+    const int code = request(VFSCurlData::Upload, device, target);
+    closeIfOpen(device);
+    // Deliberate: these come from servers that took the file and were slow, or odd, to say so.
+    const bool isTolerated
+        = code == CURLE_OPERATION_TIMEDOUT || (code == CURLE_RECV_ERROR && isPersonalPages(settings));
+    const QString context = QStringLiteral("Can't putFile %1 to %2").arg(source, target.canonical());
+    const bool success = setResult(isTolerated ? CURLE_OK : code, context);
+    client.setExistingResourceCache(target.canonical(), success ? 1 : -1);
+    return success;
+}
+
+bool FTPCurl::Private::download(const QString& source, QIODevice& device, const std::function<bool()>& finish)
+{
+    const auto path = accept(source, "getFile", "getFile: source is empty", __LINE__);
+    if (!path) {
+        return false;
+    }
+    int code = request(VFSCurlData::Download, &device, *path);
     const bool isComplete = finish();
     if (code == CURLE_OK && !isComplete) {
         code = CURLE_WRITE_ERROR;
     }
-    return handleResult(code, QStringLiteral("Can't getFile for %1").arg(path));
+    return setResult(code, QStringLiteral("Can't getFile for %1").arg(path->canonical()));
 }

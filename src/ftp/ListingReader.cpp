@@ -26,27 +26,22 @@ ListingReader::ListingReader(const QByteArray& listing, const QString& directory
     }
 }
 
-bool ListingReader::next(ListingEntry& entry)
+/// One line at a time: a listing may have a million of them.
+QString ListingReader::takeLine()
 {
-    // One line at a time: a listing may have a million of them.
-    while (mPosition < mListing.size()) {
-        int end = mListing.indexOf('\n', mPosition);
-        if (end < 0) {
-            end = mListing.size();
-        }
-        const QString line = QString::fromUtf8(mListing.constData() + mPosition, end - mPosition);
-        mPosition = end + 1;
-        if (readLine(line, entry)) {
-            return true;
-        }
+    int end = mListing.indexOf('\n', mPosition);
+    if (end < 0) {
+        end = mListing.size();
     }
-    return false;
+    const QString line = QString::fromUtf8(mListing.constData() + mPosition, end - mPosition);
+    mPosition = end + 1;
+    return line;
 }
 
-bool ListingReader::readLine(const QString& text, ListingEntry& entry) const
+bool ListingReader::readLine(ListingEntry& entry)
 {
     // Deliberate: the parser works on bytes of Latin-1, in which other characters are lost.
-    QByteArray line = text.toLatin1();
+    QByteArray line = takeLine().toLatin1();
     ftpparser_entry parsed;
     if (ftpparser(&parsed, line.data(), line.size()) != 1) {
         return false;

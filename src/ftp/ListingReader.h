@@ -22,11 +22,12 @@ public:
     /// directory is put before the names. The listing must outlive the reader.
     ListingReader(const QByteArray& listing, const QString& directory);
 
-    /// False after the last entry.
-    bool next(ListingEntry& entry);
+    bool hasNextLine() const { return mPosition < mListing.size(); }
+    /// Reads the next line; false when it is not an entry.
+    bool readLine(ListingEntry& entry);
 
 private:
-    bool readLine(const QString& text, ListingEntry& entry) const;
+    QString takeLine();
 
     const QByteArray& mListing;
     QString mPrefix;

@@ -1,5 +1,8 @@
 #include "RemotePath.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace {
 
 const QChar SLASH = QLatin1Char('/');
@@ -20,40 +23,65 @@ QString betweenSlashes(QString folder)
     return folder;
 }
 
-} // namespace
-
-QString canonicalRemotePath(const QString& path, const QString& base, bool isSftp)
+QString canonicalForm(const QString& path, const QString& folder)
 {
-    QString result;
-    if (!path.isEmpty()) {
-        result = path.startsWith(SLASH) ? path : betweenSlashes(base) + path;
-        while (result.contains(TWO_SLASHES)) {
-            result.replace(TWO_SLASHES, SLASH);
-        }
-        if (!result.startsWith(FROM_LOGIN_DIRECTORY)) {
-            result.prepend(result.startsWith(SLASH) ? QStringLiteral("/.") : FROM_LOGIN_DIRECTORY);
-        }
+    if (path.isEmpty()) {
+        return path;
     }
-    if (isSftp) {
-        result.prepend(SLASH);
+    QString result = path.startsWith(SLASH) ? path : betweenSlashes(folder) + path;
+    while (result.contains(TWO_SLASHES)) {
+        result.replace(TWO_SLASHES, SLASH);
+    }
+    if (!result.startsWith(FROM_LOGIN_DIRECTORY)) {
+        result.prepend(result.startsWith(SLASH) ? QStringLiteral("/.") : FROM_LOGIN_DIRECTORY);
     }
     return result;
 }
 
-QString relativeRemotePath(QString canonicalPath)
+bool isControlCharacter(QChar character)
 {
-    if (canonicalPath.startsWith(TWO_SLASHES)) {
-        canonicalPath.remove(0, 1);
-    }
-    if (canonicalPath.startsWith(FROM_LOGIN_DIRECTORY)) {
-        canonicalPath.remove(0, FROM_LOGIN_DIRECTORY.size());
-    } else if (canonicalPath.startsWith(SLASH)) {
-        canonicalPath.remove(0, 1);
-    }
-    return canonicalPath;
+    return character < QLatin1Char(' ');
 }
 
-QString withoutTrailingSlash(QString path)
+} // namespace
+
+RemotePath::RemotePath(const QString& path, const Base& base)
+    : mCanonical(canonicalForm(path, base.folder))
+{
+    if (base.hasLeadingSlash) {
+        mCanonical.prepend(SLASH);
+    }
+}
+
+RemotePath::RemotePath(QString canonical)
+    : mCanonical(std::move(canonical))
+{
+}
+
+QString RemotePath::withoutMarker(QString canonical)
+{
+    if (canonical.startsWith(TWO_SLASHES)) {
+        canonical.remove(0, 1);
+    }
+    if (canonical.startsWith(FROM_LOGIN_DIRECTORY)) {
+        canonical.remove(0, FROM_LOGIN_DIRECTORY.size());
+    } else if (canonical.startsWith(SLASH)) {
+        canonical.remove(0, 1);
+    }
+    return canonical;
+}
+
+bool RemotePath::isDirectory() const
+{
+    return mCanonical.endsWith(SLASH);
+}
+
+RemotePath RemotePath::withoutTrailingSlash() const
+{
+    return RemotePath(withoutTrailingSlash(mCanonical));
+}
+
+QString RemotePath::withoutTrailingSlash(QString path)
 {
     if (path.endsWith(SLASH)) {
         path.chop(1);
@@ -61,7 +89,7 @@ QString withoutTrailingSlash(QString path)
     return path;
 }
 
-bool isPathSendable(const QString& path)
+bool RemotePath::isSendable() const
 {
-    return !path.contains(QLatin1Char('\r')) && !path.contains(QLatin1Char('\n')) && !path.contains(QChar(QChar::Null));
+    return std::none_of(mCanonical.begin(), mCanonical.end(), isControlCharacter);
 }

@@ -2,17 +2,40 @@
 
 #include <QString>
 
-/// How the library names a remote path in URLs, in listings and in its cache: with "/./" in front, as it is relative to
-/// the login directory, and over SFTP with one more slash. An empty path stays empty, or is that slash.
-///
-/// A path that starts with "/" is taken as it is, any other one below base. The result ends in a slash only if path
-/// does.
-QString canonicalRemotePath(const QString& path, const QString& base, bool isSftp);
+/**
+ * A path on the server in its canonical form, in which URLs, listings, messages and the cache of an FTPCurl name it:
+ * "/./" in front, as paths start at the login directory, and one more slash over SFTP. A value; made once for each
+ * operation from the path that the caller gave.
+ */
+class RemotePath
+{
+public:
+    /// Where the relative paths of a session start.
+    struct Base
+    {
+        QString folder; ///< of the settings; empty or ending in a slash
+        bool hasLeadingSlash = false; ///< as over SFTP
+    };
 
-/// A canonical path without what was put in front of it.
-QString relativeRemotePath(QString canonicalPath);
+    /// A path that starts with "/" is taken as it is, any other one below the folder. The canonical form ends in a
+    /// slash only if path does; that of an empty path is empty, or the leading slash.
+    RemotePath(const QString& path, const Base& base);
 
-QString withoutTrailingSlash(QString path);
+    const QString& canonical() const { return mCanonical; }
+    /// Without the marker in front: "www/index.html".
+    QString relative() const { return withoutMarker(mCanonical); }
+    static QString withoutMarker(QString canonical);
 
-/// False when a path would end the command that carries it.
-bool isPathSendable(const QString& path);
+    bool isDirectory() const;
+    RemotePath withoutTrailingSlash() const;
+    static QString withoutTrailingSlash(QString path);
+
+    /// False for a path with control characters: some would end the command that carries it, and libcurl refuses the
+    /// others in URLs.
+    bool isSendable() const;
+
+private:
+    explicit RemotePath(QString canonical);
+
+    QString mCanonical;
+};

@@ -1,7 +1,7 @@
 // The progress callback in percent needs libcurl's older form of it.
 #define CURL_DISABLE_DEPRECATION
 
-#include <tavrel/HTTPCurl.h>
+#include "HTTPCurlState.h"
 
 #include <init/raiseError.h>
 #include <init/warnIfNotInitialized.h>
@@ -15,6 +15,7 @@
 #include <QDir>
 #include <QFile>
 #include <QSaveFile>
+#include <QScopedValueRollback>
 
 #include <limits>
 #include <new>
@@ -22,8 +23,8 @@
 namespace {
 
 constexpr int ABORT_TRANSFER = 42;
-constexpr int SHORTEST_CLEANED_URL = 7;
-constexpr long MOST_REDIRECTIONS = 30;
+constexpr int MIN_CLEANED_URL_SIZE = 7;
+constexpr long MAX_REDIRECTIONS = 30;
 
 const char* const DEFAULT_USER_AGENT = "Mozilla/5.0 (Windows NT 10.0; Win64; x64) AppleWebKit/537.36 "
                                        "(KHTML, like Gecko) Chrome/58.0.3029.110 Safari/537.36";
@@ -53,12 +54,18 @@ QString HTTPCurl::COOKIEPATH = QStringLiteral(".");
 
 HTTPCurl::HTTPCurl(QObject* parent)
     : Threadable(parent)
+    , mState(new State)
 {
     warnIfNotInitialized(__FILE__, "HTTPCurl", __LINE__);
 }
 
+HTTPCurl::~HTTPCurl() = default;
+
 bool HTTPCurl::getData(const QString& url, QByteArray& data)
 {
+    if (!checkIdle()) {
+        return false;
+    }
     data.clear();
     QBuffer buffer(&data);
     return getDataRaw(url, buffer);
@@ -78,6 +85,10 @@ bool HTTPCurl::testURLResponse(const QString& url, QString* /*unused*/)
 
 bool HTTPCurl::getDataRaw(const QString& url, QIODevice& device)
 {
+    if (!checkIdle()) {
+        return false;
+    }
+    const QScopedValueRollback<bool> running(mState->isRunning, true);
     CURL* handle = nullptr;
     if (!curlInit(handle, url)) {
         return false;
@@ -102,10 +113,19 @@ bool HTTPCurl::getDataRaw(const QString& url, QIODevice& device)
     if (code == CURLE_OK && !(isFlushed && isClosed)) {
         code = CURLE_WRITE_ERROR;
     }
-    if (code != CURLE_OK && error() != ErrorableCode::of(DOWNLOAD_LIMIT_REACHED)) {
-        handleCurlErrorCode(code);
+    if (error() != ErrorableCode::of(DOWNLOAD_LIMIT_REACHED)) {
+        setResult(code);
     }
     return code == CURLE_OK;
+}
+
+bool HTTPCurl::checkIdle()
+{
+    if (mState->isRunning) {
+        raiseError(*this, REQUEST_IN_PROGRESS, "REQUEST_IN_PROGRESS", { __FILE__, __LINE__ },
+            QStringLiteral("A request is already running on this object"));
+    }
+    return !mState->isRunning;
 }
 
 bool HTTPCurl::curlInit(CURL*& handle, const QString& url)
@@ -113,7 +133,9 @@ bool HTTPCurl::curlInit(CURL*& handle, const QString& url)
     if (!checkUrl(url)) {
         return false;
     }
-    clear();
+    dropResponses();
+    mState->responseCode = 0;
+    clearError();
     handle = curl_easy_init();
     if (!handle) {
         raiseError(*this, CURL_INIT_PROBLEM, "CURL_INIT_PROBLEM", { __FILE__, __LINE__ });
@@ -124,10 +146,17 @@ bool HTTPCurl::curlInit(CURL*& handle, const QString& url)
 
 void HTTPCurl::clear()
 {
-    mResponse.clear();
-    mBinaryResponse.clear();
-    mResponseCode = 0;
-    clearError();
+    if (!mState->isRunning) {
+        dropResponses();
+        mState->responseCode = 0;
+        clearError();
+    }
+}
+
+void HTTPCurl::dropResponses()
+{
+    mState->response.clear();
+    mState->binaryResponse.clear();
 }
 
 void HTTPCurl::setCurlGETAndPOSTCommonConfig(CURL* handle, curl_slist* headerList)
@@ -140,49 +169,73 @@ void HTTPCurl::setCurlGETAndPOSTCommonConfig(CURL* handle, curl_slist* headerLis
     const QByteArray cookieFile = cookieFilePath().toUtf8();
     curl_easy_setopt(handle, CURLOPT_COOKIEJAR, cookieFile.constData());
     curl_easy_setopt(handle, CURLOPT_COOKIEFILE, cookieFile.constData());
-    if (mTimeOut > 0) {
-        curl_easy_setopt(handle, CURLOPT_TIMEOUT, static_cast<long>(mTimeOut));
+    if (mState->timeOut > 0) {
+        curl_easy_setopt(handle, CURLOPT_TIMEOUT, static_cast<long>(mState->timeOut));
     }
     curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 1L);
     // Older versions of libcurl follow a circle of redirections for ever.
-    curl_easy_setopt(handle, CURLOPT_MAXREDIRS, MOST_REDIRECTIONS);
+    curl_easy_setopt(handle, CURLOPT_MAXREDIRS, MAX_REDIRECTIONS);
     curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
     // Deliberate: applications talk to servers whose certificates nobody has signed.
     curl_easy_setopt(handle, CURLOPT_SSL_VERIFYPEER, 0L);
 
     buildUserAgentHeader();
-    // Deliberate: the list grows from a copy of the caller's pointer and is never released. The caller keeps
-    // the ownership of what it passed, and a request costs some 200 bytes.
-    headerList = curl_slist_append(headerList, mUserAgentHeader.toUtf8().constData());
+    // Deliberate: the list grows from a copy of the caller's pointer and is never released. The caller owns only
+    // the list it passed, and a request costs some 200 bytes.
+    headerList = curl_slist_append(headerList, mState->userAgentHeader.toUtf8().constData());
     headerList = curl_slist_append(headerList, "Cache-Control: no-cache");
     curl_easy_setopt(handle, CURLOPT_HTTPHEADER, headerList);
 }
 
 void HTTPCurl::buildUserAgentHeader()
 {
-    mUserAgentHeader = QStringLiteral("User-Agent: ");
-    mUserAgentHeader += mUserAgent.isEmpty() ? QString::fromLatin1(DEFAULT_USER_AGENT) : mUserAgent;
-    if (!mUserAgentExtension.isEmpty()) {
-        mUserAgentHeader += QLatin1Char(' ') + mUserAgentExtension;
+    mState->userAgentHeader = QStringLiteral("User-Agent: ");
+    mState->userAgentHeader
+        += mState->userAgent.isEmpty() ? QString::fromLatin1(DEFAULT_USER_AGENT) : mState->userAgent;
+    if (!mState->userAgentExtension.isEmpty()) {
+        mState->userAgentHeader += QLatin1Char(' ') + mState->userAgentExtension;
     }
 }
 
 CURLcode HTTPCurl::performRequest(CURL* handle, const QString& url)
 {
+    mState->hasSignalledInterruption = false;
     TransferLoop loop;
-    const CURLcode code = loop.perform(handle);
-    curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &mResponseCode);
+    const CURLcode code = loop.perform(handle, interruption());
+    curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &mState->responseCode);
     checkRedirection(handle, url);
+    if (code != CURLE_OK && isInterruptionRequested()) {
+        signalInterruption();
+    }
     return code;
+}
+
+/// Once in a request, whether libcurl's callback or the loop has noticed first.
+void HTTPCurl::signalInterruption()
+{
+    if (!mState->hasSignalledInterruption) {
+        mState->hasSignalledInterruption = true;
+        Q_EMIT progress(0.0);
+        Q_EMIT progressUpload(0.0);
+    }
+}
+
+/// A slot may have left the error of a request that was refused.
+void HTTPCurl::setResult(CURLcode code)
+{
+    clearError();
+    if (code != CURLE_OK) {
+        handleCurlErrorCode(code);
+    }
 }
 
 void HTTPCurl::handleCurlErrorCode(CURLcode code)
 {
     if (code != CURLE_HTTP_RETURNED_ERROR) {
         raiseError(*this, code, "curlCode", { __FILE__, __LINE__ }, QString::fromUtf8(curl_easy_strerror(code)));
-    } else if (isBetween(mResponseCode, 400, 499)) {
+    } else if (isBetween(mState->responseCode, 400, 499)) {
         raiseError(*this, NOT_FOUND_4XX, "NOT_FOUND_4XX", { __FILE__, __LINE__ }, QStringLiteral("Resource not found"));
-    } else if (isBetween(mResponseCode, 500, 599)) {
+    } else if (isBetween(mState->responseCode, 500, 599)) {
         raiseError(*this, SERVER_ERROR_5XX, "SERVER_ERROR_5XX", { __FILE__, __LINE__ },
             QStringLiteral("Server critical error"));
     }
@@ -197,7 +250,7 @@ void HTTPCurl::raiseErrorDownloadLimit(qint64 limit)
 
 size_t HTTPCurl::writeResponse(char* ptr, size_t size, size_t count, void* client)
 {
-    QByteArray& response = static_cast<HTTPCurl*>(client)->mResponse;
+    QByteArray& response = static_cast<HTTPCurl*>(client)->mState->response;
     const size_t bytes = size * count;
     const auto room = static_cast<size_t>(std::numeric_limits<int>::max() - response.size());
     if (bytes >= room) {
@@ -233,13 +286,13 @@ size_t HTTPCurl::my_dummy_write(char* /*ptr*/, size_t size, size_t count, void* 
 int HTTPCurl::progressCallback(void* client, double dltotal, double dlnow, double ultotal, double ulnow)
 {
     HTTPCurl& self = *static_cast<HTTPCurl*>(client);
-    if (self.mLimitDownload > 0 && dltotal > static_cast<double>(self.mLimitDownload)) {
-        self.raiseErrorDownloadLimit(self.mLimitDownload);
+    const qint64 limit = self.mState->limitDownload;
+    if (limit > 0 && dltotal > static_cast<double>(limit)) {
+        self.raiseErrorDownloadLimit(limit);
         return ABORT_TRANSFER;
     }
     if (self.isInterruptionRequested()) {
-        Q_EMIT self.progress(0.0);
-        Q_EMIT self.progressUpload(0.0);
+        self.signalInterruption();
         return ABORT_TRANSFER;
     }
     if (dltotal != 0) {
@@ -284,7 +337,7 @@ bool HTTPCurl::checkUrl(const QString& url)
 
 QString HTTPCurl::cleanUrl(const QString& url)
 {
-    if (url.size() < SHORTEST_CLEANED_URL || !url.endsWith(QLatin1Char('/'))) {
+    if (url.size() < MIN_CLEANED_URL_SIZE || !url.endsWith(QLatin1Char('/'))) {
         return url;
     }
     return url.left(url.size() - 1);
@@ -301,8 +354,8 @@ void HTTPCurl::checkRedirection(CURL* handle, const QString& requestedUrl)
         // Deliberate: the letter case of a URL without a scheme counts.
         asked = QStringLiteral("http://") + requestedUrl;
     }
-    mWasRedirected = cleanUrl(asked) != cleanUrl(effectiveUrl.toLower());
-    mRedirectedUrl = mWasRedirected ? effectiveUrl : QString();
+    mState->wasRedirected = cleanUrl(asked) != cleanUrl(effectiveUrl.toLower());
+    mState->redirectedUrl = mState->wasRedirected ? effectiveUrl : QString();
 }
 
 QByteArray& HTTPCurl::preProcess(QByteArray& data, bool /*base64*/)
@@ -313,4 +366,59 @@ QByteArray& HTTPCurl::preProcess(QByteArray& data, bool /*base64*/)
 bool HTTPCurl::postProcess(QByteArray& /*response*/)
 {
     return true;
+}
+
+const QByteArray& HTTPCurl::response() const
+{
+    return mState->response;
+}
+
+const QByteArray& HTTPCurl::binaryResponse() const
+{
+    return mState->binaryResponse;
+}
+
+long HTTPCurl::HTTPResponseCode() const
+{
+    return mState->responseCode;
+}
+
+bool HTTPCurl::isBinaryMode() const
+{
+    return mState->binaryMode;
+}
+
+QJsonDocument HTTPCurl::lastJsonSent() const
+{
+    return mState->lastJsonSent;
+}
+
+bool HTTPCurl::wasRedirected() const
+{
+    return mState->wasRedirected;
+}
+
+QString HTTPCurl::redirectedURL() const
+{
+    return mState->redirectedUrl;
+}
+
+void HTTPCurl::setTimeOut(int seconds)
+{
+    mState->timeOut = seconds;
+}
+
+void HTTPCurl::setLimitDownload(qint64 bytes)
+{
+    mState->limitDownload = bytes;
+}
+
+void HTTPCurl::setUserAgent(const QString& agent)
+{
+    mState->userAgent = agent;
+}
+
+void HTTPCurl::setUserAgentExtension(const QString& extension)
+{
+    mState->userAgentExtension = extension;
 }

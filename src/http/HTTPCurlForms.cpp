@@ -1,12 +1,15 @@
 // The forms are built with libcurl's form API, which newer versions mark as deprecated.
 #define CURL_DISABLE_DEPRECATION
 
-#include <tavrel/HTTPCurl.h>
+#include "HTTPCurlState.h"
+
 #include <tavrel/HttpQueryParameters.h>
 
 #include <init/raiseError.h>
 #include <request/HttpInternalQueryMemoryParameter.h>
 #include <transfer/EasyHandle.h>
+
+#include <QScopedValueRollback>
 
 #include <utility>
 #include <vector>
@@ -56,7 +59,10 @@ std::vector<HttpInternalQueryMemoryParameter> toBytes(const HttpQueryParameters&
 
 bool HTTPCurl::postHttp(const QString& url, const HttpQueryParameters& parameters)
 {
-    mBinaryMode = false;
+    if (!checkIdle()) {
+        return false;
+    }
+    mState->binaryMode = false;
     const std::vector<HttpInternalQueryMemoryParameter> fields = toBytes(parameters);
     curl_httppost* first = nullptr;
     curl_httppost* last = nullptr;
@@ -76,7 +82,10 @@ bool HTTPCurl::postForm(const QString& url, const QJsonObject& json)
 
 bool HTTPCurl::postForm(const QString& url, const QJsonObject& json, const QByteArray& fileData, bool binary)
 {
-    mBinaryMode = binary;
+    if (!checkIdle()) {
+        return false;
+    }
+    mState->binaryMode = binary;
     // libcurl reads the file part from this copy, which therefore outlives the transfer.
     QByteArray processedFile = fileData;
     preProcess(processedFile, false);
@@ -85,13 +94,13 @@ bool HTTPCurl::postForm(const QString& url, const QJsonObject& json, const QByte
     if (!fileData.isEmpty() && !addFilePart(form.first, form.last, fileNameIn(json), processedFile)) {
         return false;
     }
-    mLastJsonSent = QJsonDocument(json);
-    const QByteArray text = mLastJsonSent.toJson();
+    mState->lastJsonSent = QJsonDocument(json);
+    const QByteArray text = mState->lastJsonSent.toJson();
     if (text.isNull() || !fillFormStruct(QString(), form.first, form.last, QString::fromUtf8(text))
         || !postFormRaw(form.release(), url)) {
         return false;
     }
-    if (mBinaryMode) {
+    if (mState->binaryMode) {
         formatBinaryResponse();
     }
     return true;
@@ -114,7 +123,7 @@ bool HTTPCurl::fillFormStruct(
     if (!checkFormAdded(addField(first, last, "data_json", bytes), __LINE__)) {
         return false;
     }
-    if (mBinaryMode
+    if (mState->binaryMode
         && !checkFormAdded(addField(first, last, HTTPCURL_KEY_BOOL_RESULT_AS_BINARY.toUtf8(), "1"), __LINE__)) {
         return false;
     }
@@ -134,6 +143,12 @@ bool HTTPCurl::postFormRaw(curl_httppost* form, const QString& url)
 {
     FormOwner formOwner;
     formOwner.first = form;
+    return checkIdle() && performPost(form, url) && postProcess(mState->response);
+}
+
+bool HTTPCurl::performPost(curl_httppost* form, const QString& url)
+{
+    const QScopedValueRollback<bool> running(mState->isRunning, true);
     CURL* handle = nullptr;
     if (!curlInit(handle, url)) {
         return false;
@@ -146,23 +161,20 @@ bool HTTPCurl::postFormRaw(curl_httppost* form, const QString& url)
     setCurlGETAndPOSTCommonConfig(handle, nullptr);
 
     const CURLcode code = performRequest(handle, url);
-    if (code != CURLE_OK) {
-        // Deliberate: unlike a GET, a post that the download limit stopped ends with libcurl's code.
-        handleCurlErrorCode(code);
-        return false;
-    }
-    return postProcess(mResponse);
+    // Deliberate: unlike a GET, a post that the download limit stopped ends with libcurl's code.
+    setResult(code);
+    return code == CURLE_OK;
 }
 
 void HTTPCurl::formatBinaryResponse()
 {
-    const int separator = mResponse.indexOf(SEPARATOR_BINARY);
+    const int separator = mState->response.indexOf(SEPARATOR_BINARY);
     if (separator < 0) {
         return;
     }
-    const QByteArray binary = mResponse.mid(separator + SEPARATOR_BINARY.size());
+    const QByteArray binary = mState->response.mid(separator + SEPARATOR_BINARY.size());
     if (!binary.isEmpty()) {
-        mBinaryResponse = binary;
+        mState->binaryResponse = binary;
     }
-    mResponse.truncate(separator);
+    mState->response.truncate(separator);
 }

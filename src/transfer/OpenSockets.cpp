@@ -12,13 +12,13 @@ void OpenSockets::watch(CURL* easy)
     curl_easy_setopt(easy, CURLOPT_CLOSESOCKETDATA, this);
 }
 
-void OpenSockets::leave(CURL* easy)
+void OpenSockets::detach(CURL* easy)
 {
     curl_easy_setopt(easy, CURLOPT_OPENSOCKETFUNCTION, nullptr);
     curl_easy_setopt(easy, CURLOPT_CLOSESOCKETFUNCTION, nullptr);
 }
 
-void OpenSockets::hangUp()
+void OpenSockets::shutDown()
 {
     const std::lock_guard<std::mutex> guard(mMutex);
     for (const curl_socket_t socket : mSockets) {
@@ -40,7 +40,7 @@ curl_socket_t OpenSockets::open(void* self, curlsocktype /*purpose*/, curl_socka
 int OpenSockets::close(void* self, curl_socket_t socket)
 {
     OpenSockets& sockets = *static_cast<OpenSockets*>(self);
-    // Closed under the lock, so that no other socket has got the number when hangUp() comes to it.
+    // Closed under the lock, so that shutDown() never meets the number of a socket that somebody else opened since.
     const std::lock_guard<std::mutex> guard(sockets.mMutex);
     auto& open = sockets.mSockets;
     open.erase(std::remove(open.begin(), open.end(), socket), open.end());

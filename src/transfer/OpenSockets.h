@@ -6,10 +6,10 @@
 #include <vector>
 
 /**
- * The sockets that libcurl has open, so that they can be hung up while libcurl sleeps on one.
+ * The sockets that libcurl has open, so that they can be shut down while libcurl sleeps on one.
  *
- * libcurl waits for some answers in a call of its own that looks at nothing but the socket: that of a finished upload,
- * of a command after a transfer, of QUIT. The connections of a watched handle must be gone before this object is.
+ * libcurl waits for some answers in a call of its own that looks at nothing but the socket: for the reply to a finished
+ * upload, to a command after a transfer, to QUIT. The connections of a watched handle end before this object does.
  */
 class OpenSockets
 {
@@ -19,11 +19,11 @@ public:
     OpenSockets& operator=(const OpenSockets&) = delete;
 
     void watch(CURL* easy);
-    /// Takes the handle back to libcurl's own way to open and close.
-    static void leave(CURL* easy);
+    /// Restores libcurl's own functions that open and close sockets.
+    static void detach(CURL* easy);
 
-    /// Any thread: from now on every read finds that the peer has closed. What is written still goes out.
-    void hangUp();
+    /// Any thread: from now on every read meets the end of the stream. Written data still goes out.
+    void shutDown();
 
 private:
     static curl_socket_t open(void* self, curlsocktype purpose, curl_sockaddr* address);

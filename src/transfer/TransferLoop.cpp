@@ -6,10 +6,10 @@
 
 namespace {
 
-// A request to a server nearby takes less, and to sleep and be woken up in between would double that.
-constexpr std::chrono::milliseconds WATCHFUL_TIME(2);
-constexpr int LONGEST_WAIT_MS = 50;
-constexpr int MOST_DOUBLINGS = 6;
+// A request to a nearby server takes less, and sleeping and waking up in between would double that.
+constexpr std::chrono::milliseconds SPIN_TIME(2);
+constexpr int MAX_WAIT_MS = 50;
+constexpr int MAX_DOUBLINGS = 6;
 constexpr std::chrono::milliseconds PAUSE_WITHOUT_SOCKET(1);
 constexpr long RECEIVE_BUFFER_BYTES = 512L * 1024;
 
@@ -26,12 +26,17 @@ void tune(CURL* easy)
 /// Short at first: what TLS has read ahead waits in its buffer, where no socket tells of it.
 int nextWait(int idleTurns)
 {
-    return std::min(1 << std::min(idleTurns, MOST_DOUBLINGS), LONGEST_WAIT_MS);
+    return std::min(1 << std::min(idleTurns, MAX_DOUBLINGS), MAX_WAIT_MS);
 }
 
 CURLcode toEasyCode(CURLMcode code)
 {
     return code == CURLM_OUT_OF_MEMORY ? CURLE_OUT_OF_MEMORY : CURLE_BAD_FUNCTION_ARGUMENT;
+}
+
+bool isRequested(const Interruption* interruption)
+{
+    return interruption && interruption->isRequested();
 }
 
 } // namespace
@@ -43,45 +48,57 @@ TransferLoop::TransferLoop()
 
 TransferLoop::~TransferLoop()
 {
-    // libcurl would wait up to two minutes for the answers to its farewells.
-    hangUp();
+    // libcurl would wait up to two minutes for the answers to QUIT.
+    mSockets.shutDown();
 }
 
-CURLcode TransferLoop::perform(CURL* easy)
+CURLcode TransferLoop::perform(CURL* easy, const std::shared_ptr<Interruption>& interruption)
 {
     if (!mMulti) {
         return CURLE_OUT_OF_MEMORY;
     }
+    // libcurl waits for some answers in calls that look at nothing but the socket.
+    const Interruption::WakeUp wakeUp(interruption, [this] { mSockets.shutDown(); });
+    if (isRequested(interruption.get())) {
+        return CURLE_ABORTED_BY_CALLBACK;
+    }
+    const CURLcode code = run(easy, interruption.get());
+    // Also after a success: the end of a body may have been that of a socket that was shut down.
+    return isRequested(interruption.get()) ? CURLE_ABORTED_BY_CALLBACK : code;
+}
+
+CURLcode TransferLoop::run(CURL* easy, const Interruption* interruption)
+{
     tune(easy);
     mSockets.watch(easy);
     CURLMcode code = curl_multi_add_handle(mMulti.get(), easy);
     if (code != CURLM_OK) {
         return code == CURLM_OUT_OF_MEMORY ? CURLE_OUT_OF_MEMORY : CURLE_FAILED_INIT;
     }
-    code = runToEnd();
+    code = runToEnd(interruption);
     const CURLcode result = code == CURLM_OK ? resultOf(easy) : toEasyCode(code);
     curl_multi_remove_handle(mMulti.get(), easy);
     return result;
 }
 
-CURLMcode TransferLoop::runToEnd()
+CURLMcode TransferLoop::runToEnd(const Interruption* interruption)
 {
-    const auto watchUntil = std::chrono::steady_clock::now() + WATCHFUL_TIME;
+    const auto spinUntil = std::chrono::steady_clock::now() + SPIN_TIME;
     int idleTurns = 0;
     while (true) {
         int running = 0;
         CURLMcode code = curl_multi_perform(mMulti.get(), &running);
-        if (code != CURLM_OK || running == 0) {
+        if (code != CURLM_OK || running == 0 || isRequested(interruption)) {
             return code;
         }
-        const bool isWatchful = std::chrono::steady_clock::now() < watchUntil;
+        const bool isSpinning = std::chrono::steady_clock::now() < spinUntil;
         bool isIdle = false;
-        code = wait(isWatchful ? 0 : nextWait(idleTurns), isIdle);
-        if (code != CURLM_OK) {
+        code = wait(isSpinning ? 0 : nextWait(idleTurns), isIdle);
+        if (code != CURLM_OK || isRequested(interruption)) {
             return code;
         }
         idleTurns = isIdle ? idleTurns + 1 : 0;
-        if (isWatchful) {
+        if (isSpinning) {
             std::this_thread::yield();
         } else if (idleTurns > 1) {
             // Without a socket a wait returns at once. Mostly libcurl opens one in its next turn; when it does not, a
@@ -113,5 +130,5 @@ CURLcode TransferLoop::resultOf(CURL* easy)
             return message->data.result;
         }
     }
-    return CURLE_FAILED_INIT;
+    return CURLE_ABORTED_BY_CALLBACK; // The transfer has not ended: it was interrupted.
 }

@@ -2,18 +2,19 @@
 
 #include "OpenSockets.h"
 
+#include <foundation/Interruption.h>
+
 #include <curl/curl.h>
 
 #include <memory>
 
 /**
- * Drives a transfer of an easy handle to its end, as curl_easy_perform does, without two of its habits:
- * it never sleeps while libcurl has work but no socket to wait for, and it calls libcurl, and so the handle's
- * progress callback, at least every 50 ms, which bounds how late an interruption is seen.
+ * Runs transfers of easy handles to their end, like curl_easy_perform, with two differences: it never sleeps while
+ * libcurl has work but no socket to wait for, and it ends a transfer as soon as an interruption is requested, in every
+ * phase and without the help of a callback of libcurl.
  *
- * One loop serves any number of transfers in turn and keeps their connections open between them; they end with
- * the loop, which does not wait for the servers to agree. The handle stays the caller's. Used by one thread at a
- * time, except for hangUp().
+ * One loop serves any number of transfers in turn and keeps their connections open between them; they are closed with
+ * the loop, which does not wait for the servers' answers. The handle stays the caller's. Used by one thread at a time.
  */
 class TransferLoop
 {
@@ -24,18 +25,16 @@ public:
     TransferLoop(const TransferLoop&) = delete;
     TransferLoop& operator=(const TransferLoop&) = delete;
 
-    /// Blocks until the transfer has ended; the result is that of curl_easy_perform.
-    CURLcode perform(CURL* easy);
+    /// Blocks until the transfer has ended. The result is that of curl_easy_perform, or CURLE_ABORTED_BY_CALLBACK if
+    /// interruption, which may be null, was requested before the end; the connections of the loop are unusable then.
+    CURLcode perform(CURL* easy, const std::shared_ptr<Interruption>& interruption = nullptr);
 
-    /// Any thread: makes a transfer that waits for its server fail at once. The connections of the loop are of no
-    /// more use then.
-    void hangUp() { mSockets.hangUp(); }
-
-    /// Parts a handle from the loop that performed it last, when it is to outlive that loop and be used again.
-    static void leave(CURL* easy) { OpenSockets::leave(easy); }
+    /// Detaches a handle that outlives the loop and is used again.
+    static void detach(CURL* easy) { OpenSockets::detach(easy); }
 
 private:
-    CURLMcode runToEnd();
+    CURLcode run(CURL* easy, const Interruption* interruption);
+    CURLMcode runToEnd(const Interruption* interruption);
     CURLMcode wait(int milliseconds, bool& isIdle);
     CURLcode resultOf(CURL* easy);
 

@@ -92,7 +92,7 @@ private Q_SLOTS:
         row("getFile: source is empty", FTP(getFile("", "")));
         row("putFile: source cant be opened /no/such", FTP(putFile("/no/such", "a", false)));
         const auto odd = [](const char* name, const Operation& operation) {
-            QTest::newRow(name) << operation << QString("%1: the path holds a line break or a NUL").arg(name);
+            QTest::newRow(name) << operation << QString("%1: the path holds a control character").arg(name);
         };
         odd("resourceExists", [](FTPCurl& ftp) { return ftp.resourceExists("a\nDELE b", *std::make_unique<bool>()); });
         odd("list", [](FTPCurl& ftp) { return ftp.list("a\r\nDELE b", *std::make_unique<VirtualFileList>()); });

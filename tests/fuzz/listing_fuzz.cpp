@@ -20,7 +20,10 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, size_t size)
     ListingReader reader(listing, directory);
     ListingEntry entry;
     int entries = 0;
-    while (reader.next(entry)) {
+    while (reader.hasNextLine()) {
+        if (!reader.readLine(entry)) {
+            continue;
+        }
         ++entries;
         const QString name = entry.path.mid(directory.size() + 1);
         require(entry.path.startsWith(directory + '/') && !name.isEmpty() && !name.contains('\n'));

@@ -1,0 +1,88 @@
+#include "ErrorSource.h"
+#include "FTPCurlPrivate.h"
+
+#include <init/raiseError.h>
+
+namespace {
+
+constexpr int MAX_PERMISSIONS = 0777; ///< that libcurl gives new files and directories
+constexpr int OCTAL = 8;
+
+/// Also for a code that is none of libcurl's.
+QString textOf(int code)
+{
+    return QString::fromUtf8(code < 0 ? "Unknown error" : curl_easy_strerror(static_cast<CURLcode>(code)));
+}
+
+} // namespace
+
+bool FTPCurl::Private::setResult(int code, const QString& context)
+{
+    if (code == CURLE_OK) {
+        client.clearError();
+        return true;
+    }
+    const QString message = context + QStringLiteral("  CURL error : ") + textOf(code)
+        + QStringLiteral(" (%1)").arg(QString::number(code));
+    raiseErrorValue<CURLcode>(client, code, "code", { ERROR_SOURCE, __LINE__ }, message);
+    return false;
+}
+
+bool FTPCurl::Private::refuse(const QString& message, int line)
+{
+    raiseError(client, FUNC_PARAM_ERROR, "FUNC_PARAM_ERROR", { ERROR_SOURCE, line }, message);
+    return false;
+}
+
+bool FTPCurl::Private::stopInterrupted(int line)
+{
+    raiseError(client, INTERRUPTED, "INTERRUPTED", { ERROR_SOURCE, line });
+    return false;
+}
+
+bool FTPCurl::Private::checkIdle()
+{
+    if (session.isRunning()) {
+        raiseError(client, REQUEST_IN_PROGRESS, "REQUEST_IN_PROGRESS", { ERROR_SOURCE, __LINE__ },
+            QStringLiteral("A request is already running on this object"));
+    }
+    return !session.isRunning();
+}
+
+bool FTPCurl::Private::checkUsable()
+{
+    return checkIdle() && client.isValid();
+}
+
+std::optional<RemotePath> FTPCurl::Private::accept(
+    const QString& path, const char* operation, const char* messageWhenEmpty, int line)
+{
+    if (!checkUsable()) {
+        return std::nullopt;
+    }
+    if (path.isEmpty()) {
+        refuse(QLatin1String(messageWhenEmpty), line);
+        return std::nullopt;
+    }
+    const RemotePath remote = this->path(path);
+    return checkSendable(remote, operation, line) ? std::make_optional(remote) : std::nullopt;
+}
+
+bool FTPCurl::Private::checkSendable(const RemotePath& path, const char* operation, int line)
+{
+    if (path.isSendable()) {
+        return true;
+    }
+    return refuse(QStringLiteral("%1: the path holds a control character").arg(QLatin1String(operation)), line);
+}
+
+void FTPCurl::Private::setPermissions(int& member, int permissions, const char* operation)
+{
+    if (permissions >= -1 && permissions <= MAX_PERMISSIONS) {
+        member = permissions;
+    } else {
+        refuse(QStringLiteral("%1: %2 is not between 0 and 777")
+                   .arg(QLatin1String(operation), QString::number(permissions, OCTAL)),
+            __LINE__);
+    }
+}

@@ -1,0 +1,88 @@
+#pragma once
+
+#include "CommandTexts.h"
+#include "FTPSession.h"
+#include "RemotePath.h"
+
+#include <tavrel/FTPCurl.h>
+
+#include <QHash>
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+struct DirectoryLevel;
+struct ListingEntry;
+
+/**
+ * The state of an FTPCurl and the operations behind its functions.
+ *
+ * A QString is a path that a caller or a listing gave, a RemotePath a canonical one. Functions that return bool raise
+ * an error of the client when they return false.
+ */
+struct FTPCurl::Private
+{
+    explicit Private(FTPCurl& owner)
+        : client(owner)
+    {
+    }
+
+    RemotePath path(const QString& path) const;
+    QUrl url(const RemotePath& path) const;
+    QString cacheKey(const QString& path) const;
+
+    // Errors
+    bool setResult(int code, const QString& context);
+    bool refuse(const QString& message, int line);
+    bool stopInterrupted(int line);
+    bool checkIdle();
+    bool checkUsable();
+    /// The path of an operation, if it can go to a server. An empty one is refused with messageWhenEmpty.
+    std::optional<RemotePath> accept(
+        const QString& path, const char* operation, const char* messageWhenEmpty, int line);
+    bool checkSendable(const RemotePath& path, const char* operation, int line);
+    void setPermissions(int& member, int permissions, const char* operation);
+
+    // Requests; they return libcurl's result or -1.
+    int request(VFSCurlData::Kind kind, QIODevice* device, const RemotePath& path);
+    int requestCommand(VFSCurlData::Kind kind, const QString& command);
+    /// Ends the process when the protocol is not known.
+    CommandTexts commandTexts(const char* signature) const;
+    QString commandPath(const RemotePath& path) const;
+
+    // Listings
+    bool list(const RemotePath& directory, VirtualFileList& files);
+    bool readListing(const QByteArray& listing, const RemotePath& directory, VirtualFileList& files);
+    bool resolveLink(ListingEntry& entry);
+
+    // Commands
+    bool exists(const RemotePath& path, bool& exists);
+    bool createDirectory(const QString& directory);
+    bool createParent(const QString& filePath);
+    RemotePath levelOf(const RemotePath& directory, int level) const;
+    bool findExistingLevel(const RemotePath& directory, int& level);
+    bool createBelowLevel(const RemotePath& directory, int level);
+    bool makeDirectory(const RemotePath& directory);
+    bool changeMode(const RemotePath& path, int mode);
+
+    // Removal
+    bool removeOne(const QString& path, bool isDirectory);
+    bool removeTree(const RemotePath& path);
+    bool enterOrRemove(const RemotePath& path, std::vector<DirectoryLevel>& levels);
+
+    // Transfers
+    bool putData(const QByteArray& data, const RemotePath& target, bool createDirectories);
+    bool putDevice(QIODevice* device, const QString& source, const RemotePath& target);
+    bool download(const QString& source, QIODevice& device, const std::function<bool()>& finish);
+
+    FTPCurl& client;
+    bool initialized = false;
+    int folderPermissions = -1;
+    int filePermissions = -1;
+    // Deliberate: nothing changes it yet; it gives the paths of any protocol the leading slash that SFTP has.
+    bool forceLeadingSlash = false;
+    QHash<QString, int> existingResources;
+    FTPSettings settings;
+    FTPSession session;
+};

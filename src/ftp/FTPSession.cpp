@@ -1,0 +1,270 @@
+// The progress callback is the older one of two, which newer versions of libcurl mark as deprecated.
+#define CURL_DISABLE_DEPRECATION
+
+#include "FTPSession.h"
+
+#include "FTPCurlPrivate.h"
+#include "RemotePath.h"
+#include "RequestOptions.h"
+
+#include <QIODevice>
+#include <QScopedValueRollback>
+#include <QStringList>
+
+namespace {
+
+constexpr long FTP_UPLOAD_BUFFER_BYTES = 128L * 1024;
+constexpr long SFTP_UPLOAD_BUFFER_BYTES = 2L * 1024 * 1024;
+
+/// The first digits of the last line of a server that was to open, or did not accept, a data connection.
+const QStringList DATA_CONNECTION_REPLIES { QStringLiteral("125"), QStringLiteral("150"), QStringLiteral("425"),
+    QStringLiteral("450"), QStringLiteral("522") };
+constexpr int REPLY_CODE_SIZE = 3;
+constexpr int NO_SESSION = -1;
+
+struct StringListDeleter
+{
+    void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+};
+
+void setText(CURL* easy, CURLoption option, const QString& text)
+{
+    curl_easy_setopt(easy, option, text.toUtf8().constData());
+}
+
+/// Whether the server has answered all that it was asked, so that its next reply belongs to the next command.
+bool isConversationInOrder(int code)
+{
+    switch (code) {
+    case CURLE_OK:
+    case CURLE_REMOTE_ACCESS_DENIED:
+    case CURLE_FTP_COULDNT_RETR_FILE:
+    case CURLE_QUOTE_ERROR:
+    case CURLE_UPLOAD_FAILED:
+    case CURLE_REMOTE_FILE_EXISTS:
+    case CURLE_REMOTE_FILE_NOT_FOUND:
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool isOverTls(FTPSettings::Protocol protocol)
+{
+    return protocol == FTPSettings::FTPS_EXPLICIT || protocol == FTPSettings::FTPS_IMPLICIT;
+}
+
+/// The result of an upload that cannot begin, before the server hears of it. Opens the source of one that can.
+CURLcode openSource(QIODevice* device)
+{
+    if (!device || !(device->isOpen() || device->open(QIODevice::ReadOnly))) {
+        return CURLE_ABORTED_BY_CALLBACK;
+    }
+    return device->isReadable() ? CURLE_OK : CURLE_READ_ERROR;
+}
+
+qint64 positionOf(const QIODevice* device)
+{
+    return device && device->isOpen() ? device->pos() : 0;
+}
+
+/// Brings the device of a failed request back to its first position; false when it cannot be repeated.
+bool rewind(const VFSCurlData& data, qint64 position)
+{
+    if (positionOf(data.device) == position) {
+        return true;
+    }
+    return data.type == VFSCurlData::Upload && !data.device->isSequential() && data.device->seek(position);
+}
+
+/// Relative to the login directory; empty for that directory.
+QString directoryOf(const VFSCurlData& data)
+{
+    const QString path = RemotePath::withoutMarker(data.url.path(QUrl::FullyDecoded));
+    return path.left(path.lastIndexOf(QLatin1Char('/')) + 1);
+}
+
+} // namespace
+
+FTPSession& FTPSession::of(const FTPCurl& owner)
+{
+    return owner.mPrivate->session;
+}
+
+FTPSession::~FTPSession()
+{
+    close();
+}
+
+bool FTPSession::open(const FTPSettings& settings)
+{
+    close();
+    mProtocol = settings.ftpProtocol();
+    mHandle = curl_easy_init();
+    if (!mHandle) {
+        return false;
+    }
+    mLoop = std::make_unique<TransferLoop>();
+    curl_easy_setopt(mHandle, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(mHandle, CURLOPT_FTPPORT, settings.passiveMode() ? nullptr : "-");
+    curl_easy_setopt(mHandle, CURLOPT_NOPROGRESS, 0L);
+    curl_easy_setopt(mHandle, CURLOPT_FTP_USE_EPSV, 0L);
+    curl_easy_setopt(mHandle, CURLOPT_FTP_CREATE_MISSING_DIRS, 0L);
+    curl_easy_setopt(mHandle, CURLOPT_APPEND, 0L);
+    curl_easy_setopt(mHandle, CURLOPT_FTP_FILEMETHOD, static_cast<long>(CURLFTPMETHOD_SINGLECWD));
+    curl_easy_setopt(mHandle, CURLOPT_HEADERFUNCTION, FTPCurl::header);
+    curl_easy_setopt(mHandle, CURLOPT_READFUNCTION, FTPCurl::fread);
+    curl_easy_setopt(mHandle, CURLOPT_PROGRESSFUNCTION, FTPCurl::progress);
+    curl_easy_setopt(mHandle, CURLOPT_WRITEFUNCTION, FTPCurl::fwrite);
+    // SFTP sends as much as the buffer holds before it waits for the server; FTP does not wait.
+    const bool isSftp = mProtocol == FTPSettings::SFTP;
+    curl_easy_setopt(mHandle, CURLOPT_UPLOAD_BUFFERSIZE, isSftp ? SFTP_UPLOAD_BUFFER_BYTES : FTP_UPLOAD_BUFFER_BYTES);
+    // A session is idle for as long as its user is; this detects a peer that has gone.
+    curl_easy_setopt(mHandle, CURLOPT_TCP_KEEPALIVE, 1L);
+    setSecurity();
+    return true;
+}
+
+/// The password must not travel without it, so it stands on every handle.
+void FTPSession::setSecurity()
+{
+    // Deliberate: applications publish to servers whose certificates nobody has signed.
+    curl_easy_setopt(mHandle, CURLOPT_SSL_VERIFYPEER, 0L);
+    if (isOverTls(mProtocol)) {
+        curl_easy_setopt(mHandle, CURLOPT_SSL_VERIFYHOST, 0L);
+        curl_easy_setopt(mHandle, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_DEFAULT));
+    }
+    // Not for SFTP: it does not use TLS, and since 8.20 libcurl would log in anew for each request.
+    const auto level = isOverTls(mProtocol) ? CURLUSESSL_ALL : CURLUSESSL_NONE;
+    curl_easy_setopt(mHandle, CURLOPT_USE_SSL, static_cast<long>(level));
+    mIsTlsCapped = false;
+}
+
+void FTPSession::setProxy(const QNetworkProxy& proxy)
+{
+    if (proxy.type() == QNetworkProxy::NoProxy) {
+        return;
+    }
+    setText(mHandle, CURLOPT_PROXY, proxy.hostName());
+    curl_easy_setopt(mHandle, CURLOPT_PROXYPORT, static_cast<long>(proxy.port()));
+    setText(mHandle, CURLOPT_PROXYUSERNAME, proxy.user());
+    setText(mHandle, CURLOPT_PROXYPASSWORD, proxy.password());
+    const bool isSocks = proxy.type() == QNetworkProxy::Socks5Proxy;
+    const long type = isSocks ? CURLPROXY_SOCKS5_HOSTNAME : CURLPROXY_HTTP;
+    curl_easy_setopt(mHandle, CURLOPT_PROXYTYPE, type);
+}
+
+void FTPSession::close()
+{
+    mLoop.reset();
+    mDirectory = QString();
+    if (mHandle) {
+        curl_easy_reset(mHandle);
+        curl_easy_cleanup(mHandle);
+        mHandle = nullptr;
+    }
+}
+
+void FTPSession::release()
+{
+    if (mHandle) {
+        TransferLoop::detach(mHandle);
+        mHandle = nullptr;
+    }
+    close();
+}
+
+int FTPSession::perform(VFSCurlData& data)
+{
+    if (mIsRunning) {
+        return CURLE_RECURSIVE_API_CALL;
+    }
+    if (!mHandle) {
+        return NO_SESSION;
+    }
+    const QScopedValueRollback<bool> running(mIsRunning, true);
+    CURLcode code = data.type == VFSCurlData::Upload ? openSource(data.device) : CURLE_OK;
+    if (code != CURLE_OK) {
+        return code;
+    }
+    const qint64 position = positionOf(data.device);
+    code = run(data);
+    if (isTls13Refused(code)) {
+        capTls();
+        code = rewind(data, position) ? run(data) : code;
+    }
+    return code;
+}
+
+int FTPSession::performCommand(VFSCurlData& data, const QString& command)
+{
+    if (!mHandle || mIsRunning) {
+        return perform(data);
+    }
+    const std::unique_ptr<curl_slist, StringListDeleter> commands(
+        curl_slist_append(nullptr, command.toUtf8().constData()));
+    if (!commands) {
+        return CURLE_OUT_OF_MEMORY;
+    }
+    curl_easy_setopt(mHandle, CURLOPT_POSTQUOTE, commands.get());
+    const int code = perform(data);
+    curl_easy_setopt(mHandle, CURLOPT_POSTQUOTE, nullptr);
+    return code;
+}
+
+CURLcode FTPSession::run(VFSCurlData& data)
+{
+    if (mayHaveLostDirectory(data)) {
+        VFSCurlData leave { VFSCurlData::Plain, data.owner, nullptr, data.lastProgress, data.url };
+        leave.url.setPath(QString());
+        const CURLcode code = runOnce(leave);
+        if (code != CURLE_OK) {
+            return code;
+        }
+    }
+    return runOnce(data);
+}
+
+CURLcode FTPSession::runOnce(VFSCurlData& data)
+{
+    mProgressThrottle.start(data.lastProgress);
+    RequestOptions::set(mHandle, data);
+    const CURLcode code = mLoop->perform(mHandle, data.owner->interruption());
+    RequestOptions::clear(mHandle);
+    mDirectory = directoryOf(data);
+    mIsDirectoryDoubtful = code != CURLE_OK && RequestOptions::hasBody(data.type);
+    if (!isConversationInOrder(code)) {
+        replaceConnection();
+    }
+    return code;
+}
+
+bool FTPSession::mayHaveLostDirectory(const VFSCurlData& data) const
+{
+    const bool isAsked = data.type == VFSCurlData::ExistenceTest && data.url.path().endsWith(QLatin1Char('/'));
+    return mProtocol != FTPSettings::SFTP && !mDirectory.isEmpty() && directoryOf(data) == mDirectory
+        && (isAsked || mIsDirectoryDoubtful);
+}
+
+void FTPSession::replaceConnection()
+{
+    mLoop = std::make_unique<TransferLoop>();
+    mDirectory = QString();
+    mIsDirectoryDoubtful = false;
+}
+
+/// Whether a data connection failed that may have to resume the TLS session of the control connection, as many servers
+/// demand. libcurl does so reliably up to TLS 1.2 only, where a session can be resumed any number of times.
+bool FTPSession::isTls13Refused(CURLcode code) const
+{
+    const bool isLost = code == CURLE_PARTIAL_FILE || code == CURLE_SEND_ERROR || code == CURLE_RECV_ERROR;
+    const QString reply = mLastReply.left(REPLY_CODE_SIZE);
+    return isOverTls(mProtocol) && !mIsTlsCapped && isLost && DATA_CONNECTION_REPLIES.contains(reply);
+}
+
+void FTPSession::capTls()
+{
+    mIsTlsCapped = true;
+    const long versions = static_cast<long>(CURL_SSLVERSION_DEFAULT) | static_cast<long>(CURL_SSLVERSION_MAX_TLSv1_2);
+    curl_easy_setopt(mHandle, CURLOPT_SSLVERSION, versions);
+}

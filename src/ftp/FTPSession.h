@@ -1,0 +1,80 @@
+#pragma once
+
+#include "ProgressThrottle.h"
+
+#include <tavrel/FTPSettings.h>
+#include <tavrel/VFSCurlData.h>
+
+#include <transfer/TransferLoop.h>
+
+#include <QNetworkProxy>
+#include <QString>
+
+#include <curl/curl.h>
+
+#include <memory>
+
+class FTPCurl;
+
+/**
+ * The libcurl side of an FTPCurl: one handle, the loop that holds its connection, and one request at a time.
+ *
+ * After a result that may leave a reply of the server unread the connection is replaced, so that the next request does
+ * not read it. Used by one thread at a time.
+ */
+class FTPSession
+{
+public:
+    /// The one that a client owns.
+    static FTPSession& of(const FTPCurl& owner);
+
+    FTPSession() = default;
+    ~FTPSession();
+
+    FTPSession(const FTPSession&) = delete;
+    FTPSession& operator=(const FTPSession&) = delete;
+
+    /// Makes the handle and sets the options of the session, after closing an open one; false when libcurl gives none.
+    bool open(const FTPSettings& settings);
+    void setProxy(const QNetworkProxy& proxy);
+    /// Never waits for the server.
+    void close();
+    /// Forgets the handle without cleaning it up.
+    void release();
+
+    /// Null when the session is closed.
+    CURL* handle() const { return mHandle; }
+    /// True within perform(), for the slots of the signals that it emits.
+    bool isRunning() const { return mIsRunning; }
+
+    /// Runs a request of its owner to the end. The result is libcurl's; -1 when the session is closed;
+    /// CURLE_ABORTED_BY_CALLBACK if an interruption was requested; CURLE_RECURSIVE_API_CALL within another request.
+    int perform(VFSCurlData& data);
+    /// Runs a request and then a command in the words of its protocol.
+    int performCommand(VFSCurlData& data, const QString& command);
+
+    // For the callbacks of a request.
+    ProgressThrottle& progressThrottle() { return mProgressThrottle; }
+    void takeReply(const QString& line) { mLastReply = line; }
+
+private:
+    CURLcode run(VFSCurlData& data);
+    CURLcode runOnce(VFSCurlData& data);
+    /// Whether libcurl would not enter the directory of a request, as it takes the connection to be there, although
+    /// somebody may have removed it since.
+    bool mayHaveLostDirectory(const VFSCurlData& data) const;
+    void replaceConnection();
+    bool isTls13Refused(CURLcode code) const;
+    void capTls();
+    void setSecurity();
+
+    CURL* mHandle = nullptr;
+    std::unique_ptr<TransferLoop> mLoop;
+    FTPSettings::Protocol mProtocol = FTPSettings::FTP;
+    bool mIsRunning = false;
+    bool mIsTlsCapped = false;
+    ProgressThrottle mProgressThrottle;
+    QString mLastReply;
+    QString mDirectory; ///< of the last request, relative to the login directory; empty there
+    bool mIsDirectoryDoubtful = false; ///< the last transfer in it failed
+};

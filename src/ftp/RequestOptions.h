@@ -1,0 +1,19 @@
+#pragma once
+
+#include <tavrel/VFSCurlData.h>
+
+#include <curl/curl.h>
+
+/// The options of libcurl that belong to one request of an FTPCurl.
+namespace RequestOptions {
+
+bool isKind(int type);
+/// Whether requests of this kind transfer a body.
+bool hasBody(int type);
+
+/// Sets all of them. The device of an upload is open.
+void set(CURL* easy, VFSCurlData& data);
+/// Leaves nothing on the handle that points to the request or belongs to it alone.
+void clear(CURL* easy);
+
+} // namespace RequestOptions

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <tavrel/HTTPCurl.h>
+
+/// The settings of an HTTPCurl and the results of its last request.
+struct HTTPCurl::State
+{
+    bool binaryMode = false;
+    QByteArray response;
+    QByteArray binaryResponse;
+    long responseCode = 0;
+    int timeOut = -1;
+    bool wasRedirected = false;
+    QString redirectedUrl;
+    QJsonDocument lastJsonSent;
+    QString userAgentHeader;
+    QString userAgent;
+    QString userAgentExtension;
+    qint64 limitDownload = -1;
+
+    bool isRunning = false; ///< from the start of a request until its result is known
+    bool hasSignalledInterruption = false; ///< in this request
+};
