@@ -162,9 +162,11 @@ private:
     /// False, with REQUEST_IN_PROGRESS, within a request.
     bool checkIdle();
     void setResult(CURLcode code);
+    void resetResults();
     CURLcode performRequest(CURL* handle, const QString& url);
     bool performPost(curl_httppost* form, const QString& url);
     void signalInterruption();
+    static size_t readHeader(char* line, size_t size, size_t count, void* client);
     void buildUserAgentHeader();
     bool addFilePart(curl_httppost*& first, curl_httppost*& last, const QString& fileName, const QByteArray& bytes);
     bool checkFormAdded(CURLFORMcode code, int line);

@@ -191,9 +191,10 @@ int FTPSession::perform(VFSCurlData& data)
     code = run(data);
     if (isTls13Refused(code)) {
         capTls();
-        code = rewind(data, position) ? run(data) : code;
+    } else if (!isReconnectionRefused(code)) {
+        return code;
     }
-    return code;
+    return rewind(data, position) ? run(data) : code;
 }
 
 int FTPSession::performCommand(VFSCurlData& data, const QString& command)
@@ -260,6 +261,13 @@ bool FTPSession::isTls13Refused(CURLcode code) const
     const bool isLost = code == CURLE_PARTIAL_FILE || code == CURLE_SEND_ERROR || code == CURLE_RECV_ERROR;
     const QString reply = mLastReply.left(REPLY_CODE_SIZE);
     return isOverTls(mProtocol) && !mIsTlsCapped && isLost && DATA_CONNECTION_REPLIES.contains(reply);
+}
+
+/// libcurl takes a connection for dead that is used again and brings no bytes, like those of an empty file. Some
+/// versions (8.14) then fail to connect anew, as if that were a redirection.
+bool FTPSession::isReconnectionRefused(CURLcode code) const
+{
+    return mProtocol == FTPSettings::SFTP && code == CURLE_TOO_MANY_REDIRECTS;
 }
 
 void FTPSession::capTls()

@@ -65,6 +65,7 @@ private:
     bool mayHaveLostDirectory(const VFSCurlData& data) const;
     void replaceConnection();
     bool isTls13Refused(CURLcode code) const;
+    bool isReconnectionRefused(CURLcode code) const;
     void capTls();
     void setSecurity();
 

@@ -20,4 +20,5 @@ struct HTTPCurl::State
 
     bool isRunning = false; ///< from the start of a request until its result is known
     bool hasSignalledInterruption = false; ///< in this request
+    bool isHeadOpen = false; ///< the blank line that ends the head of an answer has not arrived
 };

@@ -91,6 +91,12 @@ private Q_SLOTS:
         row("putData: target is empty", FTP(putFile("", "", true)));
         row("getFile: source is empty", FTP(getFile("", "")));
         row("putFile: source cant be opened /no/such", FTP(putFile("/no/such", "a", false)));
+        row("internal_chmod: 10000 is not between 0 and 7777", FTP(internal_chmod("a", 010000)));
+        row("setFilePermissions: 2775 is not between 0 and 777", [](FTPCurl& ftp) {
+            ftp.setFilePermissions(02775);
+            return ftp.filePermissions() != -1;
+        });
+        row("initHost: port 65536 is above 65535", FTP(initHost(FtpTarget(FTPSettings::FTP, 65536))));
         const auto odd = [](const char* name, const Operation& operation) {
             QTest::newRow(name) << operation << QString("%1: the path holds a control character").arg(name);
         };
@@ -98,7 +104,7 @@ private Q_SLOTS:
         odd("list", [](FTPCurl& ftp) { return ftp.list("a\r\nDELE b", *std::make_unique<VirtualFileList>()); });
         odd("createDirectory", FTP(createDirectoryIfNecessary("a\nb/c")));
         odd("internal_mkdir", FTP(internal_mkdir("a\rb")));
-        odd("internal_chmod", FTP(internal_chmod("a\nb", 0644)));
+        odd("internal_chmod", FTP(internal_chmod("a\tb", 0644)));
         odd("removeResource", FTP(removeResource(QString("a") + QChar(0) + "b")));
         odd("removeSimpleResource", FTP(removeSimpleResource("a\nb", false)));
         odd("putData", FTP(putData("x", "a\nb", true)));
@@ -203,6 +209,9 @@ private Q_SLOTS:
         row("a directory that exists", create, {}, "CWD www/a/b");
         row("a refused directory", create, { "CWD www/a/b", "MKD" }, "CWD www/a/b|CWD /|CWD www/a|CWD /|MKD www/a/b",
             failure("Can't createDirectory /./www/a/b", CURLE_QUOTE_ERROR));
+        row(
+            "a directory that was just listed", [](FTPCurl& ftp) { return listing(ftp) && ftp.createDirectory("img"); },
+            {}, "CWD www/img|PASV|TYPE A|LIST -a|CWD /|CWD /|CWD www/img");
         row("a mode", FTP(internal_chmod("a b/", 644)), {}, "CHMOD 1204 www/a b");
         row("a mode, tried twice", FTP(internal_chmod("/a", 0755)), { "CHMOD" }, "CHMOD 0755 a|SITE CHMOD 0755 a");
         row("no mode", FTP(internal_chmod("a", -1)), {}, "");
@@ -284,9 +293,56 @@ private Q_SLOTS:
         QVERIFY(signalled.first().at(1) == 4 && signalled.first().at(2) == 9);
     }
 
+    void refusesOperationsFromItsSlots()
+    {
+        Session session;
+        FTPCurl& ftp = session.ftp;
+        bool exists = false;
+        const QList<std::function<void()>> operations { [&] { ftp.close(); }, [&] { ftp.clearProperties(); },
+            [&] { QVERIFY(!ftp.initHost(FtpTarget(FTPSettings::FTP, 1))); },
+            [&] { QVERIFY(!ftp.resourceExists("a", exists)); },
+            [&] { QVERIFY(!ftp.createDirectoryIfNecessary("a/b")); },
+            [&] { QVERIFY(!ftp.removeSimpleResource("a", false)); } };
+        QSet<QString> refusals;
+        int turn = 0;
+        connect(&ftp, &FTPCurl::infoServer, this, [&] {
+            operations.at(turn++ % operations.size())();
+            refusals << ftp.error().name();
+        });
+        QVERIFY(ftp.putData("content", "a", false));
+        QVERIFY(!ftp.hasError());
+        QCOMPARE(session.server.uploaded(), QByteArray("content"));
+        QCOMPARE(refusals, QSet<QString>({ "REQUEST_IN_PROGRESS" }));
+        QVERIFY(turn >= operations.size());
+        QVERIFY(ftp.resourceExists("b", exists));
+    }
+
+    void sendsNoPasswordWithoutTls()
+    {
+        FtpPlay play;
+        play.replies = { { "AUTH", "500 what" } };
+        QByteArrayList sent;
+        play.onCommand = [&sent](const QByteArray& command) { sent << command; };
+        ScriptedFtpServer server(play);
+        Thread interrupted;
+        interrupted.requestInterruption();
+        FTPCurl ftp;
+        interrupted.addThreadableChild(&ftp);
+        QVERIFY(!ftp.initHost(FtpTarget(FTPSettings::FTPS_EXPLICIT, server.port())));
+        ftp.setThreadForInterrupt(nullptr);
+        QVERIFY(!ftp.removeSimpleResource("a", false));
+        QCOMPARE(ftp.error(), ErrorableCode::of(CURLE_USE_SSL_FAILED));
+        QCOMPARE(sent, QByteArrayList({ "AUTH SSL", "AUTH TLS" }));
+    }
+
     void uploadsOnlyWhatItCanRead()
     {
         Session session;
+        QBuffer rest;
+        rest.setData("content");
+        QVERIFY(rest.open(QIODevice::ReadOnly) && rest.seek(3));
+        QVERIFY(session.ftp.putDataFromIoDevice(&rest, "memory", "a"));
+        QCOMPARE(session.server.uploaded(), QByteArray("tent"));
         QFile missing("/no/such");
         QVERIFY(!session.ftp.putDataFromIoDevice(&missing, "missing", "a"));
         QCOMPARE(session.ftp.error(), ErrorableCode::of(CURLE_ABORTED_BY_CALLBACK));
@@ -295,6 +351,7 @@ private Q_SLOTS:
         sink.open(QIODevice::WriteOnly);
         QVERIFY(!session.ftp.putDataFromIoDevice(&sink, "a sink", "a") && !sink.isOpen());
         QCOMPARE(session.ftp.error(), ErrorableCode::of(CURLE_READ_ERROR));
+        QCOMPARE(session.server.commands().count("STOR a"), 1);
     }
 
     void writesOnlyWhatArrives()
