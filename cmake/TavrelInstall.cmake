@@ -16,7 +16,7 @@ set_target_properties(tavrel PROPERTIES
 target_compile_features(tavrel PUBLIC cxx_std_17)
 target_link_libraries(tavrel
     PUBLIC Qt5::Core Qt5::Xml CURL::libcurl
-    PRIVATE Qt5::Network Qt5::Widgets OpenSSL::Crypto $<BUILD_INTERFACE:tavrel_compile_options>)
+    PRIVATE Qt5::Network Qt5::Widgets OpenSSL::Crypto OpenSSL::SSL $<BUILD_INTERFACE:tavrel_compile_options>)
 if(NOT TAVREL_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang" AND NOT APPLE AND NOT WIN32)
     target_link_options(tavrel PRIVATE -Wl,--no-undefined)
 endif()
@@ -46,7 +46,7 @@ install(FILES ${public_headers} "${PROJECT_BINARY_DIR}/exports/tavrel/tavrel_exp
 foreach(layer IN LISTS TAVREL_EXPORTED_PLATFORM)
     install(DIRECTORY "${PROJECT_SOURCE_DIR}/platform/${layer}" "${PROJECT_BINARY_DIR}/exports/${layer}"
         DESTINATION ${TAVREL_PLATFORM_INCLUDEDIR}
-        FILES_MATCHING PATTERN "*.h")
+        FILES_MATCHING PATTERN "*.h" PATTERN "TlsResumption.h" EXCLUDE)
 endforeach()
 
 set(config_dir "${CMAKE_INSTALL_LIBDIR}/cmake/Tavrel")

@@ -31,10 +31,6 @@ class QIODevice;
  * "code" whose message names the operation. After any failure the session can be used again; a connection that may
  * be in disorder is replaced. Certificates and host keys are not verified.
  *
- * A server may demand that data connections resume the TLS session of the control connection, which libcurl does not
- * do reliably with TLS 1.3. When a data connection fails over FTPS, the session goes on with TLS 1.2 at most, and
- * repeats the request once if its device can be brought back to where it was.
- *
  * Cancellation: tie the object to a Thread with Thread::addThreadableChild(); after requestInterruption() on that
  * thread, every operation returns within 0.3 s, with INTERRUPTED or CURLE_ABORTED_BY_CALLBACK. Closing a session and
  * destroying the object never wait for the server.

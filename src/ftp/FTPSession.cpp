@@ -16,9 +16,9 @@ namespace {
 constexpr long FTP_UPLOAD_BUFFER_BYTES = 128L * 1024;
 constexpr long SFTP_UPLOAD_BUFFER_BYTES = 2L * 1024 * 1024;
 
-/// The first digits of the last line of a server that was to open, or did not accept, a data connection.
-const QStringList DATA_CONNECTION_REPLIES { QStringLiteral("125"), QStringLiteral("150"), QStringLiteral("425"),
-    QStringLiteral("450"), QStringLiteral("522") };
+/// The first digits of the reply after which a server and libcurl open a data connection.
+const QStringList DATA_CONNECTION_REPLIES { QStringLiteral("125"), QStringLiteral("150"), QStringLiteral("227"),
+    QStringLiteral("229") };
 constexpr int REPLY_CODE_SIZE = 3;
 constexpr int NO_SESSION = -1;
 
@@ -133,11 +133,14 @@ void FTPSession::setSecurity()
     if (isOverTls(mProtocol)) {
         curl_easy_setopt(mHandle, CURLOPT_SSL_VERIFYHOST, 0L);
         curl_easy_setopt(mHandle, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_DEFAULT));
+        if (TlsResumption::isUsable(curl_version_info(CURLVERSION_NOW)->ssl_version)) {
+            curl_easy_setopt(mHandle, CURLOPT_SSL_CTX_FUNCTION, useTlsContext);
+            curl_easy_setopt(mHandle, CURLOPT_SSL_CTX_DATA, this);
+        }
     }
     // Not for SFTP: it does not use TLS, and since 8.20 libcurl would log in anew for each request.
     const auto level = isOverTls(mProtocol) ? CURLUSESSL_ALL : CURLUSESSL_NONE;
     curl_easy_setopt(mHandle, CURLOPT_USE_SSL, static_cast<long>(level));
-    mIsTlsCapped = false;
 }
 
 void FTPSession::setProxy(const QNetworkProxy& proxy)
@@ -189,12 +192,8 @@ int FTPSession::perform(VFSCurlData& data)
     }
     const qint64 position = positionOf(data.device);
     code = run(data);
-    if (isTls13Refused(code)) {
-        capTls();
-    } else if (!isReconnectionRefused(code)) {
-        return code;
-    }
-    return rewind(data, position) ? run(data) : code;
+    const bool isRepeated = isReconnectionRefused(code, data.type) && rewind(data, position);
+    return isRepeated ? run(data) : code;
 }
 
 int FTPSession::performCommand(VFSCurlData& data, const QString& command)
@@ -229,6 +228,7 @@ CURLcode FTPSession::run(VFSCurlData& data)
 CURLcode FTPSession::runOnce(VFSCurlData& data)
 {
     mProgressThrottle.start(data.lastProgress);
+    mLastReply = QString();
     RequestOptions::set(mHandle, data);
     const CURLcode code = mLoop->perform(mHandle, data.owner->interruption());
     RequestOptions::clear(mHandle);
@@ -254,25 +254,19 @@ void FTPSession::replaceConnection()
     mIsDirectoryDoubtful = false;
 }
 
-/// Whether a data connection failed that may have to resume the TLS session of the control connection, as many servers
-/// demand. libcurl does so reliably up to TLS 1.2 only, where a session can be resumed any number of times.
-bool FTPSession::isTls13Refused(CURLcode code) const
+/// libcurl takes a connection for dead that is used again and brings no bytes, like those of an empty file, and connects
+/// anew. It refuses to do so for each sixth time in a session, and some versions (8.14) every time, as if that were a
+/// redirection.
+bool FTPSession::isReconnectionRefused(CURLcode code, int type) const
 {
-    const bool isLost = code == CURLE_PARTIAL_FILE || code == CURLE_SEND_ERROR || code == CURLE_RECV_ERROR;
-    const QString reply = mLastReply.left(REPLY_CODE_SIZE);
-    return isOverTls(mProtocol) && !mIsTlsCapped && isLost && DATA_CONNECTION_REPLIES.contains(reply);
+    return mProtocol == FTPSettings::SFTP && type != VFSCurlData::Upload
+        && (code == CURLE_SEND_ERROR || code == CURLE_TOO_MANY_REDIRECTS);
 }
 
-/// libcurl takes a connection for dead that is used again and brings no bytes, like those of an empty file. Some
-/// versions (8.14) then fail to connect anew, as if that were a redirection.
-bool FTPSession::isReconnectionRefused(CURLcode code) const
+CURLcode FTPSession::useTlsContext(CURL* /*easy*/, void* context, void* self)
 {
-    return mProtocol == FTPSettings::SFTP && code == CURLE_TOO_MANY_REDIRECTS;
-}
-
-void FTPSession::capTls()
-{
-    mIsTlsCapped = true;
-    const long versions = static_cast<long>(CURL_SSLVERSION_DEFAULT) | static_cast<long>(CURL_SSLVERSION_MAX_TLSv1_2);
-    curl_easy_setopt(mHandle, CURLOPT_SSLVERSION, versions);
+    FTPSession& session = *static_cast<FTPSession*>(self);
+    const bool isData = DATA_CONNECTION_REPLIES.contains(session.mLastReply.left(REPLY_CODE_SIZE));
+    session.mTlsResumption.watch(context, isData ? TlsResumption::Role::Data : TlsResumption::Role::Control);
+    return CURLE_OK;
 }

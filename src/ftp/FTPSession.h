@@ -5,6 +5,7 @@
 #include <tavrel/FTPSettings.h>
 #include <tavrel/VFSCurlData.h>
 
+#include <cryptography/TlsResumption.h>
 #include <transfer/TransferLoop.h>
 
 #include <QNetworkProxy>
@@ -64,18 +65,17 @@ private:
     /// somebody may have removed it since.
     bool mayHaveLostDirectory(const VFSCurlData& data) const;
     void replaceConnection();
-    bool isTls13Refused(CURLcode code) const;
-    bool isReconnectionRefused(CURLcode code) const;
-    void capTls();
+    bool isReconnectionRefused(CURLcode code, int type) const;
     void setSecurity();
+    static CURLcode useTlsContext(CURL* easy, void* context, void* self);
 
     CURL* mHandle = nullptr;
+    TlsResumption mTlsResumption; ///< before the loop, whose end closes the connections
     std::unique_ptr<TransferLoop> mLoop;
     FTPSettings::Protocol mProtocol = FTPSettings::FTP;
     bool mIsRunning = false;
-    bool mIsTlsCapped = false;
     ProgressThrottle mProgressThrottle;
-    QString mLastReply;
+    QString mLastReply; ///< in this request
     QString mDirectory; ///< of the last request, relative to the login directory; empty there
     bool mIsDirectoryDoubtful = false; ///< the last transfer in it failed
 };
