@@ -13,14 +13,16 @@ constexpr int MAX_DOUBLINGS = 6;
 constexpr std::chrono::milliseconds PAUSE_WITHOUT_SOCKET(1);
 constexpr long RECEIVE_BUFFER_BYTES = 512L * 1024;
 
+// An interrupted transfer does not wait for a name server that is silent. By number, as a program built with an older
+// libcurl may run with one that knows these options; the others refuse them.
+constexpr auto EASY_QUICK_EXIT = static_cast<CURLoption>(CURLOPTTYPE_LONG + 322); // since 7.87
+constexpr auto MULTI_QUICK_EXIT = static_cast<CURLMoption>(CURLOPTTYPE_LONG + 21); // since 8.20
+
 void tune(CURL* easy)
 {
     // The default of 16 KiB costs a large download nearly half of its speed.
     curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, RECEIVE_BUFFER_BYTES);
-#if LIBCURL_VERSION_NUM >= 0x075700
-    // An aborted transfer does not wait for a name server that is silent.
-    curl_easy_setopt(easy, CURLOPT_QUICK_EXIT, 1L);
-#endif
+    curl_easy_setopt(easy, EASY_QUICK_EXIT, 1L);
 }
 
 /// Short at first: what TLS has read ahead waits in its buffer, where no socket tells of it.
@@ -44,6 +46,7 @@ bool isRequested(const Interruption* interruption)
 TransferLoop::TransferLoop()
     : mMulti(curl_multi_init())
 {
+    curl_multi_setopt(mMulti.get(), MULTI_QUICK_EXIT, 1L);
 }
 
 TransferLoop::~TransferLoop()

@@ -4,6 +4,7 @@
 
 #include <foundation/Thread.h>
 
+#include <QNetworkProxyFactory>
 #include <QtTest>
 
 #include <thread>
@@ -18,6 +19,16 @@ static const Operation lists
 static const Operation tests = [](FTPCurl& ftp) { return ftp.resourceExists("dir/a", *std::make_unique<bool>()); };
 static const Operation makes = [](FTPCurl& ftp) { return ftp.internal_mkdir("dir"); };
 static const Operation removes = [](FTPCurl& ftp) { return ftp.removeResource("dir"); };
+
+/// Held while the system takes its time to name a proxy.
+static std::mutex systemIsSlow;
+
+/// Takes the place of Qt's own for the library, too.
+QList<QNetworkProxy> QNetworkProxyFactory::systemProxyForQuery(const QNetworkProxyQuery& /*query*/)
+{
+    const std::lock_guard<std::mutex> guard(systemIsSlow);
+    return { QNetworkProxy(QNetworkProxy::NoProxy) };
+}
 
 /// Asks for an interruption while the client is well into an operation.
 class Interrupter
@@ -107,6 +118,24 @@ private Q_SLOTS:
         sinceClosed.start();
         ftp.close();
         QVERIFY2(sinceClosed.elapsed() <= 300, qPrintable(QString::number(sinceClosed.elapsed())));
+    }
+
+    void isInterruptedWhileTheSystemLooksForItsProxy()
+    {
+        std::unique_lock<std::mutex> slowness(systemIsSlow);
+        Thread thread;
+        FTPCurl ftp;
+        thread.addThreadableChild(&ftp);
+        std::promise<void> now;
+        Interrupter interrupter(thread, now.get_future());
+        now.set_value();
+        QVERIFY(!ftp.initHost(FtpTarget(FTPSettings::FTP, 1)));
+        const qint64 elapsed = interrupter.elapsed();
+        QVERIFY2(elapsed <= 300, qPrintable(QString::number(elapsed)));
+        QCOMPARE(ftp.error(), ErrorableCode::of(FTPCurl::INTERRUPTED));
+        slowness.unlock();
+        ftp.setThreadForInterrupt(nullptr);
+        QVERIFY(ftp.initHost(FtpTarget(FTPSettings::FTP, 1)));
     }
 
     void goesOnAfterAFault_data()
