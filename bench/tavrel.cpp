@@ -44,7 +44,7 @@ bool finish(const HTTPCurl& client, bool success, double start)
 {
     if (!success) {
         // Not every code has a message; its name still tells why.
-        return fail(client.errorMessage().isEmpty() ? client.error().name() : client.errorMessage());
+        return fail(client.errorText());
     }
     reportSince(start);
     return true;

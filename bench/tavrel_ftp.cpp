@@ -188,7 +188,7 @@ bool run(const QStringList& arguments)
         success = success && runSubject(client, subject, arguments.mid(5));
         reportSince(start);
     }
-    return success || fail(client.errorMessage().isEmpty() ? client.error().name() : client.errorMessage());
+    return success || fail(client.errorText());
 }
 
 } // namespace

@@ -57,7 +57,5 @@ bool FormRequest::keepBinaryReply(const HTTPCurl& client)
 
 QString FormRequest::reasonOf(const HTTPCurl& client)
 {
-    // Not every code has a message; its name still tells why.
-    const QString reason = client.errorMessage().isEmpty() ? client.error().name() : client.errorMessage();
-    return QStringLiteral("%1 (status %2)").arg(reason, QString::number(client.HTTPResponseCode()));
+    return QStringLiteral("%1 (status %2)").arg(client.errorText(), QString::number(client.HTTPResponseCode()));
 }

@@ -37,9 +37,5 @@ bool Failure::isOfConnection(const ErrorableCode& code)
 
 QString Failure::reasonOf(const FTPCurl& client)
 {
-    if (!client.hasError()) {
-        return QStringLiteral("the server refused");
-    }
-    // Not every code has a message; its name still tells why.
-    return client.errorMessage().isEmpty() ? client.error().name() : client.errorMessage().simplified();
+    return client.hasError() ? client.errorText().simplified() : QStringLiteral("the server refused");
 }

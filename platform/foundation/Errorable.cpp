@@ -7,6 +7,12 @@ QString Errorable::errorMessage() const
     return hasError() ? sErrorMessages.value(mError) : QString();
 }
 
+QString Errorable::errorText() const
+{
+    const QString message = errorMessage();
+    return message.isEmpty() ? mError.name() : message;
+}
+
 void Errorable::clearError()
 {
     mError = ErrorableCode();

@@ -20,6 +20,10 @@ public:
     /// error().name() names the reason in either case.
     QString errorMessage() const;
 
+    /// The reason as text for people: errorMessage() or, where no text is registered, the name of the code. Empty
+    /// without an error.
+    QString errorText() const;
+
     bool hasError() const { return !mError.isNull(); }
     void clearError();
     void _setError(const ErrorableCode& code);

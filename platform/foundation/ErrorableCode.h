@@ -7,6 +7,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <type_traits>
+
 /**
  * The reason of a failure: a value of some enum type, with the name of that value and the place that raised
  * it.
@@ -27,6 +29,7 @@ public:
     /// The comparison key of an enum value: type and value only.
     template <class E> static ErrorableCode of(E value)
     {
+        static_assert(std::is_enum_v<E>, "an error code is a value of an enum type, such as HTTPCurl::NOT_FOUND_4XX");
         return ErrorableCode(TypeUtils::name<E>(), static_cast<int>(value));
     }
 
