@@ -30,14 +30,25 @@ std::int64_t difference(std::int64_t a, std::int64_t b)
     return static_cast<std::int64_t>(static_cast<std::uint64_t>(a) - static_cast<std::uint64_t>(b));
 }
 
+/// gmtime() without the buffer that it shares with every other call in the process.
+std::tm utc(std::time_t time)
+{
+    std::tm parts {};
+#ifdef _WIN32
+    gmtime_s(&parts, &time);
+#else
+    gmtime_r(&time, &parts);
+#endif
+    return parts;
+}
+
 /// What the system's clock shows at 1970-01-01 00:00 UTC; 0 wherever time starts there.
 std::int64_t base()
 {
     static const std::int64_t sBase = [] {
-        const std::time_t zero = 0;
-        const std::tm* const parts = std::gmtime(&zero);
-        const std::int64_t day = CalendarTime::ofDay(parts->tm_year + 1900, parts->tm_mon, parts->tm_mday);
-        return -(day + parts->tm_hour * SECONDS_PER_HOUR + parts->tm_min * SECONDS_PER_MINUTE + parts->tm_sec);
+        const std::tm parts = utc(0);
+        const std::int64_t day = CalendarTime::ofDay(parts.tm_year + 1900, parts.tm_mon, parts.tm_mday);
+        return -(day + parts.tm_hour * SECONDS_PER_HOUR + parts.tm_min * SECONDS_PER_MINUTE + parts.tm_sec);
     }();
     return sBase;
 }
