@@ -10,8 +10,8 @@ class TAVREL_EXPORT HttpQuerySingleParameter
 public:
     HttpQuerySingleParameter() = default;
 
-    const QString& key() const { return mKey; }
-    const QString& value() const { return mValue; }
+    QString key() const { return mKey; }
+    QString value() const { return mValue; }
     /// True when the value is percent-encoded where the list is rendered.
     bool encoded() const { return mEncoded; }
 
