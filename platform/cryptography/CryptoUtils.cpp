@@ -101,6 +101,9 @@ QByteArray CryptoUtils::AES128_decrypt(const QByteArray& data, const QByteArray&
 
 QByteArray CryptoUtils::generateRandomKey(int bits)
 {
+    if (bits <= 0) {
+        return QByteArray();
+    }
     const ErrorSweeper sweeper;
     QByteArray key(bits / BITS_PER_BYTE, Qt::Uninitialized);
     return RAND_bytes(bytesOf(key), key.size()) == 1 ? key : QByteArray();
