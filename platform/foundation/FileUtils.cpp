@@ -1,20 +1,55 @@
 #include "FileUtils.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QLocale>
 #include <QSaveFile>
 #include <QTemporaryFile>
 
+#ifdef Q_OS_WIN
+#include <io.h>
+#else
+#include <fcntl.h>
+#include <unistd.h>
+#endif
+
 namespace {
+
+#ifdef Q_OS_WIN
+bool syncToDisk(const QFileDevice& file)
+{
+    return _commit(file.handle()) == 0;
+}
+
+void syncFolderOf(const QString& /*path*/) { }
+#else
+bool syncToDisk(const QFileDevice& file)
+{
+    return fsync(file.handle()) == 0;
+}
+
+/// Makes the name of a new file survive a power failure. Best effort: not every file system can.
+void syncFolderOf(const QString& path)
+{
+    const int folder = open(QFile::encodeName(QFileInfo(path).path()).constData(), O_RDONLY | O_CLOEXEC);
+    if (folder >= 0) {
+        fsync(folder);
+        close(folder);
+    }
+}
+#endif
 
 /// Writes beside path and then takes its place. Without permissions, those of the system or of the old file hold.
 bool writeWhole(const QString& path, const QByteArray& bytes, QFile::Permissions permissions, QString* error)
 {
     QSaveFile file(path);
-    // A commit does not notice that what is still buffered finds no room: flush() does.
+    // A commit does not notice that what is still buffered finds no room: flush() does. It syncs the file to the disk
+    // before it renames it.
     const bool written = file.open(QIODevice::WriteOnly) && (!permissions || file.setPermissions(permissions))
         && file.write(bytes) == bytes.size() && file.flush() && file.commit();
-    if (!written && error) {
+    if (written) {
+        syncFolderOf(path);
+    } else if (error) {
         *error = file.errorString();
     }
     return written;
@@ -46,10 +81,13 @@ bool FileUtils::createPrivateFile(const QString& path, const QByteArray& bytes)
 {
     // A temporary file is its owner's alone from the start, and its renaming replaces nothing.
     QTemporaryFile file(path + QStringLiteral(".XXXXXX"));
-    if (!file.open() || file.write(bytes) != bytes.size() || !file.flush() || !file.rename(path)) {
+    const bool isWritten
+        = file.open() && file.write(bytes) == bytes.size() && file.flush() && syncToDisk(file) && file.rename(path);
+    if (!isWritten) {
         return false;
     }
     file.setAutoRemove(false);
+    syncFolderOf(path);
     return true;
 }
 
