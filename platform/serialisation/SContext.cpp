@@ -2,6 +2,7 @@
 
 #include "Serializable.h"
 
+#include <QRegularExpression>
 #include <QVariant>
 #include <QXmlStreamWriter>
 
@@ -12,6 +13,15 @@ namespace {
 const QString VALUE = QStringLiteral("val");
 const QString TRUE_TEXT = QStringLiteral("true");
 const QString FALSE_TEXT = QStringLiteral("false");
+
+/// The key, if it is a name in XML, else an empty text: such an element makes a file that no reader accepts, and
+/// Serializable does not save it. Other texts could make a readable file with other elements.
+QString elementName(const QString& key)
+{
+    static const QRegularExpression names(
+        QRegularExpression::anchoredPattern(QStringLiteral("[\\p{L}_][\\p{L}\\p{N}_.-]*")));
+    return names.match(key).hasMatch() ? key : QString();
+}
 
 } // namespace
 
@@ -30,7 +40,7 @@ SContext::SContext(const QDomElement& element)
 void SContext::member(const QString& key, Serializable* object)
 {
     if (mMode == Writing) {
-        mWriter->writeStartElement(key);
+        mWriter->writeStartElement(elementName(key));
         object->syncWith(*this);
         mWriter->writeEndElement();
         return;
@@ -48,7 +58,7 @@ template <class Convert> void SContext::scalar(const QString& key, const Convert
     QString text;
     if (mMode == Writing) {
         convert(text);
-        mWriter->writeStartElement(key);
+        mWriter->writeStartElement(elementName(key));
         mWriter->writeAttribute(VALUE, text);
         mWriter->writeEndElement();
         return;

@@ -24,7 +24,8 @@ public:
     /// Reads the children of element.
     explicit SContext(const QDomElement& element);
 
-    /// Writes or reads a nested object under key. When it is read and there is no such element, it stays as it is.
+    /// Writes or reads a nested object under key, which is a name in XML. When it is read and there is no such element,
+    /// it stays as it is.
     virtual void member(const QString& key, Serializable* object);
     virtual ~SContext() = default;
 

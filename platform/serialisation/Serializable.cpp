@@ -11,8 +11,8 @@
 
 namespace {
 
-constexpr qint64 LARGEST_FILE = 1024LL * 1024;
-constexpr int DEEPEST_NESTING = 32;
+constexpr qint64 MAX_FILE_BYTES = 1024LL * 1024;
+constexpr int MAX_NESTING = 32;
 
 /// Whether bytes are XML that is safe to make a tree of: the tree is walked recursively, and its entities expanded.
 bool isHarmless(const QByteArray& xml)
@@ -32,11 +32,17 @@ bool isHarmless(const QByteArray& xml)
         default:
             break;
         }
-        if (depth > DEEPEST_NESTING) {
+        if (depth > MAX_NESTING) {
             return false;
         }
     }
     return !reader.hasError();
+}
+
+/// Reads the file of a class; false for any other bytes.
+bool read(const QByteArray& xml, const QString& className, QDomDocument& document)
+{
+    return isHarmless(xml) && document.setContent(xml) && document.documentElement().tagName() == className;
 }
 
 } // namespace
@@ -46,16 +52,31 @@ Serializable::Serializable(bool polyUse)
 {
 }
 
+Serializable::Serializable(const Serializable& other)
+    : mPolyUse(other.mPolyUse)
+{
+}
+
+Serializable& Serializable::operator=(const Serializable& other)
+{
+    mPolyUse = other.mPolyUse;
+    return *this;
+}
+
 bool Serializable::save(const QString& path, Serializable* object)
 {
-    const QByteArray xml = (object ? object : this)->toXml();
-    return !xml.isEmpty() && FileUtils::writePrivateFile(path, xml);
+    Serializable& source = object ? *object : *this;
+    const QByteArray xml = source.toXml();
+    QDomDocument document;
+    // A file that load() would refuse must not replace a good one.
+    return xml.size() <= MAX_FILE_BYTES && read(xml, source.className(), document)
+        && FileUtils::writePrivateFile(path, xml);
 }
 
 bool Serializable::load(const QString& path)
 {
     QFile file(path);
-    return file.open(QIODevice::ReadOnly) && file.size() <= LARGEST_FILE && fromXml(file.read(LARGEST_FILE));
+    return file.open(QIODevice::ReadOnly) && file.size() <= MAX_FILE_BYTES && fromXml(file.read(MAX_FILE_BYTES));
 }
 
 bool Serializable::copy(const Serializable* other)
@@ -80,7 +101,7 @@ QByteArray Serializable::toXml()
 bool Serializable::fromXml(const QByteArray& xml)
 {
     QDomDocument document;
-    if (!isHarmless(xml) || !document.setContent(xml) || document.documentElement().tagName() != className()) {
+    if (!read(xml, className(), document)) {
         return false;
     }
     SContext context(document.documentElement());

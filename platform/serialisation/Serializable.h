@@ -30,9 +30,11 @@ public:
     virtual ~Serializable() = default;
 
     /// Saves object, or this object if it is null, to a file. False, and the file is as it was, when it cannot be
-    /// written or holds a text that XML cannot carry (control characters).
+    /// written or load() would refuse it: it would be larger than 1 MiB or nested deeper than 32 elements, hold a text
+    /// that XML cannot carry (control characters), or a key that is no XML name.
     virtual bool save(const QString& path, Serializable* object);
-    /// The name of the root element: the name of the class.
+    /// The name of the root element: by default the name of the class. A class derived from a persisted record
+    /// overrides this to return the record's name when it is to read and write the record's files.
     virtual QString className() const;
     virtual QString classNameForInstMap() const;
     virtual bool isPolyUse() const { return mPolyUse; }
@@ -42,16 +44,19 @@ public:
     /// Takes over the members of other, as a save and a load would; false when it is of another class.
     virtual bool copy(const Serializable* other);
 
-    /// Loads a file that was saved by this class. False when the file is missing, larger than 1 MiB, not XML, nested
-    /// deeper than 32 elements, of another class, or has a document type (whose entities are never looked at).
+    /// Loads a file that was saved by this class. A member that the file does not hold keeps its value, so load into a
+    /// new object unless you want a mixture. False when the file is missing, larger than 1 MiB, not XML, nested deeper
+    /// than 32 elements, of another class (see className()), or has a document type (whose entities are never
+    /// expanded).
     bool load(const QString& path);
 
     bool isReadingMode() const;
     bool isWritingMode() const;
 
 protected:
-    Serializable(const Serializable& other) = default;
-    Serializable& operator=(const Serializable& other) = default;
+    /// A copy takes no part in a saving or loading of other that is under way, and an assignment ends none of this.
+    Serializable(const Serializable& other);
+    Serializable& operator=(const Serializable& other);
 
     /// For sync(): writes or reads one member; see SContext.
     template <class T> void member(const QString& key, T& value)
