@@ -1,5 +1,6 @@
 # The shared library itself, and what a consumer finds after `cmake --install`.
 include(CMakePackageConfigHelpers)
+include(CheckCXXSourceCompiles)
 include(GenerateExportHeader)
 
 # The platform layers that public headers include.
@@ -19,6 +20,13 @@ target_link_libraries(tavrel
     PRIVATE Qt5::Network Qt5::Widgets OpenSSL::Crypto OpenSSL::SSL $<BUILD_INTERFACE:tavrel_compile_options>)
 if(NOT TAVREL_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang" AND NOT APPLE AND NOT WIN32)
     target_link_options(tavrel PRIVATE -Wl,--no-undefined)
+endif()
+# A function of the application with the same name and signature as one of ours does not replace ours.
+set(CMAKE_REQUIRED_LINK_OPTIONS -Wl,-Bsymbolic-functions)
+check_cxx_source_compiles("int main() { return 0; }" TAVREL_HAS_BSYMBOLIC_FUNCTIONS)
+unset(CMAKE_REQUIRED_LINK_OPTIONS)
+if(TAVREL_HAS_BSYMBOLIC_FUNCTIONS)
+    target_link_options(tavrel PRIVATE -Wl,-Bsymbolic-functions)
 endif()
 target_include_directories(tavrel PUBLIC
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>

@@ -34,6 +34,9 @@ separate_arguments(flags UNIX_COMMAND "${output}")
 run("${CXX}" ${strict} -fPIC -I "${SOURCE_DIR}/examples/common" "${SOURCE_DIR}/examples/post/main.cpp"
     "${SOURCE_DIR}/examples/common/FormRequest.cpp" "${SOURCE_DIR}/examples/common/ProgressLine.cpp" -o "${work}/with-pkg-config" ${flags} -Wl,-rpath,${libdir})
 run("${work}/with-pkg-config" --help)
+run("${CXX}" ${strict} -fPIC "${SOURCE_DIR}/tests/package/OwnFileUtils.cpp" -o "${work}/own-file-utils" ${flags}
+    -Wl,-rpath,${libdir})
+run("${work}/own-file-utils" "${work}/settings.xml")
 
 # Each header alone.
 file(GLOB_RECURSE headers RELATIVE "${prefix}/include" "${prefix}/include/*.h")
