@@ -26,6 +26,8 @@ void FTPSettings::initPwdControl(QLineEdit* edit)
 {
     edit->setEchoMode(QLineEdit::PasswordEchoOnEdit);
     auto* shortcut = new QShortcut(QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::ALT + Qt::META + Qt::Key_P), edit);
+    // In the context of the window, two such fields would make the keys ambiguous and neither would obey.
+    shortcut->setContext(Qt::WidgetShortcut);
     const QPointer<QLineEdit> guarded(edit);
     QObject::connect(shortcut, &QShortcut::activated, shortcut, [guarded] {
         if (guarded) {
