@@ -5,6 +5,33 @@
 
 Q_LOGGING_CATEGORY(tavrelLog, "tavrel")
 
+namespace {
+
+bool isPrintable(QChar character, bool isText)
+{
+    if (character == QLatin1Char('\n') || character == QLatin1Char('\r') || character == QLatin1Char('\t')) {
+        return true;
+    }
+    return isText ? character.category() != QChar::Other_Control : character >= ' ' && character <= '~';
+}
+
+/// All of the bytes as text: a NUL would end the entry in many places where it is written to. Bytes that are not UTF-8
+/// are shown one by one.
+QString printable(const QByteArray& bytes)
+{
+    const QString decoded = QString::fromUtf8(bytes.constData(), bytes.size());
+    const bool isText = decoded.toUtf8() == bytes;
+    QString text;
+    for (const QChar character : isText ? decoded : QString::fromLatin1(bytes.constData(), bytes.size())) {
+        text += isPrintable(character, isText)
+            ? QString(character)
+            : QStringLiteral("\\x%1").arg(character.unicode(), 2, 16, QLatin1Char('0'));
+    }
+    return text;
+}
+
+} // namespace
+
 LogUtils::LogUtils(int type, const char* file, const char* function, int line)
     : mType(type)
     , mFile(file)
@@ -31,9 +58,9 @@ LogUtils& LogUtils::operator<<(const char* utf8)
     return *this << QString::fromUtf8(utf8);
 }
 
-LogUtils& LogUtils::operator<<(const QByteArray& utf8)
+LogUtils& LogUtils::operator<<(const QByteArray& bytes)
 {
-    return *this << QString::fromUtf8(utf8);
+    return *this << printable(bytes);
 }
 
 void LogUtils::checkSpacing()

@@ -27,7 +27,8 @@ public:
     /// Appends text as it stands; nothing is put between two pieces.
     LogUtils& operator<<(const QString& text);
     LogUtils& operator<<(const char* utf8);
-    LogUtils& operator<<(const QByteArray& utf8);
+    /// Bytes that may be anything: what is no printable UTF-8 appears as "\x00".
+    LogUtils& operator<<(const QByteArray& bytes);
 
     /// Closes the entry: blanks and line breaks at its end are dropped.
     void checkSpacing();
