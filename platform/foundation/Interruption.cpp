@@ -2,6 +2,21 @@
 
 #include <utility>
 
+bool Interruption::isRequested() const
+{
+    if (mRequested.load()) {
+        return true;
+    }
+    const std::lock_guard<std::mutex> guard(mSourceMutex);
+    return mSource && mSource();
+}
+
+void Interruption::setSource(std::function<bool()> source)
+{
+    const std::lock_guard<std::mutex> guard(mSourceMutex);
+    mSource = std::move(source);
+}
+
 void Interruption::request()
 {
     mRequested.store(true);

@@ -9,26 +9,32 @@
 #include <mutex>
 
 /**
- * The wish that some work stops, shared by the one who wishes and the ones who work. Every function may be called from
+ * A cancellation flag, shared by those who may cancel some work and those who do it. Every function may be called from
  * any thread.
  *
- * Work that looks at the flag often enough needs nothing else. Work that may sleep in a call of the system leaves a
- * wake-up for as long as it lasts; see Interruption::WakeUp.
+ * Work that checks the flag often enough needs nothing else. Work that may block in a system call registers a wake-up
+ * for as long as it lasts; see Interruption::WakeUp.
  */
 class FOUNDATION_EXPORT Interruption
 {
 public:
-    bool isRequested() const { return mRequested.load(); }
+    /// True after request(), and while the source says so.
+    bool isRequested() const;
     /// Sets the flag, then runs the wake-ups on the calling thread.
     void request();
+    /// Resets the flag. The source is not affected.
     void clear() { mRequested.store(false); }
 
-    /// Has a function called by request(), until the object is gone. The function runs at any moment on any thread; it
-    /// is short, and makes or destroys no WakeUp.
+    /// Registers a second flag that isRequested() checks, or removes it with a null function. When this returns, no
+    /// call of the previous source is under way. The source is short and must not call this object.
+    void setSource(std::function<bool()> source);
+
+    /// Registers a callback of request() for this object's lifetime. It may run at any moment on any thread, so it is
+    /// short; it must not create or destroy a WakeUp.
     class FOUNDATION_EXPORT WakeUp
     {
     public:
-        /// Without an interruption there is nothing to wake up for.
+        /// A null interruption is allowed: nothing is registered then.
         WakeUp(std::shared_ptr<Interruption> interruption, std::function<void()> function);
         /// Waits for a call that is under way.
         ~WakeUp();
@@ -45,4 +51,6 @@ private:
     std::atomic<bool> mRequested { false };
     std::mutex mMutex;
     std::list<std::function<void()>> mWakeUps;
+    mutable std::mutex mSourceMutex; ///< not mMutex, as a wake-up may ask isRequested()
+    std::function<bool()> mSource;
 };

@@ -10,10 +10,15 @@
 class Threadable;
 
 /**
- * A QThread that carries its interruption to the objects that work on it.
+ * A QThread that passes its interruption on to the objects that work on it.
  *
- * Destroying a running Thread interrupts it and waits for its end. A subclass whose run() uses members of its
- * own calls interruptAndWait() in its destructor, as those members are gone when the one of this class runs.
+ * An interruption stays until the thread starts again: a child that is used after the end of the thread still sees it.
+ * QThread::requestInterruption() and QThread::start(), called through a pointer to the base, have the same effects with
+ * two exceptions: that interruption ends with run(), and it does not wake up work that is blocked in a system call.
+ *
+ * Destroying a running Thread interrupts it, quits its event loop and waits for its end. A subclass whose run() uses
+ * members of its own calls interruptAndWait() in its destructor, as those members are gone when the one of this class
+ * runs.
  *
  * requestInterruption() and isInterruptionRequested() may be called from any thread.
  */
@@ -28,23 +33,28 @@ public:
     /// Lets child see the interruption of this thread. The child stays its owner's.
     void addThreadableChild(Threadable* child);
 
-    /// Starts run() and forgets an interruption that was asked for before. Does nothing while running.
+    /// Starts run() and forgets an earlier interruption. Does nothing while running.
     void start(Priority priority = InheritPriority);
 
-    /// Asks what runs on this thread to stop soon. The wish lasts until the next start.
+    /// Asks the work on this thread to stop soon.
     virtual void requestInterruption();
     bool isInterruptionRequested() const;
 
     /// Called after run() has returned, by the event loop of the thread in which this object lives.
     virtual void onFinished();
 
-    /// What Threadable objects look at; stays valid after this object is gone.
+    /// The flag that Threadable objects check; it outlives this object.
     std::shared_ptr<Interruption> interruption() const;
 
 protected:
+    /// Forgets an interruption, also while running. The next start keeps one that is requested from here on.
     void clearInterruption();
     void interruptAndWait();
 
 private:
+    void forgetOldInterruption();
+
     std::shared_ptr<Interruption> mInterruption;
+    std::atomic<bool> mIsCleared { false }; ///< since the last start
+    std::atomic<bool> mIsFlagOutdated { false }; ///< the flag of QThread was set before the last clearInterruption()
 };

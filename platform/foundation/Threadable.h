@@ -12,8 +12,8 @@ class Thread;
 /**
  * Base of the objects whose work can be stopped by asking a Thread for interruption.
  *
- * setThreadForInterrupt() is called before the work begins. isInterruptionRequested() may be asked at any
- * moment and costs one atomic read; the Thread may be gone by then.
+ * setThreadForInterrupt() is called before the work begins. isInterruptionRequested() may be called at any moment, also
+ * after the Thread is gone. An interruption stays until the Thread starts again.
  */
 class FOUNDATION_EXPORT Threadable : public QObject
 {
