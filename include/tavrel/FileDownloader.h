@@ -6,7 +6,9 @@
 
 #include <QString>
 
+#include <atomic>
 #include <mutex>
+#include <thread>
 
 class HTTPCurl;
 
@@ -18,9 +20,9 @@ class HTTPCurl;
  * remove the destination first if it may be there.
  *
  * One download at a time. It can be started again from the moment done() is emitted, also from a slot of
- * done(). requestInterruption() ends it within 0.3 s with done(false); so does destroying the object, which
- * then waits for the thread. Do not destroy it from a slot that runs on the download thread; use
- * deleteLater() there.
+ * done() or finished(). requestInterruption() ends it within 0.3 s with done(false); so does destroying the object,
+ * which then waits for the thread. Do not destroy it from a slot that runs on the download thread; use deleteLater()
+ * there.
  *
  * download(), requestInterruption() and error() may be called from any thread. The signals are emitted on the
  * download thread.
@@ -53,11 +55,15 @@ protected:
     void run() override;
 
 private:
-    bool begin(const QString& url, const QString& path);
+    enum Start { Refused, TakenUp, NeedsThread };
+
+    Start begin(const QString& url, const QString& path);
+    void launch();
+    void startThread();
     bool runOnce();
     bool fail(const QString& reason);
     void announce(bool success);
-    bool isStartedAgain();
+    bool takeUpNext();
 
     QString mUrl;
     QString mPath;
@@ -69,4 +75,6 @@ private:
     bool mDownloading = false; ///< from download() until done() is about to be emitted
     bool mRunning = false; ///< from download() until run() takes up no further download
     bool mClosing = false; ///< the destructor has begun
+    std::atomic<int> mRuns { 0 }; ///< how often run() was entered
+    std::thread mStarter; ///< starts this thread again for a slot of finished()
 };

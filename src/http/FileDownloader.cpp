@@ -22,34 +22,31 @@ FileDownloader::~FileDownloader()
         mClosing = true;
     }
     interruptAndWait();
+    if (mStarter.joinable()) {
+        mStarter.join();
+        wait();
+    }
 }
 
 void FileDownloader::download(const QString& url, const QString& path)
 {
-    if (!begin(url, path)) {
-        return;
-    }
-    wait(); // A run that has announced its end may not have returned yet.
-    QThread::start(); // Not Thread's, which would forget an interruption asked for since begin().
-    if (!isRunning() && !isFinished()) {
-        fail(QStringLiteral("Unable to start a thread"));
-        {
-            const std::lock_guard<std::mutex> guard(mMutex);
-            mRunning = false;
-        }
-        announce(false);
-    }
-}
-
-/// Takes a download up; true when the thread has to be started for it.
-bool FileDownloader::begin(const QString& url, const QString& path)
-{
-    const std::lock_guard<std::mutex> guard(mMutex);
-    if (mDownloading || mClosing) {
+    const Start start = begin(url, path);
+    if (start == NeedsThread) {
+        launch();
+    } else if (start == Refused) {
+        // Not while the lock is held: the application's message handler may call error().
         LogUtils log(LogUtils::Warning, __FILE__, "download", __LINE__);
         log << "a download is running, not started: " << path; // a URL may hold a password
         log.checkSpacing();
-        return false;
+    }
+}
+
+/// Takes a download up, unless one is running.
+FileDownloader::Start FileDownloader::begin(const QString& url, const QString& path)
+{
+    const std::lock_guard<std::mutex> guard(mMutex);
+    if (mDownloading || mClosing) {
+        return Refused;
     }
     mUrl = url;
     mPath = path;
@@ -57,9 +54,37 @@ bool FileDownloader::begin(const QString& url, const QString& path)
     mError.clear();
     mDownloading = true;
     clearInterruption();
-    const bool start = !mRunning;
+    const Start start = mRunning ? TakenUp : NeedsThread;
     mRunning = true;
     return start;
+}
+
+void FileDownloader::launch()
+{
+    if (QThread::currentThread() != this) {
+        startThread();
+        return;
+    }
+    // A slot of finished() is running, and a thread cannot wait for its own end.
+    if (mStarter.joinable()) {
+        mStarter.join();
+    }
+    mStarter = std::thread([this] { startThread(); });
+}
+
+void FileDownloader::startThread()
+{
+    const int runs = mRuns;
+    wait(); // A run that has announced its end may not have returned yet.
+    QThread::start(); // Not Thread's, which would forget an interruption requested since begin().
+    if (!isRunning() && mRuns == runs) {
+        fail(QStringLiteral("Unable to start a thread"));
+        {
+            const std::lock_guard<std::mutex> guard(mMutex);
+            mRunning = false;
+        }
+        announce(false);
+    }
 }
 
 QString FileDownloader::error() const
@@ -70,9 +95,10 @@ QString FileDownloader::error() const
 
 void FileDownloader::run()
 {
+    ++mRuns;
     do {
         announce(runOnce());
-    } while (isStartedAgain());
+    } while (takeUpNext());
 }
 
 void FileDownloader::announce(bool success)
@@ -84,8 +110,8 @@ void FileDownloader::announce(bool success)
     Q_EMIT done(success);
 }
 
-/// Whether a slot of done() has asked for another download.
-bool FileDownloader::isStartedAgain()
+/// Whether a slot of done() has asked for another download, which this run then serves.
+bool FileDownloader::takeUpNext()
 {
     const std::lock_guard<std::mutex> guard(mMutex);
     mRunning = mDownloading;
@@ -100,9 +126,7 @@ bool FileDownloader::runOnce()
     }
     if (!mClient->getFile(mUrl, mPartPath)) {
         QFile::remove(mPartPath);
-        const QString message = mClient->errorMessage();
-        // Not every code has a message; its name still tells why.
-        return fail(message.isEmpty() ? mClient->error().name() : message);
+        return fail(mClient->errorText());
     }
     // Deliberate: an existing destination stays, and the result of the rename does not count.
     QFile::rename(mPartPath, mPath);
