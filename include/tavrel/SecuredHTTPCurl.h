@@ -6,17 +6,19 @@
 #include <cryptography/CryptoUtils.h>
 
 /**
- * An HTTPCurl that enciphers what it posts and deciphers the replies, for a cooperating service.
+ * An HTTPCurl whose postForm() encrypts the form and decrypts the reply, for a cooperating service. postHttp(),
+ * postFormRaw() and GET requests send in plaintext; the replies of the two posts are decrypted all the same.
  *
- * Call handshake() once: it fetches the RSA public key of the service and shares an AES key under it. Then post as with
- * HTTPCurl. When the service has lost the session, a form post repeats the handshake and itself, once. The protocol
- * and what it protects from are described in docs/SECURED-PROTOCOL.md.
+ * Call handshake() once: it fetches the RSA public key of the service and shares an AES key under it. Then use
+ * postForm(). When the service has lost the session, it repeats the handshake and the post, once. The protocol and its
+ * limits are described in docs/SECURED-PROTOCOL.md.
  *
  * The AES key is made once per installation and kept in keyFilePath(), readable by its owner alone. Failures are left
- * in error() as with HTTPCurl, or as a value of this class's Error; a reply that failed is never left in response().
+ * in error() as with HTTPCurl, or as a value of this class's Error. After a failed handshake() or postForm(),
+ * response() and binaryResponse() are empty.
  *
- * GET requests, and everything while the crypted mode is off, go out as with HTTPCurl. Cancellation and threads: as
- * with HTTPCurl. Set the key path before the first object is made.
+ * While the crypted mode is off, everything works as with HTTPCurl. Cancellation and threads: as with HTTPCurl. Set the
+ * key path before the first object is made.
  */
 class TAVREL_EXPORT SecuredHTTPCurl : public HTTPCurl
 {
@@ -46,7 +48,7 @@ public:
     bool postForm(const QString& url, const QJsonObject& json);
     bool postForm(const QString& url, const QJsonObject& json, const QByteArray& fileData, bool binary);
 
-    /// Turns the protocol on, which it is at first, or off.
+    /// Turns the protocol on (the default) or off.
     void setCryptedMode(bool on) { mCryptedMode = on; }
     /// While on, posts and replies pass unenciphered; handshake() sets it for its own requests.
     void setHandshakeMode(bool on) { mHandshakeMode = on; }
@@ -80,6 +82,7 @@ protected:
 
 private:
     bool exchangeKeys(const QString& url);
+    bool dropUnlessGood(bool success);
     bool isCrypting() const { return mCryptedMode && !mHandshakeMode; }
     void raise(Error error, const char* name, int line, const QString& message = QString());
     void raiseServerError(const QJsonObject& reply, const QByteArray& raw);

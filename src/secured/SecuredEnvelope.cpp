@@ -2,14 +2,12 @@
 
 #include <QtEndian>
 
-#include <algorithm>
-#include <new>
-
 namespace {
 
 const QByteArray MARKER = "###";
 constexpr int LENGTH_BYTES = 4;
 constexpr int HEADER_BYTES = 3 + LENGTH_BYTES;
+constexpr int MAX_PADDING_BYTES = 16 * 1024 * 1024;
 
 } // namespace
 
@@ -27,14 +25,14 @@ std::optional<QByteArray> SecuredEnvelope::open(QByteArray envelope)
     }
     const int length = qMax(qFromLittleEndian<qint32>(envelope.constData() + MARKER.size()), 0);
     envelope.remove(0, HEADER_BYTES);
-    const int present = envelope.size();
-    try {
-        envelope.resize(length);
-    } catch (const std::bad_alloc&) {
+    const int missing = length - envelope.size();
+    if (missing > MAX_PADDING_BYTES) {
         return std::nullopt;
     }
-    if (length > present) {
-        std::fill(envelope.begin() + present, envelope.end(), '\0');
+    if (missing > 0) {
+        // Deliberate: a payload that is shorter than announced is accepted.
+        return envelope.append(missing, '\0');
     }
+    envelope.truncate(length);
     return envelope;
 }

@@ -11,8 +11,9 @@ namespace SecuredEnvelope {
 /// What stands in front of a payload.
 QByteArray header(const QByteArray& payload);
 
-/// The payload of an envelope; nothing when the marker is missing or the memory for the payload cannot be had.
-/// The length is trusted: a payload that is shorter is filled up with zeros, bytes beyond it are cut off.
+/// The payload of an envelope. Bytes behind the announced length are cut off. A payload that is shorter than announced
+/// is padded with up to 16 MiB of zeros. Nothing when the marker is missing or when more padding would be needed: a few
+/// bytes must not make the client allocate 2 GiB.
 std::optional<QByteArray> open(QByteArray envelope);
 
 } // namespace SecuredEnvelope

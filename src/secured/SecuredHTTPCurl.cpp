@@ -77,7 +77,7 @@ bool SecuredHTTPCurl::clearLocalKey()
 
 bool SecuredHTTPCurl::handshake(const QString& url)
 {
-    return !mCryptedMode || exchangeKeys(url);
+    return !mCryptedMode || dropUnlessGood(exchangeKeys(url));
 }
 
 bool SecuredHTTPCurl::exchangeKeys(const QString& url)
@@ -162,13 +162,27 @@ bool SecuredHTTPCurl::postForm(const QString& url, const QJsonObject& json)
 
 bool SecuredHTTPCurl::postForm(const QString& url, const QJsonObject& json, const QByteArray& fileData, bool binary)
 {
-    const bool success = HTTPCurl::postForm(url, json, fileData, binary);
-    if (!mCryptedMode || success || error() != ErrorableCode::of(NO_SESSION)) {
-        return success;
+    if (!mCryptedMode) {
+        return HTTPCurl::postForm(url, json, fileData, binary);
     }
-    clearError();
-    // Once: a service that loses the session again will not be asked a third time.
-    return exchangeKeys(url) && HTTPCurl::postForm(url, json, fileData, binary);
+    // A copy: fileData may be a response of this object, which the first post replaces.
+    const QByteArray file = fileData;
+    bool success = HTTPCurl::postForm(url, json, file, binary);
+    if (!success && error() == ErrorableCode::of(NO_SESSION)) {
+        clearError();
+        // Once: a service that loses the session again will not be asked a third time.
+        success = exchangeKeys(url) && HTTPCurl::postForm(url, json, file, binary);
+    }
+    return dropUnlessGood(success);
+}
+
+/// A failed request leaves no reply behind, such as a part of one.
+bool SecuredHTTPCurl::dropUnlessGood(bool success)
+{
+    if (!success) {
+        dropResponses();
+    }
+    return success;
 }
 
 QByteArray& SecuredHTTPCurl::preProcess(QByteArray& data, bool base64)
@@ -225,7 +239,7 @@ bool SecuredHTTPCurl::checkSessionOkAndDecrypt(QByteArray& data)
 /// Turns an error that the service reports in clear into ours.
 void SecuredHTTPCurl::raiseServerError(const QJsonObject& reply, const QByteArray& raw)
 {
-    const QString text = QString::fromUtf8(raw);
+    const QString text = QString::fromUtf8(raw.constData(), raw.size()); // also behind a NUL
     if (reply.value(DATA).toObject().value(QStringLiteral("error_message")).toString() == sNoSessionCode) {
         raise(NO_SESSION, "NO_SESSION", __LINE__, QStringLiteral("SESSION ERROR : ") + text);
     } else {
