@@ -21,7 +21,8 @@ public:
     /// The plain password; empty when what was loaded cannot be deciphered.
     QString value() const;
     void setValue(const QString& plain);
-    /// True when nothing is stored. Does not decipher.
+    /// True when nothing is stored. Does not decrypt: false after loading a saved password, even an empty one, as its
+    /// encrypted form is not empty.
     bool isEmpty() const { return mValue.isEmpty(); }
 
     /// "crypted", then "val". A file always holds the enciphered form; the object stays as it is when it is saved.

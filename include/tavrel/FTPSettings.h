@@ -39,7 +39,7 @@ public:
 
     /// Appends the protocols to a box, with their number as the item's data.
     static void fillProtocolComboBox(QComboBox* box, QFlags<Protocol> protocols);
-    /// Hides what is typed. Ctrl+Shift+Alt+Meta+P shows it, until the edit is gone.
+    /// Hides the typed text. Ctrl+Shift+Alt+Meta+P, while the edit has the focus, shows it from then on.
     static void initPwdControl(QLineEdit* edit);
     /// Accepts numbers from 1 to 65536.
     static void initPortControl(QLineEdit* edit);
@@ -56,6 +56,8 @@ public:
     const QString& user() const { return mUser; }
     /// The plain password.
     QString pwd() const { return mPassword.value(); }
+    /// See EncryptedPassword::isEmpty(): false after loading a saved password, even an empty one. pwd().isEmpty()
+    /// tells.
     virtual bool isPwdEmpty() const;
 
     /// These are normalised by cleanFolderFormat().

@@ -44,8 +44,9 @@ struct ftpparser_entry
  * Reads one line of the reply to LIST, in one of four styles: EPLF, UNIX, VMS, MS-DOS.
  *
  * Returns 1 and fills entry when the line is one of these, else 0. Exactly length bytes are read, and they may be any.
- * Numbers are not checked: other bytes than digits give some value. A UNIX date without a year is taken for the last
- * 350 days, else for the current year, which is that of the first such date in the process. Any number of threads may
- * call it.
+ * Numbers are not checked: other bytes than digits give some value. Any number of threads may call it.
+ *
+ * A UNIX date without a year gets the first year, from the one before the current year on, in which it is less than 350
+ * days ago or in the future. The current year is determined once per process, with the first such date.
  */
 extern "C" TAVREL_EXPORT int ftpparser(ftpparser_entry* entry, char* line, int length);
