@@ -25,6 +25,11 @@ static ScriptedServer::Script page(const QByteArray& body)
         "HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body);
 }
 
+static QByteArray sha256(const QByteArray& bytes)
+{
+    return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex();
+}
+
 static QByteArray printedBy(const QString& command)
 {
     QProcess shell;
@@ -59,7 +64,8 @@ private Q_SLOTS:
         QCOMPARE(QFile::permissions(SecuredHTTPCurl::keyFilePath()) & 0x77, QFile::Permissions());
         QCOMPARE(QDir(mFolder->path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
         QCOMPARE(CryptoUtils::AES128_decrypt(SecuredHTTPCurl().encrypt(""), key), QByteArray("###\0\0\0\0", 7));
-        QVERIFY(SecuredHTTPCurl::clearLocalKey() && !SecuredHTTPCurl::clearLocalKey());
+        QVERIFY(SecuredHTTPCurl::clearLocalKey());
+        QVERIFY(!SecuredHTTPCurl::clearLocalKey());
         SecuredHTTPCurl::setKeypath(mFolder->filePath("prefix"));
         QVERIFY(SecuredHTTPCurl::keyFilePath().endsWith("/prefixaes_key.txt"));
     }
@@ -86,13 +92,16 @@ private Q_SLOTS:
 
     void opensEnvelopes()
     {
-        const auto opened = [](const QByteArray& length, const QByteArray& rest) {
-            return SecuredEnvelope::open("###" + QByteArray::fromHex(length) + rest);
-        };
-        QCOMPARE(opened("02000000", "abc"), std::optional<QByteArray>("ab"));
-        QCOMPARE(opened("0a000000", "abc"), std::optional<QByteArray>("abc" + QByteArray(7, 0)));
-        QCOMPARE(opened("ffffffff", "abc"), std::optional<QByteArray>(""));
-        QVERIFY(!opened("ffffff7f", "abc") && !opened("000000", "") && !SecuredEnvelope::open("##!\0\0\0\0"));
+        const auto opened
+            = [](const QByteArray& envelope) { return SecuredEnvelope::open(envelope + "abc").value_or("refused"); };
+        const auto length = [](const char* hex) { return "###" + QByteArray::fromHex(hex); };
+        QCOMPARE(opened(length("02000000")), QByteArray("ab"));
+        QCOMPARE(opened(length("0a000000")), "abc" + QByteArray(7, 0));
+        QCOMPARE(opened(length("03000001")), "abc" + QByteArray(16 << 20, 0));
+        QCOMPARE(opened(length("04000001")), QByteArray("refused"));
+        QCOMPARE(opened(length("ffffffff")), QByteArray());
+        QCOMPARE(opened("##!1234"), QByteArray("refused"));
+        QCOMPARE(opened("###"), QByteArray("refused"));
     }
 
     void ciphersAreGenuineOrNothing()
@@ -100,7 +109,8 @@ private Q_SLOTS:
         const QByteArray key = CryptoUtils::generateRandomKey(128);
         const QByteArray cipher = CryptoUtils::AES128_encrypt("text", key);
         QCOMPARE(CryptoUtils::AES128_decrypt(cipher, key), QByteArray("text"));
-        QVERIFY(cipher != CryptoUtils::AES128_encrypt({ "te", "xt" }, key) && cipher.size() == 12 + 4 + 16);
+        QCOMPARE(cipher.size(), 12 + 4 + 16);
+        QVERIFY(cipher != CryptoUtils::AES128_encrypt({ "te", "xt" }, key));
         for (int bit = 0; bit < cipher.size() * 8; ++bit) {
             QByteArray changed = cipher;
             changed[bit / 8] = char(changed.at(bit / 8) ^ (1 << bit % 8));
@@ -109,6 +119,7 @@ private Q_SLOTS:
         }
         QVERIFY(CryptoUtils::AES128_decrypt(cipher, CryptoUtils::generateRandomKey(128)).isNull());
         QVERIFY(CryptoUtils::AES128_encrypt("text", key + 'x').isNull());
+        QVERIFY(CryptoUtils::generateRandomKey(-8).isEmpty());
     }
 
     void takesRsaKeysOnly_data()
@@ -159,14 +170,16 @@ private Q_SLOTS:
         ScriptedServer server(page(body));
         SecuredHTTPCurl client;
         QVERIFY(!client.handshake(server.url()));
-        QVERIFY(client.error().typeName() == "SecuredHTTPCurl::Error"
-            && client.error().location().contains("SecuredHTTPCurl:"));
+        QVERIFY(client.response().isEmpty());
+        QCOMPARE(client.error().typeName(), QString("SecuredHTTPCurl::Error"));
+        QVERIFY(client.error().location().contains("SecuredHTTPCurl:"));
         QTEST(client.error().value(), "error");
         QTEST(client.errorMessage(), "message");
         QVERIFY(server.requests().at(0).contains("get_pubkey"));
         QVERIFY(!client.postForm(server.url(), { { "secret", 1 } })); // enciphered again
         QVERIFY(!server.requests().last().contains("secret"));
-        QVERIFY(!client.handshake(QString()) && client.error() == ErrorableCode::of(HTTPCurl::EMPTY_URL));
+        QVERIFY(!client.handshake(QString()));
+        QCOMPARE(client.error(), ErrorableCode::of(HTTPCurl::EMPTY_URL));
         client.setCryptedMode(false);
         QVERIFY(client.handshake(QString()));
     }
@@ -184,18 +197,23 @@ private Q_SLOTS:
             SecuredHTTPCurl::SECURED_PROTOCOL_ERROR_LAMBDA, "ERROR : %1");
         row(json("{'success':true,'data':{}}"), SecuredHTTPCurl::CRYPTO_FORMAT, "Crypto WRONG FORMAT");
         row("", SecuredHTTPCurl::CRYPTO_FORMAT, "Crypto WRONG FORMAT");
-        row("no cipher at all, but long enough to be one", SecuredHTTPCurl::CRYPTO_FORMAT, "Crypto WRONG FORMAT");
+        row(QByteArray("long enough to be a cipher, with a NUL: \0 and more", 49), SecuredHTTPCurl::CRYPTO_FORMAT,
+            "Crypto WRONG FORMAT");
     }
     void judgesReplies()
     {
         QFETCH(QByteArray, body);
         QFETCH(QString, message);
+        if (!message.contains("%1")) {
+            const QByteArray logged = message.toUtf8() + "\nLOG:" + QByteArray(body).replace('\0', "\\x00");
+            QTest::ignoreMessage(QtDebugMsg, logged.constData());
+        }
         ScriptedServer server(page(body));
         SecuredHTTPCurl client;
         QVERIFY(!client.postForm(server.url(), {}, "file", true));
         QTEST(client.error().value(), "error");
         QCOMPARE(client.errorMessage(), message.replace("%1", body));
-        QVERIFY(client.response().isEmpty() && client.binaryResponse().isEmpty());
+        QCOMPARE(client.response() + client.binaryResponse(), QByteArray());
         QCOMPARE(server.requests().size(), 1);
     }
 
@@ -205,7 +223,8 @@ private Q_SLOTS:
         SecuredHTTPCurl client;
         QVERIFY(!client.postForm(server.url(), {}));
         QCOMPARE(client.errorMessage(), QString("request rejected by server"));
-        QVERIFY(server.requests().size() == 2 && server.requests().at(1).contains("get_pubkey"));
+        QCOMPARE(server.requests().size(), 2);
+        QVERIFY(server.requests().at(1).contains("get_pubkey"));
     }
 
     void talksToTheServiceInPhp()
@@ -215,16 +234,15 @@ private Q_SLOTS:
         SecuredHTTPCurl client;
         QVERIFY(client.handshake(servers.php()));
         QVERIFY(client.postForm(servers.php(), { { "name", "é" } }, file, true));
-        const QJsonObject reply = QJsonDocument::fromJson(client.response()).object();
-        QCOMPARE(reply["received"].toObject(), QJsonObject({ { "name", "é" } }));
-        const QByteArray digest = QCryptographicHash::hash(file, QCryptographicHash::Sha256).toHex();
-        QCOMPARE(reply["file"].toObject()["sha256"].toString(), QString(digest));
         QCOMPARE(client.binaryResponse(), QByteArray("\0\1binary\xff", 9));
+        const QByteArray received = client.response();
+        QVERIFY2(received.startsWith(json("{'received':{'name':'é'}")), received);
+        QVERIFY2(received.contains(sha256(file)), received);
         HTTPCurl::clearLocalSessionCookie();
-        QVERIFY(client.postForm(servers.php(), { { "again", true } }));
-        QCOMPARE(client.response(), (json("{'received':{'again':true}}")));
+        QVERIFY(client.postForm(servers.php(), { { "again", true } }, client.response(), false));
+        QVERIFY2(client.response().contains(sha256(received)), client.response());
         client.setCryptedMode(false);
-        QVERIFY(!QJsonDocument::fromJson(client.response()).isNull() && client.postForm(servers.php(), {}));
+        QVERIFY(client.postForm(servers.php(), {}));
         QVERIFY(client.response().contains("could not be deciphered"));
     }
 

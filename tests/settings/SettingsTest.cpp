@@ -13,6 +13,39 @@
 #include <csignal>
 #include <sys/resource.h>
 
+/// An object in an object, as deep as depth says.
+struct Nested : Serializable
+{
+    Nested(const QString& key, int depth)
+        : Serializable(false)
+        , mKey(key)
+        , mDepth(depth)
+    {
+    }
+    QString className() const override { return "Nested"; }
+    void sync() override
+    {
+        if (mDepth > 1) {
+            Nested inner(mKey, mDepth - 1);
+            member(mKey, inner);
+        }
+    }
+    QString mKey;
+    int mDepth;
+};
+
+/// Keeps nothing of what it held before it was loaded.
+struct Fresh : EditableSettings
+{
+    void sync() override
+    {
+        if (isReadingMode()) {
+            *this = Fresh();
+        }
+        EditableSettings::sync();
+    }
+};
+
 static EditableSettings example()
 {
     EditableSettings settings;
@@ -48,6 +81,10 @@ private Q_SLOTS:
         QVERIFY2(shape.match(xml).hasMatch(), qPrintable(xml));
         FTPSettingsSerializable loaded;
         QVERIFY(loaded.load(path("file")) && loaded.pwd() == settings.pwd() && loaded.host() == "host1");
+        Fresh fresh;
+        fresh.setPublicSubFolder("old");
+        QVERIFY(fresh.load(path("file")));
+        QCOMPARE(fresh.publicFullAdress() + fresh.host(), QString("http://h/host1"));
         FTPSettingsSerializable copied;
         QVERIFY(copied.copy(&settings) && copied.pwd() == settings.pwd() && !SQLSettings().copy(&settings));
         QVERIFY(!SQLSettings().load(path("file")));
@@ -96,11 +133,24 @@ private Q_SLOTS:
             QVERIFY(settings.host() == "host1" && settings.pwd() == example().pwd());
         }
         QVERIFY(!EditableSettings().load(path("missing")));
-        QVERIFY(example().save(path("file"), nullptr));
-        EditableSettings unwritable = example();
-        unwritable.setHost(QString("control") + QChar(1));
-        QVERIFY(!unwritable.save(path("file"), nullptr) && !example().save(path("file/below"), nullptr));
-        QVERIFY(EditableSettings().load(path("file")));
+    }
+
+    void savesOnlyWhatCanBeLoaded()
+    {
+        Nested deepest("key", 32);
+        QVERIFY(deepest.save(path("file"), nullptr));
+        const auto refuses
+            = [&](Serializable&& object) { return !object.save(path("file"), nullptr) && deepest.load(path("file")); };
+        for (const char* key : { "", "1", "a b", "a:b", "a x='1'", "a/><b" }) {
+            QVERIFY2(refuses(Nested(key, 2)), key);
+        }
+        QVERIFY(refuses(Nested("key", 33)));
+        for (const QString& text : { QString(QChar(1)), QString(1 << 20, 'x') }) {
+            EditableSettings settings = example();
+            settings.setHost(text);
+            QVERIFY(refuses(std::move(settings)));
+        }
+        QVERIFY(!example().save(path("file/below"), nullptr));
     }
 
     void aFailedOrKilledSaveLeavesAWholeFile()
@@ -189,16 +239,23 @@ private Q_SLOTS:
             items << box.itemText(i) + box.itemData(i).toString();
         }
         QCOMPARE(items, QStringList({ "FTP1", "SFTP8", "FTPS Explicit (TLS)2", "FTPS Implicit (TLS)4" }));
-        QLineEdit edit;
+        QWidget window;
+        QLineEdit other(&window);
+        QLineEdit edit(&window);
         FTPSettings::initPortControl(&edit);
         edit.setText("65536");
         QVERIFY(edit.hasAcceptableInput());
         edit.setText("0");
         QVERIFY(!edit.hasAcceptableInput());
+        FTPSettings::initPwdControl(&other);
         FTPSettings::initPwdControl(&edit);
         QCOMPARE(edit.echoMode(), QLineEdit::PasswordEchoOnEdit);
-        Q_EMIT edit.findChild<QShortcut*>()->activated();
+        window.show();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        edit.setFocus();
+        QTest::keyClick(&edit, Qt::Key_P, Qt::ControlModifier | Qt::ShiftModifier | Qt::AltModifier | Qt::MetaModifier);
         QCOMPARE(edit.echoMode(), QLineEdit::Normal);
+        QCOMPARE(other.echoMode(), QLineEdit::PasswordEchoOnEdit);
     }
 
 private:
