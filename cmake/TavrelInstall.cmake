@@ -54,7 +54,7 @@ install(FILES ${public_headers} "${PROJECT_BINARY_DIR}/exports/tavrel/tavrel_exp
 foreach(layer IN LISTS TAVREL_EXPORTED_PLATFORM)
     install(DIRECTORY "${PROJECT_SOURCE_DIR}/platform/${layer}" "${PROJECT_BINARY_DIR}/exports/${layer}"
         DESTINATION ${TAVREL_PLATFORM_INCLUDEDIR}
-        FILES_MATCHING PATTERN "*.h" PATTERN "TlsResumption.h" EXCLUDE)
+        FILES_MATCHING PATTERN "*.h" PATTERN "raiseError.h" EXCLUDE PATTERN "TlsResumption.h" EXCLUDE)
 endforeach()
 
 set(config_dir "${CMAKE_INSTALL_LIBDIR}/cmake/Tavrel")

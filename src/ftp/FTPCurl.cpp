@@ -2,8 +2,9 @@
 #include "FTPCurlPrivate.h"
 #include "SystemProxy.h"
 
-#include <init/raiseError.h>
 #include <init/warnIfNotInitialized.h>
+
+#include <foundation/raiseError.h>
 
 namespace {
 

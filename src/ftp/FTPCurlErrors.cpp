@@ -1,7 +1,7 @@
 #include "ErrorSource.h"
 #include "FTPCurlPrivate.h"
 
-#include <init/raiseError.h>
+#include <foundation/raiseError.h>
 
 namespace {
 

@@ -1,7 +1,8 @@
 #include "HTTPCurlState.h"
 
-#include <init/raiseError.h>
 #include <init/warnIfNotInitialized.h>
+
+#include <foundation/raiseError.h>
 
 #include <QDir>
 #include <QFile>

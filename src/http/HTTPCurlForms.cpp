@@ -2,12 +2,13 @@
 #define CURL_DISABLE_DEPRECATION
 
 #include "HTTPCurlState.h"
+#include "HttpInternalQueryMemoryParameter.h"
 
 #include <tavrel/HttpQueryParameters.h>
 
-#include <init/raiseError.h>
-#include <request/HttpInternalQueryMemoryParameter.h>
 #include <transfer/EasyHandle.h>
+
+#include <foundation/raiseError.h>
 
 #include <QScopedValueRollback>
 

@@ -3,12 +3,12 @@
 
 #include "HTTPCurlState.h"
 
-#include <init/raiseError.h>
 #include <transfer/EasyHandle.h>
 #include <transfer/TransferLoop.h>
 #include <transfer/WriteBatch.h>
 
 #include <foundation/FileUtils.h>
+#include <foundation/raiseError.h>
 
 #include <QBuffer>
 #include <QFile>

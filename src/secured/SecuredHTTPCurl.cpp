@@ -1,9 +1,9 @@
 #include <tavrel/SecuredHTTPCurl.h>
 
-#include <init/raiseError.h>
 #include <secured/SecuredEnvelope.h>
 
 #include <foundation/FileUtils.h>
+#include <foundation/raiseError.h>
 #include <logging/LogUtils.h>
 
 #include <QFile>

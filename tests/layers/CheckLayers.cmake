@@ -1,4 +1,4 @@
-# Holds the layer table of docs/ARCHITECTURE.md against the includes of the sources.
+# Compares the layer table of docs/ARCHITECTURE.md with the includes of the sources, in both directions.
 cmake_policy(VERSION 3.16)
 
 set(faults "")
@@ -13,6 +13,7 @@ foreach(row IN LISTS rows)
     list(APPEND layers ${layer})
     set(folder_${layer} "${folder}")
     string(REPLACE ", " ";" uses_${layer} "${uses}")
+    set(unused_${layer} ${uses_${layer}})
 
     # The public headers belong to the layer that lists them.
     file(STRINGS "${SOURCE_DIR}/${folder}/CMakeLists.txt" public_${layer} REGEX "^        [A-Za-z]+\\.h$")
@@ -53,6 +54,7 @@ foreach(layer IN LISTS layers)
             string(REGEX REPLACE "^#include <([^>]+)>.*" "\\1" include "${line}")
             math(EXPR checked "${checked} + 1")
             layer_of("${include}" used)
+            list(REMOVE_ITEM unused_${layer} "${used}")
             if(used AND NOT used STREQUAL layer AND NOT used IN_LIST uses_${layer})
                 list(APPEND faults "${file}: ${layer} may not include <${include}> of ${used}")
             elseif(include MATCHES "^curl/" AND NOT outside_${layer} MATCHES "libcurl")
@@ -63,6 +65,9 @@ foreach(layer IN LISTS layers)
                 list(APPEND faults "${file}: ${layer} may not include <${include}>")
             endif()
         endforeach()
+    endforeach()
+    foreach(used IN LISTS unused_${layer})
+        list(APPEND faults "${layer} does not include anything of ${used}")
     endforeach()
 endforeach()
 
