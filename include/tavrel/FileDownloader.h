@@ -4,11 +4,8 @@
 
 #include <foundation/Thread.h>
 
+#include <QScopedPointer>
 #include <QString>
-
-#include <atomic>
-#include <mutex>
-#include <thread>
 
 class HTTPCurl;
 
@@ -43,7 +40,7 @@ public:
 
     /// The client that does the work, for its settings: time-out, limit, user agent. Leave it alone while a
     /// download is running.
-    HTTPCurl& client() const { return *mClient; }
+    HTTPCurl& client() const;
 
 Q_SIGNALS:
     /// Percent of the download, 0 to 100; see HTTPCurl::progress().
@@ -55,26 +52,16 @@ protected:
     void run() override;
 
 private:
-    enum Start { Refused, TakenUp, NeedsThread };
+    struct State;
 
-    Start begin(const QString& url, const QString& path);
+    bool begin(const QString& url, const QString& path, bool& needsThread);
     void launch();
     void startThread();
+    void failToStart();
     bool runOnce();
     bool fail(const QString& reason);
     void announce(bool success);
     bool takeUpNext();
 
-    QString mUrl;
-    QString mPath;
-    QString mPartPath;
-    QString mError;
-    HTTPCurl* mClient;
-
-    mutable std::mutex mMutex; ///< guards the strings above and the flags below
-    bool mDownloading = false; ///< from download() until done() is about to be emitted
-    bool mRunning = false; ///< from download() until run() takes up no further download
-    bool mClosing = false; ///< the destructor has begun
-    std::atomic<int> mRuns { 0 }; ///< how often run() was entered
-    std::thread mStarter; ///< starts this thread again for a slot of finished()
+    const QScopedPointer<State> mState;
 };

@@ -144,6 +144,8 @@ protected:
     /// version changes nothing.
     virtual bool postProcess(QByteArray& response);
 
+    /// False, with REQUEST_IN_PROGRESS, within a request.
+    bool checkIdle();
     bool curlInit(CURL*& handle, const QString& url);
     void setCurlGETAndPOSTCommonConfig(CURL* handle, curl_slist* headerList);
     void handleCurlErrorCode(CURLcode code);
@@ -159,8 +161,6 @@ protected:
 private:
     struct State;
 
-    /// False, with REQUEST_IN_PROGRESS, within a request.
-    bool checkIdle();
     void setResult(CURLcode code);
     void resetResults();
     CURLcode performRequest(CURL* handle, const QString& url);

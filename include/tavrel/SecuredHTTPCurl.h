@@ -3,7 +3,7 @@
 #include <tavrel/HTTPCurl.h>
 #include <tavrel/tavrel_export.h>
 
-#include <cryptography/CryptoUtils.h>
+#include <QScopedPointer>
 
 /**
  * An HTTPCurl whose postForm() encrypts the form and decrypts the reply, for a cooperating service. postHttp(),
@@ -40,6 +40,7 @@ public:
 
     /// Loads the AES key, or makes and saves one.
     explicit SecuredHTTPCurl(QObject* parent = nullptr);
+    ~SecuredHTTPCurl() override;
 
     /// Shares the AES key with the service at url. True without a request while the crypted mode is off.
     bool handshake(const QString& url);
@@ -49,9 +50,9 @@ public:
     bool postForm(const QString& url, const QJsonObject& json, const QByteArray& fileData, bool binary);
 
     /// Turns the protocol on (the default) or off.
-    void setCryptedMode(bool on) { mCryptedMode = on; }
-    /// While on, posts and replies pass unenciphered; handshake() sets it for its own requests.
-    void setHandshakeMode(bool on) { mHandshakeMode = on; }
+    void setCryptedMode(bool on);
+    /// While on, posts and replies pass in plaintext; handshake() sets it for its own requests.
+    void setHandshakeMode(bool on);
 
     /// The cipher of the envelope around data; a null array without a valid key.
     QByteArray encrypt(const QByteArray& data) const;
@@ -81,18 +82,16 @@ protected:
     bool postProcess(QByteArray& response) override;
 
 private:
+    struct State;
+
     bool exchangeKeys(const QString& url);
     bool dropUnlessGood(bool success);
-    bool isCrypting() const { return mCryptedMode && !mHandshakeMode; }
+    bool isCrypting() const;
     void raise(Error error, const char* name, int line, const QString& message = QString());
     void raiseServerError(const QJsonObject& reply, const QByteArray& raw);
     QJsonObject replyData() const;
 
-    CryptoUtils::RSACipher mRsaCipher;
-    QByteArray mAesKey;
-    QJsonDocument mLastResponse;
-    bool mHandshakeMode = false;
-    bool mCryptedMode = true;
-
     static const QString sNoSessionCode;
+
+    const QScopedPointer<State> mState;
 };

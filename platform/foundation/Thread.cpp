@@ -1,13 +1,23 @@
 #include "Thread.h"
 
+#include "Interruption.h"
 #include "Threadable.h"
+
+#include <atomic>
+
+struct Thread::State
+{
+    std::shared_ptr<Interruption> interruption = std::make_shared<Interruption>();
+    std::atomic<bool> isCleared { false }; ///< since the last start
+    std::atomic<bool> isFlagOutdated { false }; ///< QThread's flag was set before the last clearInterruption()
+};
 
 Thread::Thread(QObject* parent)
     : QThread(parent)
-    , mInterruption(std::make_shared<Interruption>())
+    , mState(new State)
 {
     // QThread's own flag is set by calls through a pointer to QThread, whose functions are not virtual.
-    mInterruption->setSource([this] { return QThread::isInterruptionRequested() && !mIsFlagOutdated; });
+    mState->interruption->setSource([this] { return QThread::isInterruptionRequested() && !mState->isFlagOutdated; });
     connect(this, &QThread::started, this, &Thread::forgetOldInterruption, Qt::DirectConnection);
     connect(this, &QThread::finished, this, [this] { onFinished(); });
 }
@@ -15,12 +25,18 @@ Thread::Thread(QObject* parent)
 Thread::~Thread()
 {
     Thread::interruptAndWait();
-    mInterruption->setSource(nullptr);
+    mState->interruption->setSource(nullptr);
 }
 
 void Thread::addThreadableChild(Threadable* child)
 {
     child->setThreadForInterrupt(this);
+}
+
+/// The interruption outlives the thread, so neither side has to tell the other that it goes.
+void Thread::shareInterruption(Threadable& child) const
+{
+    child.mInterruption = mState->interruption;
 }
 
 void Thread::start(Priority priority)
@@ -34,7 +50,7 @@ void Thread::start(Priority priority)
 
 void Thread::requestInterruption()
 {
-    mInterruption->request();
+    mState->interruption->request();
     if (isRunning()) {
         QThread::requestInterruption();
     }
@@ -42,30 +58,25 @@ void Thread::requestInterruption()
 
 bool Thread::isInterruptionRequested() const
 {
-    return mInterruption->isRequested();
+    return mState->interruption->isRequested();
 }
 
 void Thread::onFinished() { }
 
-std::shared_ptr<Interruption> Thread::interruption() const
-{
-    return mInterruption;
-}
-
 void Thread::clearInterruption()
 {
     // QThread resets its own flag at the next start only.
-    mIsFlagOutdated = QThread::isInterruptionRequested();
-    mInterruption->clear();
-    mIsCleared = true;
+    mState->isFlagOutdated = QThread::isInterruptionRequested();
+    mState->interruption->clear();
+    mState->isCleared = true;
 }
 
 /// Runs on the new thread before run(). QThread::start(), called through the base, has not cleared the interruption.
 void Thread::forgetOldInterruption()
 {
-    mIsFlagOutdated = false;
-    if (!mIsCleared.exchange(false)) {
-        mInterruption->clear();
+    mState->isFlagOutdated = false;
+    if (!mState->isCleared.exchange(false)) {
+        mState->interruption->clear();
     }
 }
 

@@ -1,11 +1,9 @@
 #pragma once
 
-#include <foundation/Interruption.h>
 #include <foundation/foundation_export.h>
 
+#include <QScopedPointer>
 #include <QThread>
-
-#include <memory>
 
 class Threadable;
 
@@ -43,18 +41,17 @@ public:
     /// Called after run() has returned, by the event loop of the thread in which this object lives.
     virtual void onFinished();
 
-    /// The flag that Threadable objects check; it outlives this object.
-    std::shared_ptr<Interruption> interruption() const;
-
 protected:
     /// Forgets an interruption, also while running. The next start keeps one that is requested from here on.
     void clearInterruption();
     void interruptAndWait();
 
 private:
+    friend class Threadable;
+    struct State;
+
+    void shareInterruption(Threadable& child) const;
     void forgetOldInterruption();
 
-    std::shared_ptr<Interruption> mInterruption;
-    std::atomic<bool> mIsCleared { false }; ///< since the last start
-    std::atomic<bool> mIsFlagOutdated { false }; ///< the flag of QThread was set before the last clearInterruption()
+    const QScopedPointer<State> mState;
 };

@@ -1,5 +1,6 @@
 #include "Threadable.h"
 
+#include "Interruption.h"
 #include "Thread.h"
 
 Threadable::Threadable(QObject* parent)
@@ -9,8 +10,11 @@ Threadable::Threadable(QObject* parent)
 
 void Threadable::setThreadForInterrupt(Thread* thread)
 {
-    // The interruption outlives the thread, so neither side has to tell the other that it goes.
-    mInterruption = thread ? thread->interruption() : nullptr;
+    if (thread) {
+        thread->shareInterruption(*this);
+    } else {
+        mInterruption.reset();
+    }
 }
 
 bool Threadable::isInterruptionRequested() const

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <foundation/Interruption.h>
 #include <foundation/foundation_export.h>
 
 #include <QObject>
 
 #include <memory>
 
+class Interruption;
 class Thread;
 
 /**
@@ -28,9 +28,11 @@ public:
     bool isInterruptionRequested() const;
 
 protected:
-    /// For wake-ups; null while the object is tied to no thread.
+    /// The flag to check, or to register wake-ups with; null while the object is tied to no thread.
     const std::shared_ptr<Interruption>& interruption() const { return mInterruption; }
 
 private:
+    friend class Thread;
+
     std::shared_ptr<Interruption> mInterruption;
 };

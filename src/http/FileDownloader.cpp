@@ -6,57 +6,84 @@
 
 #include <QFile>
 
+#include <atomic>
+#include <mutex>
+#include <system_error>
+#include <thread>
+
+struct FileDownloader::State
+{
+    QString url;
+    QString path;
+    QString partPath;
+    QString error;
+    HTTPCurl* client = nullptr;
+
+    std::mutex mutex; ///< guards the strings above and the flags below
+    bool isDownloading = false; ///< from download() until done() is about to be emitted
+    bool isRunning = false; ///< from download() until run() takes up no further download
+    bool isClosing = false; ///< the destructor has begun
+    std::atomic<int> runs { 0 }; ///< how often run() was entered
+    std::thread starter; ///< starts this thread again for a slot of finished()
+};
+
 FileDownloader::FileDownloader(QObject* parent)
     : Thread(parent)
-    , mClient(new HTTPCurl(this))
+    , mState(new State)
 {
-    addThreadableChild(mClient);
+    mState->client = new HTTPCurl(this);
+    addThreadableChild(mState->client);
     // Direct, because this object lives on another thread than the one that emits.
-    connect(mClient, &HTTPCurl::progress, this, &FileDownloader::progress, Qt::DirectConnection);
+    connect(mState->client, &HTTPCurl::progress, this, &FileDownloader::progress, Qt::DirectConnection);
 }
 
 FileDownloader::~FileDownloader()
 {
     {
-        const std::lock_guard<std::mutex> guard(mMutex);
-        mClosing = true;
+        const std::lock_guard<std::mutex> guard(mState->mutex);
+        mState->isClosing = true;
     }
     interruptAndWait();
-    if (mStarter.joinable()) {
-        mStarter.join();
+    if (mState->starter.joinable()) {
+        mState->starter.join();
         wait();
     }
 }
 
+HTTPCurl& FileDownloader::client() const
+{
+    return *mState->client;
+}
+
 void FileDownloader::download(const QString& url, const QString& path)
 {
-    const Start start = begin(url, path);
-    if (start == NeedsThread) {
-        launch();
-    } else if (start == Refused) {
-        // Not while the lock is held: the application's message handler may call error().
+    bool needsThread = false;
+    if (!begin(url, path, needsThread)) {
+        // Logged without the lock, as the application's message handler may call error().
         LogUtils log(LogUtils::Warning, __FILE__, "download", __LINE__);
         log << "a download is running, not started: " << path; // a URL may hold a password
         log.checkSpacing();
+    } else if (needsThread) {
+        launch();
     }
 }
 
-/// Takes a download up, unless one is running.
-FileDownloader::Start FileDownloader::begin(const QString& url, const QString& path)
+/// Accepts a download unless one is running; a run that is about to end takes it up, or it needs the thread started.
+bool FileDownloader::begin(const QString& url, const QString& path, bool& needsThread)
 {
-    const std::lock_guard<std::mutex> guard(mMutex);
-    if (mDownloading || mClosing) {
-        return Refused;
+    const std::lock_guard<std::mutex> guard(mState->mutex);
+    if (mState->isDownloading || mState->isClosing) {
+        return false;
     }
-    mUrl = url;
-    mPath = path;
-    mPartPath = path + QStringLiteral(".part");
-    mError.clear();
-    mDownloading = true;
+    mState->url = url;
+    mState->path = path;
+    mState->partPath = path + QStringLiteral(".part");
+    mState->error.clear();
+    mState->isDownloading = true;
     clearInterruption();
-    const Start start = mRunning ? TakenUp : NeedsThread;
-    mRunning = true;
-    return start;
+    needsThread = !mState->isRunning;
+    mState->isRunning = true;
+    return true;
 }
 
 void FileDownloader::launch()
@@ -66,36 +93,45 @@ void FileDownloader::launch()
         return;
     }
     // A slot of finished() is running, and a thread cannot wait for its own end.
-    if (mStarter.joinable()) {
-        mStarter.join();
+    if (mState->starter.joinable()) {
+        mState->starter.join();
     }
-    mStarter = std::thread([this] { startThread(); });
+    try {
+        mState->starter = std::thread([this] { startThread(); });
+    } catch (const std::system_error&) {
+        failToStart();
+    }
 }
 
 void FileDownloader::startThread()
 {
-    const int runs = mRuns;
+    const int runs = mState->runs;
     wait(); // A run that has announced its end may not have returned yet.
     QThread::start(); // Not Thread's, which would forget an interruption requested since begin().
-    if (!isRunning() && mRuns == runs) {
-        fail(QStringLiteral("Unable to start a thread"));
-        {
-            const std::lock_guard<std::mutex> guard(mMutex);
-            mRunning = false;
-        }
-        announce(false);
+    if (!isRunning() && mState->runs == runs) {
+        failToStart();
     }
+}
+
+void FileDownloader::failToStart()
+{
+    fail(QStringLiteral("Unable to start a thread"));
+    {
+        const std::lock_guard<std::mutex> guard(mState->mutex);
+        mState->isRunning = false;
+    }
+    announce(false);
 }
 
 QString FileDownloader::error() const
 {
-    const std::lock_guard<std::mutex> guard(mMutex);
-    return mError;
+    const std::lock_guard<std::mutex> guard(mState->mutex);
+    return mState->error;
 }
 
 void FileDownloader::run()
 {
-    ++mRuns;
+    ++mState->runs;
     do {
         announce(runOnce());
     } while (takeUpNext());
@@ -104,8 +140,8 @@ void FileDownloader::run()
 void FileDownloader::announce(bool success)
 {
     {
-        const std::lock_guard<std::mutex> guard(mMutex);
-        mDownloading = false;
+        const std::lock_guard<std::mutex> guard(mState->mutex);
+        mState->isDownloading = false;
     }
     Q_EMIT done(success);
 }
@@ -113,29 +149,29 @@ void FileDownloader::announce(bool success)
 /// Whether a slot of done() has asked for another download, which this run then serves.
 bool FileDownloader::takeUpNext()
 {
-    const std::lock_guard<std::mutex> guard(mMutex);
-    mRunning = mDownloading;
-    return mRunning;
+    const std::lock_guard<std::mutex> guard(mState->mutex);
+    mState->isRunning = mState->isDownloading;
+    return mState->isRunning;
 }
 
 bool FileDownloader::runOnce()
 {
-    // While mDownloading is set nobody else touches the strings, except to read the error.
-    if (QFile::exists(mPartPath) && !QFile::remove(mPartPath)) {
-        return fail(QStringLiteral("Unable to remove ") + mPartPath);
+    // While mState->isDownloading is set nobody else touches the strings, except to read the error.
+    if (QFile::exists(mState->partPath) && !QFile::remove(mState->partPath)) {
+        return fail(QStringLiteral("Unable to remove ") + mState->partPath);
     }
-    if (!mClient->getFile(mUrl, mPartPath)) {
-        QFile::remove(mPartPath);
-        return fail(mClient->errorText());
+    if (!mState->client->getFile(mState->url, mState->partPath)) {
+        QFile::remove(mState->partPath);
+        return fail(mState->client->errorText());
     }
     // Deliberate: an existing destination stays, and the result of the rename does not count.
-    QFile::rename(mPartPath, mPath);
+    QFile::rename(mState->partPath, mState->path);
     return true;
 }
 
 bool FileDownloader::fail(const QString& reason)
 {
-    const std::lock_guard<std::mutex> guard(mMutex);
-    mError = reason;
+    const std::lock_guard<std::mutex> guard(mState->mutex);
+    mState->error = reason;
     return false;
 }

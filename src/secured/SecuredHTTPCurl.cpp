@@ -2,6 +2,7 @@
 
 #include <secured/SecuredEnvelope.h>
 
+#include <cryptography/CryptoUtils.h>
 #include <foundation/FileUtils.h>
 #include <foundation/raiseError.h>
 #include <logging/LogUtils.h>
@@ -29,31 +30,57 @@ void logWarning(const char* function, int line, const QString& text)
 QString SecuredHTTPCurl::KEYPATH = QStringLiteral(".");
 const QString SecuredHTTPCurl::sNoSessionCode = QStringLiteral("#NO_SESSION#");
 
+struct SecuredHTTPCurl::State
+{
+    CryptoUtils::RSACipher rsaCipher { RSA_KEY_BITS };
+    QByteArray aesKey;
+    QJsonDocument lastResponse;
+    bool handshakeMode = false;
+    bool cryptedMode = true;
+};
+
 SecuredHTTPCurl::SecuredHTTPCurl(QObject* parent)
     : HTTPCurl(parent)
-    , mRsaCipher(RSA_KEY_BITS)
+    , mState(new State)
 {
     initAESKey();
     sErrorMessages.insert(ErrorableCode::of(CRYPTO_FORMAT), QStringLiteral("Crypto WRONG FORMAT"));
 }
 
+SecuredHTTPCurl::~SecuredHTTPCurl() = default;
+
+void SecuredHTTPCurl::setCryptedMode(bool on)
+{
+    mState->cryptedMode = on;
+}
+
+void SecuredHTTPCurl::setHandshakeMode(bool on)
+{
+    mState->handshakeMode = on;
+}
+
+bool SecuredHTTPCurl::isCrypting() const
+{
+    return mState->cryptedMode && !mState->handshakeMode;
+}
+
 void SecuredHTTPCurl::initAESKey()
 {
-    if (!mCryptedMode) {
+    if (!mState->cryptedMode) {
         return;
     }
     const QString path = keyFilePath();
     if (!QFile::exists(path)) {
-        mAesKey = CryptoUtils::generateRandomKey(AES_KEY_BITS);
-        if (!mAesKey.isEmpty()) {
-            FileUtils::createPrivateFile(path, mAesKey);
+        mState->aesKey = CryptoUtils::generateRandomKey(AES_KEY_BITS);
+        if (!mState->aesKey.isEmpty()) {
+            FileUtils::createPrivateFile(path, mState->aesKey);
         }
     }
     // Also after the key was made: another process may have been faster, and then its key is the one to share.
     if (QFile::exists(path)) {
-        mAesKey = FileUtils::readFileContent(path, false);
+        mState->aesKey = FileUtils::readFileContent(path, false);
     }
-    if (mAesKey.size() != CryptoUtils::AES128_KEY_BYTES) {
+    if (mState->aesKey.size() != CryptoUtils::AES128_KEY_BYTES) {
         // Deliberate: a key file of another length is neither refused nor replaced; the service will refuse it.
         logWarning("initAESKey", __LINE__, QStringLiteral("Wrong AES key generated"));
     }
@@ -77,14 +104,17 @@ bool SecuredHTTPCurl::clearLocalKey()
 
 bool SecuredHTTPCurl::handshake(const QString& url)
 {
-    return !mCryptedMode || dropUnlessGood(exchangeKeys(url));
+    if (!mState->cryptedMode) {
+        return true;
+    }
+    return checkIdle() && dropUnlessGood(exchangeKeys(url));
 }
 
 bool SecuredHTTPCurl::exchangeKeys(const QString& url)
 {
-    mHandshakeMode = true;
+    mState->handshakeMode = true;
     const bool success = checkUrl(url) && getPublicKey(url) && shareAESKey(url);
-    mHandshakeMode = false;
+    mState->handshakeMode = false;
     return success;
 }
 
@@ -96,7 +126,7 @@ bool SecuredHTTPCurl::getPublicKey(const QString& url)
         return false;
     }
     const QString key = replyData().value(QStringLiteral("pubkey")).toString();
-    if (!mRsaCipher.setPublicKey(key.toUtf8())) {
+    if (!mState->rsaCipher.setPublicKey(key.toUtf8())) {
         raise(PUBLIC_KEY_ERROR, "PUBLIC_KEY_ERROR", __LINE__);
         return false;
     }
@@ -105,7 +135,7 @@ bool SecuredHTTPCurl::getPublicKey(const QString& url)
 
 bool SecuredHTTPCurl::shareAESKey(const QString& url)
 {
-    const QByteArray wrappedKey = mRsaCipher.encrypt(mAesKey.toBase64()).toBase64();
+    const QByteArray wrappedKey = mState->rsaCipher.encrypt(mState->aesKey.toBase64()).toBase64();
     const QByteArray test = CryptoUtils::generateRandomKey(AES_KEY_BITS).toBase64();
     const QJsonObject request {
         { QStringLiteral("handshake"), QStringLiteral("sharea_aeskey") }, // spelled as the services expect it
@@ -125,7 +155,7 @@ bool SecuredHTTPCurl::shareAESKey(const QString& url)
 
 QJsonObject SecuredHTTPCurl::replyData() const
 {
-    return mLastResponse.object().value(DATA).toObject();
+    return mState->lastResponse.object().value(DATA).toObject();
 }
 
 bool SecuredHTTPCurl::checkResponse()
@@ -137,11 +167,11 @@ bool SecuredHTTPCurl::checkResponse()
     if (response().isEmpty()) {
         return refuse(__LINE__, QStringLiteral("Null response!!"));
     }
-    mLastResponse = QJsonDocument::fromJson(response());
-    if (mLastResponse.isNull()) {
+    mState->lastResponse = QJsonDocument::fromJson(response());
+    if (mState->lastResponse.isNull()) {
         return refuse(__LINE__, QStringLiteral("Couldn't parse response!!\n"));
     }
-    const QJsonObject reply = mLastResponse.object();
+    const QJsonObject reply = mState->lastResponse.object();
     if (!reply.value(SUCCESS).isBool() || !reply.contains(DATA)) {
         return refuse(__LINE__, QStringLiteral("Wrong json format"));
     }
@@ -162,8 +192,11 @@ bool SecuredHTTPCurl::postForm(const QString& url, const QJsonObject& json)
 
 bool SecuredHTTPCurl::postForm(const QString& url, const QJsonObject& json, const QByteArray& fileData, bool binary)
 {
-    if (!mCryptedMode) {
+    if (!mState->cryptedMode) {
         return HTTPCurl::postForm(url, json, fileData, binary);
+    }
+    if (!checkIdle()) {
+        return false;
     }
     // A copy: fileData may be a response of this object, which the first post replaces.
     const QByteArray file = fileData;
@@ -204,12 +237,12 @@ bool SecuredHTTPCurl::postProcess(QByteArray& response)
 
 QByteArray SecuredHTTPCurl::encrypt(const QByteArray& data) const
 {
-    return CryptoUtils::AES128_encrypt({ SecuredEnvelope::header(data), data }, mAesKey);
+    return CryptoUtils::AES128_encrypt({ SecuredEnvelope::header(data), data }, mState->aesKey);
 }
 
 QByteArray SecuredHTTPCurl::decrypt(const QByteArray& data, bool /*flag*/) const
 {
-    return CryptoUtils::AES128_decrypt(data, mAesKey);
+    return CryptoUtils::AES128_decrypt(data, mState->aesKey);
 }
 
 bool SecuredHTTPCurl::checkSessionOkAndDecrypt(QByteArray& data)
