@@ -8,29 +8,28 @@
 #include <QString>
 
 /**
- * A password that is plain in memory and enciphered in every file.
+ * A password in plaintext in memory and encrypted in files.
  *
- * The key is part of the library: it keeps a password from a glance at the file, not from somebody who has both. A
- * value type.
+ * The key is part of the library: the encryption protects against casual viewing only. A value type.
  */
 class TAVREL_EXPORT EncryptedPassword : public Serializable
 {
 public:
     EncryptedPassword();
 
-    /// The plain password; empty when what was loaded cannot be deciphered.
+    /// The password in plaintext; empty if a loaded one cannot be decrypted.
     QString value() const;
     void setValue(const QString& plain);
-    /// True when nothing is stored. Does not decrypt: false after loading a saved password, even an empty one, as its
+    /// True if nothing is stored. Does not decrypt: false after loading a saved password, even an empty one, whose
     /// encrypted form is not empty.
     bool isEmpty() const { return mValue.isEmpty(); }
 
-    /// "crypted", then "val". A file always holds the enciphered form; the object stays as it is when it is saved.
+    /// "crypted", then "val". Files always contain the encrypted form; saving does not change the object.
     void sync() override;
 
 private:
     static const QByteArray mPrivateKey;
 
-    QString mValue; ///< plain, or the hexadecimal text of the cipher
+    QString mValue; ///< in plaintext, or the hexadecimal text of the ciphertext
     bool mCrypted = false;
 };

@@ -5,12 +5,13 @@
 
 #include <serialisation/Serializable.h>
 
-/// An FTPSettings that is saved to and loaded from a file; see Serializable. Applications derive from it to fill it.
+/// An FTPSettings that is saved to and loaded from a file; see Serializable. Applications derive from it to set the
+/// fields, and override className() to keep the files compatible.
 class TAVREL_EXPORT FTPSettingsSerializable : public FTPSettings, public Serializable
 {
 public:
     FTPSettingsSerializable();
 
-    /// Also reads older files, whose password stands in plain text.
+    /// Also reads older files, with the password in plaintext.
     void sync() override;
 };

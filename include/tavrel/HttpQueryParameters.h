@@ -7,7 +7,7 @@
 #include <QString>
 
 /**
- * Ordered key/value parameters of a request, at most one per key; keys are compared without regard to case.
+ * Ordered key/value parameters of a request, at most one per key; the comparison of keys ignores case.
  *
  * HTTPCurl::postHttp() sends them as form fields; toString() and toJson() render them as text. A value type,
  * copied cheaply. Nothing here fails.
@@ -15,33 +15,33 @@
 class TAVREL_EXPORT HttpQueryParameters
 {
 public:
-    /// Stands between two parameters of a query string: "&".
+    /// Separates the parameters of a query string: "&".
     static const QString SEPARATOR;
 
     /// Appends a parameter. One with the same key is removed first; an empty key is ignored.
     void addParam(const QString& key, const QString& value, bool encoded = false);
     void addParam(const HttpQuerySingleParameter& param);
-    /// The same as addParam(key, value, true).
+    /// Calls addParam(key, value, true).
     void addParamEncoded(const QString& key, const QString& value);
 
     /// Adds every parameter of other, in its order.
     HttpQueryParameters& operator+=(const HttpQueryParameters& other);
 
-    /// The parameter at position i; an empty one when there is no such position.
+    /// The parameter at position i; an empty one if i is out of bounds.
     HttpQuerySingleParameter at(int i) const;
     int count() const;
     /// The position of key, or -1.
     int indexOf(const QString& key) const;
     bool contains(const QString& key) const;
 
-    /// "key=value&key=value", without a question mark. Keys are never encoded, values where they ask for it.
+    /// "key=value&key=value", without a question mark. Keys are never encoded, values if they were added so.
     QString toString() const;
 
-    /// {"key":"value","key":"value"}. Nothing is escaped, and a "%2" in a key is replaced by the value: use
-    /// QJsonObject for text that is not under your control.
+    /// {"key":"value","key":"value"}. Nothing is escaped, and a "%2" in a key is replaced by the value: use QJsonObject
+    /// for text from outside.
     QString toJson() const;
 
-    /// Sorts by key without regard to case.
+    /// Sorts by key, ignoring case.
     void sort(Qt::SortOrder order);
 
     static bool keyLessThan(const HttpQuerySingleParameter& a, const HttpQuerySingleParameter& b);

@@ -4,7 +4,7 @@
 
 #include <QString>
 
-/// One parameter of HttpQueryParameters, which alone fills its fields. A value type.
+/// One parameter of HttpQueryParameters, which sets its fields. A value type.
 class TAVREL_EXPORT HttpQuerySingleParameter
 {
 public:
@@ -12,7 +12,7 @@ public:
 
     QString key() const { return mKey; }
     QString value() const { return mValue; }
-    /// True when the value is percent-encoded where the list is rendered.
+    /// True if the value is percent-encoded in toString() and toJson().
     bool encoded() const { return mEncoded; }
 
 private:

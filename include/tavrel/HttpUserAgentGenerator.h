@@ -9,16 +9,16 @@
 /**
  * Random user agents of an Android phone, for HTTPCurl::setUserAgent().
  *
- * The generator is seeded with the current second before every single pick: what is generated within one
- * second is the same, and all picks of one agent are related. It uses Qt's generator of the calling thread,
- * whose seed these functions replace. May be called from any thread.
+ * The generator is seeded with the current second before every pick: the results within one second are equal, and the
+ * picks of one agent are correlated. It uses Qt's generator of the calling thread and replaces its seed. May be called
+ * from any thread.
  */
 class TAVREL_EXPORT HttpUserAgentGenerator
 {
 public:
     HttpUserAgentGenerator() = delete;
 
-    /// A complete agent, for example "Dalvik/1.4.0 (Linux; U; Android 2.0.0; Nexus 4 Build/AAAAA)".
+    /// A complete user agent, for example "Dalvik/1.4.0 (Linux; U; Android 2.0.0; Nexus 4 Build/AAAAA)".
     static QString generateAndroidRandomUserAgent();
 
     static QString dalvikRandomVersion(); ///< "1.4.0" to "1.6.9"
@@ -26,7 +26,7 @@ public:
     static QString androidRandomDevice(); ///< one of AndroidDevices
     static QString androidRandomBuild(); ///< "Build/" and 5 to 14 characters of AndroidBuildVersion
 
-    /// A pick in [0, n); n is at least 1.
+    /// A pick in [0, n); n must be positive.
     static int myUserAgentRand(int n);
 
     static const QList<int> DalvikMajorVersion;

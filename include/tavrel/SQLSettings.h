@@ -14,11 +14,11 @@ public:
     SQLSettings();
 
     const QString& host() const { return mHost; }
-    /// DEFAULT_SQL_PORT while the port is exactly -1; any other number as it was set.
+    /// DEFAULT_SQL_PORT if the port is exactly -1; any other number as it was set.
     int port() const;
     const QString& database() const { return mDatabase; }
     const QString& user() const { return mUser; }
-    /// The plain password.
+    /// The password in plaintext.
     QString pwd() const { return mPassword.value(); }
 
     void setHost(const QString& host) { mHost = host; }

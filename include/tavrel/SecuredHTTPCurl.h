@@ -28,14 +28,14 @@ public:
     /// The numbers are part of the interface.
     enum Error {
         NO_SESSION = 0, ///< the service no longer knows the key
-        SECURED_PROTOCOL_ERROR_LAMBDA = 1, ///< the service refused a request, or its reply makes no sense
+        SECURED_PROTOCOL_ERROR_LAMBDA = 1, ///< the service refused a request, or its reply is malformed
         SECURED_PROTOCOL_ERROR_UPLOAD = 2, ///< the service refused a handshake because of its size
-        CRYPTO_FORMAT = 3, ///< the reply could not be deciphered
+        CRYPTO_FORMAT = 3, ///< the reply could not be decrypted, or needs more than 16 MiB of padding
         PUBLIC_KEY_ERROR = 4, ///< the service sent no usable public key
         PRIVATE_KEY_ERROR = 5, ///< the service did not prove that it has the AES key
     };
 
-    /// What the key file's path begins with; ".", and so the hidden file ".aes_key.txt", at first.
+    /// The prefix of the key file's path; the default "." gives the hidden file ".aes_key.txt".
     static QString KEYPATH;
 
     /// Loads the AES key, or makes and saves one.
@@ -45,7 +45,7 @@ public:
     /// Shares the AES key with the service at url. True without a request while the crypted mode is off.
     bool handshake(const QString& url);
 
-    /// As in HTTPCurl, with one repetition after a lost session.
+    /// Encrypts json and fileData and decrypts the reply; otherwise as in HTTPCurl. Repeated once after a lost session.
     bool postForm(const QString& url, const QJsonObject& json);
     bool postForm(const QString& url, const QJsonObject& json, const QByteArray& fileData, bool binary);
 
@@ -54,12 +54,12 @@ public:
     /// While on, posts and replies pass in plaintext; handshake() sets it for its own requests.
     void setHandshakeMode(bool on);
 
-    /// The cipher of the envelope around data; a null array without a valid key.
+    /// Encrypts the envelope around data; a null array without a valid key.
     QByteArray encrypt(const QByteArray& data) const;
-    /// The envelope in a cipher; a null array when it cannot be deciphered. The flag has no effect.
+    /// Decrypts to an envelope; a null array if data cannot be decrypted. The flag has no effect.
     QByteArray decrypt(const QByteArray& data, bool flag) const;
 
-    /// Sets what the path of the key file begins with. No separator is added: pass one at the end for a folder.
+    /// Sets the prefix of the key file's path. No separator is added: a folder ends with one.
     static void setKeypath(const QString& path);
     static QString keyFilePath();
     /// Removes the key file; the next object makes a new key, existing ones keep theirs.
@@ -68,11 +68,12 @@ public:
     /// The two steps of handshake(), which sets the handshake mode for them.
     bool getPublicKey(const QString& url);
     bool shareAESKey(const QString& url);
-    /// Judges response(), the reply of a handshake request.
+    /// Validates response(), the reply to a handshake request.
     bool checkResponse();
-    /// Deciphers a reply in place. On a failure data is emptied and error() tells why.
+    /// Decrypts a reply in place. On failure, empties data and sets error(). A payload that is shorter than its length
+    /// field is padded with zeros.
     bool checkSessionOkAndDecrypt(QByteArray& data);
-    /// Loads the AES key again, or makes and saves one.
+    /// Reloads the AES key, or makes and saves one.
     void initAESKey();
     /// Writes one line to the log.
     void printError(const QString& message) const;

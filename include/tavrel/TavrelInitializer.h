@@ -3,10 +3,10 @@
 #include <tavrel/tavrel_export.h>
 
 /**
- * Sets libcurl up for the process, once, and tears it down.
+ * Initializes libcurl once per process, and cleans it up.
  *
- * Create one before the application object, so that it is destroyed after it: threads such as FileDownloader
- * may have the application object as parent and must end before libcurl is cleaned up.
+ * Create one before the application object, so that it is destroyed after it: threads such as FileDownloader may have
+ * the application object as parent and must end before libcurl is cleaned up.
  *
  *     int main(int argc, char* argv[])
  *     {
@@ -15,24 +15,22 @@
  *         ...
  *     }
  *
- * Not for concurrent use: initialise before the first client exists, clean up after the last one is gone.
+ * Not thread-safe: initialize before the first client is created, clean up after the last one is destroyed.
  */
 class TAVREL_EXPORT TavrelInitializer
 {
 public:
-    /// Initialises libcurl, unless that was done already. When the application object exists, only logs a
-    /// warning.
+    /// Initializes libcurl, unless it is initialized. If the application object exists, only logs a warning.
     TavrelInitializer();
-    /// The same as globalDeInit().
+    /// Calls globalDeInit().
     ~TavrelInitializer();
 
     TavrelInitializer(const TavrelInitializer&) = delete;
     TavrelInitializer& operator=(const TavrelInitializer&) = delete;
 
-    /// Initialises libcurl whether or not the application object exists; does nothing when that was done
-    /// already.
+    /// Initializes libcurl whether or not the application object exists. Does nothing if it is initialized.
     static void globalInit();
-    /// Cleans libcurl up; does nothing when it is not initialised.
+    /// Cleans libcurl up. Does nothing if it is not initialized.
     static void globalDeInit() noexcept;
     static bool initialized() noexcept;
 

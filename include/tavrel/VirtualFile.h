@@ -8,44 +8,44 @@
 #include <QUrl>
 
 /**
- * One entry of a remote directory: its name, whether it is a directory, and the properties that servers with locks
- * have.
+ * One entry of a remote directory: its name, whether it is a directory, and the properties of servers with locks.
  *
- * The constructors take the full description of an entry and keep the name and the directory flag. A value type.
+ * The constructors take the full description of an entry but store only the name and the directory flag. A value type.
  */
-// Deliberate: a value type whose destructor is not virtual; nobody owns one through a base class.
+// Deliberate: a value type without a virtual destructor; it is never deleted through a pointer to a base.
 class TAVREL_EXPORT VirtualFile // NOLINT(cppcoreguidelines-virtual-class-destructor)
 {
 public:
     VirtualFile() = default;
     VirtualFile(const VirtualFile& other) = default;
-    /// Takes name and isDir; the other arguments describe the entry and are not kept.
+    /// Stores name and isDir; the other arguments are ignored.
     VirtualFile(const QString& name, int permissions, const QString& owner, const QString& group, qint64 size,
         const QDateTime& lastModified, const QDateTime& lastRead, bool isDir, bool isFile, bool isSymLink,
         bool isWritable, bool isReadable, bool isExecutable);
-    /// The same, with the decoded last segment of the URL's path as the name; empty for a path that ends in a slash.
+    /// Stores the decoded last segment of the URL's path as the name, and isDir. The name is empty if the path ends in
+    /// a slash.
     VirtualFile(const QUrl& url, int permissions, const QString& owner, const QString& group, qint64 size,
         const QDateTime& lastModified, const QDateTime& lastRead, bool isDir, bool isFile, bool isSymLink,
         bool isWritable, bool isReadable, bool isExecutable);
 
-    /// Copies the five properties through the virtual setters, so that a derived class sees every copy.
+    /// Copies the five properties through the virtual setters, so that a derived class notices every copy.
     VirtualFile& operator=(const VirtualFile& other);
 
     /// Compares the name and the properties. A directory and a file of the same name are equal.
     bool operator==(const VirtualFile& other) const;
     bool operator!=(const VirtualFile& other) const { return !(*this == other); }
 
-    /// initProperties(), then name and isDir as the constructors take them.
+    /// Calls initProperties(), then stores name and isDir; the other arguments are ignored.
     void init(const QString& name, int permissions, const QString& owner, const QString& group, qint64 size,
         const QDateTime& lastModified, const QDateTime& lastRead, bool isDir, bool isFile, bool isSymLink,
         bool isWritable, bool isReadable, bool isExecutable);
-    /// Resets the lock flag, its time-out and its owner, and isDir; the token, the content type and the name stay.
+    /// Resets the lock flag, its time-out and its owner, and isDir, but not the token, the content type and the name.
     void initProperties();
 
     const QString& name() const { return mName; }
     bool isDir() const { return mIsDir; }
     bool isLocked() const { return mLocked; }
-    /// As it was set; the unit is that of whoever sets it.
+    /// As it was set, in the caller's unit.
     qint64 lockTimeOut() const { return mLockTimeOut; }
     QString lockToken() const { return mLockToken; }
     QString lockOwner() const { return mLockOwner; }

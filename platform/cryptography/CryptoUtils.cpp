@@ -19,10 +19,10 @@ struct CipherDeleter
 
 using Cipher = std::unique_ptr<EVP_CIPHER_CTX, CipherDeleter>;
 
-/// OpenSSL keeps errors per thread; what is left there would be taken for those of the next TLS connection.
-struct ErrorSweeper
+/// Clears OpenSSL's error queue of this thread: entries left there would be attributed to the next TLS connection.
+struct ErrorQueueCleaner
 {
-    ~ErrorSweeper() { ERR_clear_error(); }
+    ~ErrorQueueCleaner() { ERR_clear_error(); }
 };
 
 unsigned char* bytesOf(QByteArray& array)
@@ -53,7 +53,7 @@ QByteArray CryptoUtils::AES128_encrypt(const QByteArray& data, const QByteArray&
 
 QByteArray CryptoUtils::AES128_encrypt(std::initializer_list<QByteArray> pieces, const QByteArray& key)
 {
-    const ErrorSweeper sweeper;
+    const ErrorQueueCleaner cleaner;
     const Cipher cipher(EVP_CIPHER_CTX_new());
     const qint64 size = NONCE_BYTES + totalSize(pieces) + TAG_BYTES;
     if (key.size() != AES128_KEY_BYTES || !cipher || size > std::numeric_limits<int>::max() - TAG_BYTES) {
@@ -82,7 +82,7 @@ QByteArray CryptoUtils::AES128_encrypt(std::initializer_list<QByteArray> pieces,
 
 QByteArray CryptoUtils::AES128_decrypt(const QByteArray& data, const QByteArray& key)
 {
-    const ErrorSweeper sweeper;
+    const ErrorQueueCleaner cleaner;
     const Cipher cipher(EVP_CIPHER_CTX_new());
     const int size = data.size() - NONCE_BYTES - TAG_BYTES;
     if (key.size() != AES128_KEY_BYTES || !cipher || size < 0) {
@@ -104,7 +104,7 @@ QByteArray CryptoUtils::generateRandomKey(int bits)
     if (bits <= 0) {
         return QByteArray();
     }
-    const ErrorSweeper sweeper;
+    const ErrorQueueCleaner cleaner;
     QByteArray key(bits / BITS_PER_BYTE, Qt::Uninitialized);
     return RAND_bytes(bytesOf(key), key.size()) == 1 ? key : QByteArray();
 }

@@ -12,30 +12,31 @@ struct evp_pkey_st;
 /**
  * The ciphers of the library, on OpenSSL. Nothing throws: a failure is a null array or false.
  *
- * The functions may be called from any thread; an RSACipher is used by one at a time.
+ * The functions may be called from any thread; an RSACipher is used by one thread at a time.
  */
 class CRYPTOGRAPHY_EXPORT CryptoUtils
 {
 public:
     static constexpr int AES128_KEY_BYTES = 16;
 
-    /// Enciphers data with AES-128-GCM under a key of 16 bytes and a fresh random nonce. The result is the nonce
-    /// (12 bytes), the cipher (as long as data) and the tag (16 bytes).
+    /// Encrypts data with AES-128-GCM, a key of 16 bytes and a fresh random nonce. The result is the nonce (12 bytes),
+    /// the ciphertext (as long as data) and the tag (16 bytes).
     static QByteArray AES128_encrypt(const QByteArray& data, const QByteArray& key);
-    /// The same for pieces that lie apart, without putting them together first.
+    /// Encrypts the concatenation of pieces without making a copy of it.
     static QByteArray AES128_encrypt(std::initializer_list<QByteArray> pieces, const QByteArray& key);
 
-    /// Deciphers what AES128_encrypt() has made. A null array for anything else: another key, a changed byte, a key
-    /// that is not 16 bytes long.
+    /// Decrypts a result of AES128_encrypt(). A null array for any other data, another key, or a key that is not 16
+    /// bytes long.
     static QByteArray AES128_decrypt(const QByteArray& data, const QByteArray& key);
 
-    /// Random bytes for a key of that many bits, a multiple of 8; an empty array when there are none to be had.
+    /// Random bytes for a key of that many bits, a multiple of 8; an empty array if bits is not positive or the random
+    /// generator fails.
     static QByteArray generateRandomKey(int bits);
 
     class RSACipher;
 };
 
-/// Enciphers with the public key of somebody else: RSA-OAEP with SHA-1 and MGF1-SHA-1.
+/// Encrypts with an RSA public key: RSA-OAEP with SHA-1 and MGF1-SHA-1.
 class CRYPTOGRAPHY_EXPORT CryptoUtils::RSACipher
 {
 public:
@@ -46,7 +47,8 @@ public:
     RSACipher(const RSACipher&) = delete;
     RSACipher& operator=(const RSACipher&) = delete;
 
-    /// Takes PEM text, "BEGIN PUBLIC KEY" or "BEGIN RSA PUBLIC KEY". False, and no key is held, for anything else.
+    /// Sets the key from PEM text, "BEGIN PUBLIC KEY" or "BEGIN RSA PUBLIC KEY". For anything else returns false and
+    /// leaves the object without a key.
     bool setPublicKey(const QByteArray& pem);
 
     /// A null array without a key, or when data is too long for it (86 bytes for a key of 1024 bits).
@@ -58,6 +60,6 @@ private:
         void operator()(evp_pkey_st* key) const;
     };
 
-    int mLeastBits;
+    int mMinBits;
     std::unique_ptr<evp_pkey_st, KeyDeleter> mKey;
 };

@@ -51,7 +51,7 @@ void CryptoUtils::RSACipher::KeyDeleter::operator()(evp_pkey_st* key) const
 }
 
 CryptoUtils::RSACipher::RSACipher(int bits)
-    : mLeastBits(bits)
+    : mMinBits(bits)
 {
 }
 
@@ -61,7 +61,7 @@ bool CryptoUtils::RSACipher::setPublicKey(const QByteArray& pem)
 {
     mKey.reset(readKey(pem));
     ERR_clear_error();
-    if (mKey && (EVP_PKEY_base_id(mKey.get()) != EVP_PKEY_RSA || EVP_PKEY_bits(mKey.get()) < mLeastBits)) {
+    if (mKey && (EVP_PKEY_base_id(mKey.get()) != EVP_PKEY_RSA || EVP_PKEY_bits(mKey.get()) < mMinBits)) {
         mKey.reset();
     }
     return mKey != nullptr;
@@ -77,12 +77,12 @@ QByteArray CryptoUtils::RSACipher::encrypt(const QByteArray& data) const
     const auto inSize = static_cast<size_t>(data.size());
     auto outSize = static_cast<size_t>(EVP_PKEY_size(mKey.get()));
     QByteArray out(static_cast<int>(outSize), Qt::Uninitialized);
-    const bool isEnciphered = EVP_PKEY_encrypt_init(context.get()) == 1
+    const bool isEncrypted = EVP_PKEY_encrypt_init(context.get()) == 1
         && EVP_PKEY_CTX_set_rsa_padding(context.get(), RSA_PKCS1_OAEP_PADDING) == 1
         && EVP_PKEY_CTX_set_rsa_oaep_md(context.get(), EVP_sha1()) == 1
         && EVP_PKEY_CTX_set_rsa_mgf1_md(context.get(), EVP_sha1()) == 1
         && EVP_PKEY_encrypt(context.get(), reinterpret_cast<unsigned char*>(out.data()), &outSize, in, inSize) == 1;
     ERR_clear_error();
     out.truncate(static_cast<int>(outSize));
-    return isEnciphered ? out : QByteArray();
+    return isEncrypted ? out : QByteArray();
 }

@@ -10,16 +10,16 @@
 /**
  * The message texts of a process, one per error code, ordered by code.
  *
- * Every operation may be called from any thread at any time. As one text is kept per code, a message that
- * carries a detail (a limit, a reply) is that of the last object that failed with this code.
+ * Every operation may be called from any thread at any time. As there is one text per code, a message with a detail (a
+ * limit, a reply) is that of the last object that failed with this code.
  */
 class FOUNDATION_EXPORT ErrorMessages
 {
 public:
-    /// Keeps message for code, in place of an earlier one.
+    /// Sets the message for code, replacing an earlier one.
     void insert(const ErrorableCode& code, const QString& message);
 
-    /// The text kept for code; empty when there is none.
+    /// The message for code; empty if there is none.
     QString value(const ErrorableCode& code) const;
 
     bool contains(const ErrorableCode& code) const;

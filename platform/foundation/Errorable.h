@@ -5,19 +5,18 @@
 #include <foundation/foundation_export.h>
 
 /**
- * Base of the classes that leave the reason of a failure behind instead of throwing.
+ * Base of the classes that keep the reason for a failure instead of throwing.
  *
- * The error state belongs to the object and is read by the thread that uses it. The message table is shared
- * by the whole process and guards itself.
+ * The error state belongs to the object and is read by the thread that uses it. The message table is shared by the
+ * whole process and is thread-safe.
  */
 class FOUNDATION_EXPORT Errorable
 {
 public:
-    /// The reason of the last failure; a null code when there was none.
+    /// The reason for the last failure; a null code if there was none.
     const ErrorableCode& error() const { return mError; }
 
-    /// The text registered for error(); empty when there is no error, or none was registered for it.
-    /// error().name() names the reason in either case.
+    /// The text registered for error(); empty without an error, or if none was registered for it.
     QString errorMessage() const;
 
     /// The reason as text for people: errorMessage() or, where no text is registered, the name of the code. Empty

@@ -10,11 +10,10 @@
 #include <type_traits>
 
 /**
- * The reason of a failure: a value of some enum type, with the name of that value and the place that raised
- * it.
+ * The reason for a failure: a value of some enum type, with the name of that value and the place that raised it.
  *
- * A default-constructed code means "no error". Two codes are equal when type name and value are; name, texts
- * and location do not count, so a caller compares with ErrorableCode::of():
+ * A default-constructed code means "no error". Two codes are equal if type name and value are equal; name, texts and
+ * location are not compared, so callers compare with ErrorableCode::of():
  *
  *     if (client.error() == ErrorableCode::of(HTTPCurl::NOT_FOUND_4XX)) ...
  *
@@ -40,7 +39,7 @@ public:
     const QString& typeName() const { return mTypeName; }
     int value() const { return mValue; }
     const QStringList& texts() const { return mTexts; }
-    /// "file:line" of the raising place; empty when it is not known.
+    /// "file:line" of the place that raised the error; empty if it is not known.
     const QString& location() const { return mLocation; }
     /// The symbolic name, for example "EMPTY_URL".
     const QString& name() const { return mName; }

@@ -28,7 +28,7 @@ bool syncToDisk(const QFileDevice& file)
     return fsync(file.handle()) == 0;
 }
 
-/// Makes the name of a new file survive a power failure. Best effort: not every file system can.
+/// Makes the directory entry of a new file durable. Best effort: not every file system supports it.
 void syncFolderOf(const QString& path)
 {
     const int folder = open(QFile::encodeName(QFileInfo(path).path()).constData(), O_RDONLY | O_CLOEXEC);
@@ -39,12 +39,12 @@ void syncFolderOf(const QString& path)
 }
 #endif
 
-/// Writes beside path and then takes its place. Without permissions, those of the system or of the old file hold.
+/// Writes a temporary file and renames it to path. Without permissions, the file gets those of an existing one, or the
+/// system's default.
 bool writeWhole(const QString& path, const QByteArray& bytes, QFile::Permissions permissions, QString* error)
 {
     QSaveFile file(path);
-    // A commit does not notice that what is still buffered finds no room: flush() does. It syncs the file to the disk
-    // before it renames it.
+    // flush() reports a full disk, which commit() does not notice. commit() syncs the file before it renames it.
     const bool written = file.open(QIODevice::WriteOnly) && (!permissions || file.setPermissions(permissions))
         && file.write(bytes) == bytes.size() && file.flush() && file.commit();
     if (written) {
@@ -79,7 +79,7 @@ bool FileUtils::writePrivateFile(const QString& path, const QByteArray& bytes, Q
 
 bool FileUtils::createPrivateFile(const QString& path, const QByteArray& bytes)
 {
-    // A temporary file is its owner's alone from the start, and its renaming replaces nothing.
+    // A QTemporaryFile is readable by its owner only from the start, and its rename() replaces nothing.
     QTemporaryFile file(path + QStringLiteral(".XXXXXX"));
     const bool isWritten
         = file.open() && file.write(bytes) == bytes.size() && file.flush() && syncToDisk(file) && file.rename(path);
@@ -93,6 +93,6 @@ bool FileUtils::createPrivateFile(const QString& path, const QByteArray& bytes)
 
 QString FileUtils::fileSizeToString(qint64 bytes)
 {
-    // Texts of errors read the same on every machine.
+    // The C locale, so that error messages do not depend on the machine.
     return QLocale::c().formattedDataSize(bytes);
 }

@@ -9,20 +9,20 @@
 class FOUNDATION_EXPORT FileUtils
 {
 public:
-    /// The content of a file; empty when it cannot be read. With text, line ends become "\n".
+    /// The content of a file; empty if it cannot be read. With text, line ends become "\n".
     static QByteArray readFileContent(const QString& path, bool text = false);
 
-    /// Writes bytes to path. The file is whole or, when false is returned, as it was before; the reason then
-    /// stands in error, if one is given.
+    /// Writes a file atomically, synced to the disk. If that fails, the file is as it was before, false is returned,
+    /// and the reason is stored in error unless it is null.
     static bool writeFileContent(const QString& path, const QByteArray& bytes, QString* error = nullptr);
 
-    /// The same for a file that only its owner may read, whoever could read the one before.
+    /// writeFileContent() for a file that only its owner may read, whatever the permissions of an existing one.
     static bool writePrivateFile(const QString& path, const QByteArray& bytes, QString* error = nullptr);
 
-    /// Creates a file that only its owner may read. False when it exists already, also when another process creates
-    /// it at the same moment; the file is whole from the moment it is there.
+    /// Creates a file that only its owner may read, atomically and synced to the disk. False if it exists, even if
+    /// another process has just created it.
     static bool createPrivateFile(const QString& path, const QByteArray& bytes);
 
-    /// A size for people, in the units of 1024 bytes: "999 bytes", "1.50 KiB".
+    /// A size in binary units, for people: "999 bytes", "1.50 KiB".
     static QString fileSizeToString(qint64 bytes);
 };

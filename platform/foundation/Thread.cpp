@@ -33,7 +33,7 @@ void Thread::addThreadableChild(Threadable* child)
     child->setThreadForInterrupt(this);
 }
 
-/// The interruption outlives the thread, so neither side has to tell the other that it goes.
+/// Shared ownership: a child may outlive the thread, and the thread a child.
 void Thread::shareInterruption(Threadable& child) const
 {
     child.mInterruption = mState->interruption;

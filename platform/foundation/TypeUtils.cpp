@@ -25,6 +25,6 @@ QString demangled(const char* runtimeName)
 
 QString TypeUtils::name(const char* runtimeName)
 {
-    // Some compilers write the kind of an enum type in front of its name.
+    // Some compilers put the keyword in front of the name of an enum type.
     return demangled(runtimeName).remove(QStringLiteral("enum "));
 }

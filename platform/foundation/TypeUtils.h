@@ -6,7 +6,7 @@
 
 #include <typeinfo>
 
-/// Names of types, the same text whichever compiler built the program.
+/// Names of types, independent of the compiler.
 class FOUNDATION_EXPORT TypeUtils
 {
 public:

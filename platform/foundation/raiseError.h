@@ -4,7 +4,7 @@
 
 #include <QString>
 
-/// The place that raises an error. The file is a literal; a line of 0 means that the place is not known.
+/// The place that raises an error. The file is a literal; line 0 means that the place is not known.
 struct ErrorSite
 {
     const char* file = nullptr;
@@ -19,7 +19,7 @@ struct ErrorSite
     }
 };
 
-/// raiseError() for a value that E has no name for.
+/// raiseError() for a value that is no enumerator of E.
 template <class E>
 void raiseErrorValue(Errorable& target, int value, const char* name, ErrorSite site, const QString& message = QString())
 {
@@ -33,7 +33,7 @@ void raiseErrorValue(Errorable& target, int value, const char* name, ErrorSite s
 /**
  * Makes value the current error of target.
  *
- * A message that is not empty is kept for every error of this type and value, in place of an earlier one.
+ * A non-empty message is registered for all errors of this type and value, replacing an earlier one.
  */
 template <class E>
 void raiseError(Errorable& target, E value, const char* name, ErrorSite site, const QString& message = QString())

@@ -15,8 +15,7 @@ bool isPrintable(QChar character, bool isText)
     return isText ? character.category() != QChar::Other_Control : character >= ' ' && character <= '~';
 }
 
-/// All of the bytes as text: a NUL would end the entry in many places where it is written to. Bytes that are not UTF-8
-/// are shown one by one.
+/// Makes all bytes visible: many message handlers cut an entry at a NUL. Bytes that are not UTF-8 are shown one by one.
 QString printable(const QByteArray& bytes)
 {
     const QString decoded = QString::fromUtf8(bytes.constData(), bytes.size());

@@ -6,8 +6,8 @@
  * One log entry, in the category "tavrel" of Qt's logging, emitted when the object is destroyed.
  *
  * File, function and line travel in the message context, so an application filters and redirects the entries
- * with QLoggingCategory, QT_LOGGING_RULES and qInstallMessageHandler. Used by one thread; entries of several
- * threads do not mix.
+ * with QLoggingCategory, QT_LOGGING_RULES and qInstallMessageHandler. Used by one thread at a time; the entries of
+ * several threads are not mixed up.
  */
 class LogUtils
 {
@@ -17,20 +17,20 @@ public:
         Warning = 4,
     };
 
-    /// The texts are literals: they are kept by pointer.
+    /// file and function are kept by pointer: pass literals.
     LogUtils(int type, const char* file, const char* function, int line);
     ~LogUtils();
 
     LogUtils(const LogUtils&) = delete;
     LogUtils& operator=(const LogUtils&) = delete;
 
-    /// Appends text as it stands; nothing is put between two pieces.
+    /// Appends text unchanged, without a separator.
     LogUtils& operator<<(const QString& text);
     LogUtils& operator<<(const char* utf8);
-    /// Bytes that may be anything: what is no printable UTF-8 appears as "\x00".
+    /// Appends any bytes: control characters, and bytes that are not UTF-8, are escaped, as in "\x00".
     LogUtils& operator<<(const QByteArray& bytes);
 
-    /// Closes the entry: blanks and line breaks at its end are dropped.
+    /// Closes the entry: removes blanks and line breaks at its end.
     void checkSpacing();
 
 private:

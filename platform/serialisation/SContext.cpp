@@ -14,8 +14,8 @@ const QString VALUE = QStringLiteral("val");
 const QString TRUE_TEXT = QStringLiteral("true");
 const QString FALSE_TEXT = QStringLiteral("false");
 
-/// The key, if it is a name in XML, else an empty text: such an element makes a file that no reader accepts, and
-/// Serializable does not save it. Other texts could make a readable file with other elements.
+/// The key if it is an XML name, else an empty text. An element without a name makes the XML invalid, so Serializable
+/// does not save it; the key itself could make valid XML with other elements.
 QString elementName(const QString& key)
 {
     static const QRegularExpression names(

@@ -9,10 +9,10 @@ class QXmlStreamWriter;
 class Serializable;
 
 /**
- * One saving or loading of an object: the direction, and where in the XML it is.
+ * One save or load of an object: its direction and its position in the XML.
  *
- * A scalar member is an element named by its key, with its text in the attribute "val"; a nested object is an element
- * named by its key that holds the members of the object. Made by Serializable; lives for one call on one thread.
+ * A scalar member is an element named by its key, with its text in the attribute "val". A nested object is an element
+ * named by its key that contains the members of the object. Created by Serializable for one call on one thread.
  */
 class SERIALISATION_EXPORT SContext
 {
@@ -24,25 +24,26 @@ public:
     /// Reads the children of element.
     explicit SContext(const QDomElement& element);
 
-    /// Writes or reads a nested object under key, which is a name in XML. When it is read and there is no such element,
-    /// it stays as it is.
+    /// Writes or reads a nested object under key, which is an XML name. Reading leaves it unchanged if there is no such
+    /// element.
     virtual void member(const QString& key, Serializable* object);
     virtual ~SContext() = default;
 
     SContext(const SContext&) = delete;
     SContext& operator=(const SContext&) = delete;
 
-    /// Writes or reads a scalar under key. When it is read and the element or its "val" is missing, it stays as it is.
+    /// Writes or reads a scalar under key, which is an XML name. Reading leaves it unchanged if the element or its
+    /// "val" is missing.
     void member(const QString& key, QString& value);
     void member(const QString& key, bool& value);
-    /// A text that is no number is read as 0.
+    /// A text that is not a number is read as 0.
     void member(const QString& key, int& value);
 
     Mode mode() const { return mMode; }
 
     /// Sets text from value when writing, value from text when reading.
     void memberFromToString(QString& value, QString& text) const;
-    /// "true" and "false"; "1" and "0" are read too, and any other text leaves value as it is.
+    /// Writes "true" or "false"; reads "1" and "0" as well. Any other text leaves value unchanged.
     void memberFromToString(bool& value, QString& text) const;
 
 private:

@@ -14,8 +14,8 @@ namespace {
 constexpr qint64 MAX_FILE_BYTES = 1024LL * 1024;
 constexpr int MAX_NESTING = 32;
 
-/// Whether bytes are XML that is safe to make a tree of: the tree is walked recursively, and its entities expanded.
-bool isHarmless(const QByteArray& xml)
+/// Whether it is safe to build a tree from the XML: the tree is walked recursively, and its entities are expanded.
+bool isSafe(const QByteArray& xml)
 {
     QXmlStreamReader reader(xml);
     int depth = 0;
@@ -39,10 +39,10 @@ bool isHarmless(const QByteArray& xml)
     return !reader.hasError();
 }
 
-/// Reads the file of a class; false for any other bytes.
-bool read(const QByteArray& xml, const QString& className, QDomDocument& document)
+/// Parses the file of a class; false for any other bytes.
+bool parse(const QByteArray& xml, const QString& className, QDomDocument& document)
 {
-    return isHarmless(xml) && document.setContent(xml) && document.documentElement().tagName() == className;
+    return isSafe(xml) && document.setContent(xml) && document.documentElement().tagName() == className;
 }
 
 } // namespace
@@ -68,8 +68,8 @@ bool Serializable::save(const QString& path, Serializable* object)
     Serializable& source = object ? *object : *this;
     const QByteArray xml = source.toXml();
     QDomDocument document;
-    // A file that load() would refuse must not replace a good one.
-    return xml.size() <= MAX_FILE_BYTES && read(xml, source.className(), document)
+    // A file that load() would refuse must not replace a valid one.
+    return xml.size() <= MAX_FILE_BYTES && parse(xml, source.className(), document)
         && FileUtils::writePrivateFile(path, xml);
 }
 
@@ -81,7 +81,7 @@ bool Serializable::load(const QString& path)
 
 bool Serializable::copy(const Serializable* other)
 {
-    // Writing changes nothing in the object that is written.
+    // Writing does not change the object.
     return fromXml(const_cast<Serializable*>(other)->toXml()); // NOLINT(cppcoreguidelines-pro-type-const-cast)
 }
 
@@ -101,7 +101,7 @@ QByteArray Serializable::toXml()
 bool Serializable::fromXml(const QByteArray& xml)
 {
     QDomDocument document;
-    if (!read(xml, className(), document)) {
+    if (!parse(xml, className(), document)) {
         return false;
     }
     SContext context(document.documentElement());
@@ -128,7 +128,7 @@ bool Serializable::isWritingMode() const
 
 QString Serializable::className() const
 {
-    // An element's name knows neither "::" nor the parentheses of an unnamed namespace.
+    // The name of an element cannot contain "::" or the parentheses of an unnamed namespace.
     static const QRegularExpression notInNames(QStringLiteral("[^A-Za-z0-9_.-]+"));
     return TypeUtils::name(typeid(*this).name()).replace(notInNames, QStringLiteral("_"));
 }

@@ -18,43 +18,43 @@
  *         member("port", mPort);
  *     }
  *
- * A save is atomic: after a crash or on a full disk the old file is still whole. The file is readable by its owner
- * alone. A load that returns false has left the object as it was. Nothing is shared between objects: two threads may
- * save and load two of them at the same time.
+ * Saving is atomic: after a crash or on a full disk the old file is intact. The file is readable by its owner only. A
+ * load that returns false leaves the object unchanged. Objects share nothing: several threads may save and load
+ * different objects at the same time.
  */
 class SERIALISATION_EXPORT Serializable
 {
 public:
-    /// polyUse tells that objects of several classes may stand under the same key.
+    /// polyUse: objects of several classes may be stored under one key.
     explicit Serializable(bool polyUse);
     virtual ~Serializable() = default;
 
-    /// Saves object, or this object if it is null, to a file. False, and the file is as it was, when it cannot be
-    /// written or load() would refuse it: it would be larger than 1 MiB or nested deeper than 32 elements, hold a text
-    /// that XML cannot carry (control characters), or a key that is no XML name.
+    /// Saves object, or this object if it is null, to a file. Returns false and leaves the file unchanged if it cannot
+    /// be written, or if load() would refuse it: larger than 1 MiB, nested deeper than 32 elements, a text with control
+    /// characters, which XML does not allow, or a key that is not an XML name.
     virtual bool save(const QString& path, Serializable* object);
     /// The name of the root element: by default the name of the class. A class derived from a persisted record
-    /// overrides this to return the record's name when it is to read and write the record's files.
+    /// overrides className() with the record's name in order to read and write the record's files.
     virtual QString className() const;
     virtual QString classNameForInstMap() const;
     virtual bool isPolyUse() const { return mPolyUse; }
     /// Names the members, in the order of the file.
     virtual void sync() = 0;
     virtual QString classNameLowLevel();
-    /// Takes over the members of other, as a save and a load would; false when it is of another class.
+    /// Copies the members of other, as a save and a load would; false if it is of another class.
     virtual bool copy(const Serializable* other);
 
-    /// Loads a file that was saved by this class. A member that the file does not hold keeps its value, so load into a
-    /// new object unless you want a mixture. False when the file is missing, larger than 1 MiB, not XML, nested deeper
-    /// than 32 elements, of another class (see className()), or has a document type (whose entities are never
-    /// expanded).
+    /// Loads a file saved by this class. A member that is not in the file keeps its value; load into a new object to
+    /// get the defaults. Returns false if the file is missing, larger than 1 MiB, not XML, nested deeper than 32
+    /// elements, of another class (see className()), or has a document type (whose entities are never expanded).
     bool load(const QString& path);
 
     bool isReadingMode() const;
     bool isWritingMode() const;
 
 protected:
-    /// A copy takes no part in a saving or loading of other that is under way, and an assignment ends none of this.
+    /// The context is not copied: a copy takes no part in a save or load of other that is under way, and an assignment
+    /// does not end one of this object.
     Serializable(const Serializable& other);
     Serializable& operator=(const Serializable& other);
 
@@ -74,7 +74,7 @@ protected:
 private:
     friend class SContext;
     void syncWith(SContext& context);
-    /// Empty when a text holds what XML cannot carry.
+    /// Empty if a text has characters that XML does not allow.
     QByteArray toXml();
     bool fromXml(const QByteArray& xml);
 

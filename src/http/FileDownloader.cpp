@@ -33,7 +33,7 @@ FileDownloader::FileDownloader(QObject* parent)
 {
     mState->client = new HTTPCurl(this);
     addThreadableChild(mState->client);
-    // Direct, because this object lives on another thread than the one that emits.
+    // Direct, because this object lives on another thread than the one that emits the signal.
     connect(mState->client, &HTTPCurl::progress, this, &FileDownloader::progress, Qt::DirectConnection);
 }
 
@@ -59,7 +59,7 @@ void FileDownloader::download(const QString& url, const QString& path)
 {
     bool needsThread = false;
     if (!begin(url, path, needsThread)) {
-        // Logged without the lock, as the application's message handler may call error().
+        // Without the lock, as the application's message handler may call error().
         LogUtils log(LogUtils::Warning, __FILE__, "download", __LINE__);
         log << "a download is running, not started: " << path; // a URL may hold a password
         log.checkSpacing();
@@ -68,7 +68,7 @@ void FileDownloader::download(const QString& url, const QString& path)
     }
 }
 
-/// Accepts a download unless one is running; a run that is about to end takes it up, or it needs the thread started.
+/// Accepts a download unless one is running. A run that has not ended takes it up, else the thread must be started.
 bool FileDownloader::begin(const QString& url, const QString& path, bool& needsThread)
 {
     const std::lock_guard<std::mutex> guard(mState->mutex);
@@ -92,7 +92,7 @@ void FileDownloader::launch()
         startThread();
         return;
     }
-    // A slot of finished() is running, and a thread cannot wait for its own end.
+    // Called by a slot of finished(): a thread cannot wait for its own end.
     if (mState->starter.joinable()) {
         mState->starter.join();
     }
@@ -106,8 +106,8 @@ void FileDownloader::launch()
 void FileDownloader::startThread()
 {
     const int runs = mState->runs;
-    wait(); // A run that has announced its end may not have returned yet.
-    QThread::start(); // Not Thread's, which would forget an interruption requested since begin().
+    wait(); // The previous run may not have returned yet.
+    QThread::start(); // Not Thread::start(), which would forget an interruption requested since begin().
     if (!isRunning() && mState->runs == runs) {
         failToStart();
     }
@@ -146,7 +146,7 @@ void FileDownloader::announce(bool success)
     Q_EMIT done(success);
 }
 
-/// Whether a slot of done() has asked for another download, which this run then serves.
+/// Continues with a download that a slot of done() has started; false if there is none.
 bool FileDownloader::takeUpNext()
 {
     const std::lock_guard<std::mutex> guard(mState->mutex);
@@ -156,7 +156,7 @@ bool FileDownloader::takeUpNext()
 
 bool FileDownloader::runOnce()
 {
-    // While mState->isDownloading is set nobody else touches the strings, except to read the error.
+    // While isDownloading is set, other threads read only the error.
     if (QFile::exists(mState->partPath) && !QFile::remove(mState->partPath)) {
         return fail(QStringLiteral("Unable to remove ") + mState->partPath);
     }
@@ -164,7 +164,7 @@ bool FileDownloader::runOnce()
         QFile::remove(mState->partPath);
         return fail(mState->client->errorText());
     }
-    // Deliberate: an existing destination stays, and the result of the rename does not count.
+    // Deliberate: an existing destination is not replaced, and the result of the rename is ignored.
     QFile::rename(mState->partPath, mState->path);
     return true;
 }

@@ -2,7 +2,7 @@
 
 #include <QByteArray>
 
-/// The bytes of one parameter, kept alive while libcurl holds pointers to them. A value type.
+/// The bytes of one parameter, which must stay valid while libcurl has pointers to them. A value type.
 struct HttpInternalQueryMemoryParameter
 {
     QByteArray key; ///< UTF-8

@@ -31,8 +31,8 @@ TavrelInitializer::~TavrelInitializer()
 void TavrelInitializer::globalInit()
 {
     if (!mCurlInitialized) {
-        // Deliberate: the result is not looked at. A libcurl that could not start fails each request with a
-        // code of its own, which tells the caller more than a flag does.
+        // Deliberate: the result is ignored. If libcurl could not start, each request fails with libcurl's own code,
+        // which says more than a flag.
         curl_global_init(CURL_GLOBAL_ALL);
         mCurlInitialized = true;
     }

@@ -1,5 +1,4 @@
 #pragma once
 
-/// Logs that libcurl was not initialised, if so. Every client calls it when it is built; the texts are
-/// literals.
+/// Logs a warning if libcurl is not initialized. Called by the constructor of each client, with literals.
 void warnIfNotInitialized(const char* file, const char* className, int line);

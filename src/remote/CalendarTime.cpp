@@ -14,7 +14,7 @@ constexpr std::int64_t DAYS_IN_100_YEARS = 36524;
 constexpr std::int64_t DAYS_IN_400_YEARS = 146097;
 constexpr int YEARS_TO_TRY = 100;
 
-/// Sums and products that wrap around instead of overflowing.
+/// Sums, products and differences wrap around instead of overflowing.
 std::int64_t sum(std::int64_t a, std::int64_t b)
 {
     return static_cast<std::int64_t>(static_cast<std::uint64_t>(a) + static_cast<std::uint64_t>(b));
@@ -30,7 +30,7 @@ std::int64_t difference(std::int64_t a, std::int64_t b)
     return static_cast<std::int64_t>(static_cast<std::uint64_t>(a) - static_cast<std::uint64_t>(b));
 }
 
-/// gmtime() without the buffer that it shares with every other call in the process.
+/// gmtime() without its static buffer, which any other call in the process overwrites.
 std::tm utc(std::time_t time)
 {
     std::tm parts {};
@@ -42,7 +42,7 @@ std::tm utc(std::time_t time)
     return parts;
 }
 
-/// What the system's clock shows at 1970-01-01 00:00 UTC; 0 wherever time starts there.
+/// The system's time at 1970-01-01 00:00 UTC; 0 on every system that counts from there.
 std::int64_t base()
 {
     static const std::int64_t sBase = [] {
@@ -58,7 +58,7 @@ std::int64_t now()
     return difference(std::time(nullptr), base());
 }
 
-/// The year of a time; years begin in March until the last step.
+/// The year of a time. The computation counts years from March up to its last step.
 std::int64_t yearOf(std::int64_t seconds)
 {
     std::int64_t day = seconds / SECONDS_PER_DAY - (seconds % SECONDS_PER_DAY < 0 ? 1 : 0) - DAYS_TO_MARCH_2000;
@@ -92,7 +92,7 @@ std::int64_t yearOf(std::int64_t seconds)
 
 std::int64_t currentYear()
 {
-    // Deliberate: that of the first question. A listing that runs across New Year keeps to one year.
+    // Deliberate: computed once per process, so that a listing that runs across New Year uses one year.
     static const std::int64_t sYear = yearOf(now());
     return sYear;
 }

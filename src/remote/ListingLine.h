@@ -4,10 +4,10 @@
 
 #include <cstdint>
 
-/// What the readers of all styles of listings share: looking at a run of bytes, and filling an entry.
+/// Shared by the parsers of all listing styles: reading a field, and filling an entry.
 namespace ListingLine {
 
-/// A run of bytes inside the line.
+/// A range of bytes in the line.
 struct Field
 {
     char* begin;
@@ -17,9 +17,9 @@ struct Field
     bool startsWith(const char* text) const;
 };
 
-/// Any bytes are taken for digits, and the sum wraps around.
+/// Does not check that the bytes are digits; the result wraps around.
 std::int64_t number(Field field);
-/// 0 for January; -1 for what is no month.
+/// 0 for January; -1 if the field is not a month.
 int monthIndex(Field field);
 
 void setName(ftpparser_entry& entry, Field name);

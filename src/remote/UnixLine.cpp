@@ -8,7 +8,7 @@ using namespace ListingLine;
 
 namespace {
 
-/// The columns of a UNIX line, one after the other.
+/// Parses the columns of a UNIX line in order.
 class UnixColumns
 {
 public:
@@ -17,7 +17,7 @@ public:
     {
     }
 
-    /// Takes one field; false when the line cannot be one of these.
+    /// Takes the next field; false if the line is not in this style.
     bool take(Field field)
     {
         switch (mColumn) {
@@ -25,7 +25,7 @@ public:
             mColumn = Links;
             return true;
         case Links:
-            // A server that says "folder" here leaves out the owner.
+            // A server that sends "folder" here omits the owner.
             mColumn = field.size() == 6 && *field.begin == 'f' ? FirstNumber : Owner;
             return true;
         case Owner:
@@ -57,7 +57,7 @@ public:
 private:
     enum Column { Permissions, Links, Owner, FirstNumber, SizeOrMonth, Day, TimeOrYear, Name };
 
-    /// The last number before the month is the size, however many columns there are.
+    /// The last number before the month is the size, as the number of owner and group columns varies.
     void takeSizeOrMonth(Field field)
     {
         mMonth = monthIndex(field);
@@ -106,7 +106,7 @@ void markUnixType(ftpparser_entry& entry, char type)
     }
 }
 
-/// A name without the target of a link, or the blanks that some servers put in front.
+/// The name without the target of a link and without the blanks that some servers put in front.
 Field unixName(Field line, Field name)
 {
     constexpr int firstArrow = 3;

@@ -22,7 +22,7 @@ VirtualFile& VirtualFile::operator=(const VirtualFile& other) // NOLINT(bugprone
     mIsDir = other.mIsDir;
     setLocked(other.mLocked);
     setLockTimeOut(other.mLockTimeOut);
-    // Copies, so that a setter may change its own object while it reads the argument.
+    // Copies, as an overridden setter may change this object, which may be other.
     setLockToken(QString(other.mLockToken));
     setLockOwner(QString(other.mLockOwner));
     setContentType(QString(other.mContentType));
@@ -47,7 +47,7 @@ void VirtualFile::init(const QString& name, int /*permissions*/, const QString& 
 
 void VirtualFile::initProperties()
 {
-    // Deliberate: the owner goes, the token and the content type stay.
+    // Deliberate: the lock owner is reset, the token and the content type are not.
     mLocked = false;
     mLockTimeOut = 0;
     mLockOwner.clear();

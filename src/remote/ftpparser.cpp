@@ -11,7 +11,7 @@ using namespace ListingLine;
 
 namespace {
 
-/// Goes through a line from left to right. A search that finds nothing ends it, and all that follow fail as well.
+/// Reads a line from left to right. A search without a match moves to the end, where all later searches fail.
 class Cursor
 {
 public:
@@ -22,11 +22,11 @@ public:
     }
 
     bool isInside() const { return mAt != mEnd; }
-    /// The byte here; a NUL at the end.
+    /// The current byte; NUL at the end.
     char byte() const { return isInside() ? *mAt : '\0'; }
     Field rest() const { return { mAt, mEnd }; }
 
-    /// Goes on to the first of these bytes; what was passed.
+    /// Moves to the first of these bytes and returns the field before it.
     Field upTo(const char* bytes)
     {
         char* const begin = mAt;
@@ -123,7 +123,7 @@ bool readVms(ftpparser_entry& entry, Field line)
     return true;
 }
 
-/// Two digits stand for 1950 to 2049.
+/// Two digits mean 1950 to 2049.
 std::int64_t fullYear(std::int64_t year)
 {
     if (year < 50) {
@@ -132,7 +132,7 @@ std::int64_t fullYear(std::int64_t year)
     return year < 1000 ? year + 1900 : year;
 }
 
-/// Passes "AM" or "PM"; the hour on a clock of 24.
+/// Skips "AM" or "PM" and returns the hour on the 24-hour clock.
 std::int64_t hourOfDay(Cursor& cursor, std::int64_t hour)
 {
     if (hour == 12) {

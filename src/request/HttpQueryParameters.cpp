@@ -48,7 +48,7 @@ void HttpQueryParameters::addParamEncoded(const QString& key, const QString& val
 
 HttpQueryParameters& HttpQueryParameters::operator+=(const HttpQueryParameters& other)
 {
-    // A copy, as other may be this list itself.
+    // A copy, as other may be this list.
     const QList<HttpQuerySingleParameter> added = other.mParameters;
     for (const HttpQuerySingleParameter& param : added) {
         addParam(param);
@@ -91,7 +91,7 @@ QString HttpQueryParameters::toJson() const
 {
     QStringList members;
     for (const HttpQuerySingleParameter& param : mParameters) {
-        // Deliberate: one substitution after the other, and no escaping. Receivers rely on the text as it is.
+        // Deliberate: successive substitutions without escaping, as receivers rely on this text.
         members << QStringLiteral("\"%1\":\"%2\"").arg(param.key()).arg(rendered(param));
     }
     return QLatin1Char('{') + members.join(QLatin1Char(',')) + QLatin1Char('}');

@@ -5,8 +5,8 @@
 
 namespace {
 
-constexpr int SHORTEST_BUILD = 5;
-constexpr int BUILD_LENGTHS = 15;
+constexpr int MIN_BUILD_LENGTH = 5;
+constexpr int BUILD_LENGTH_BOUND = 15;
 
 template <class List> auto pick(const List& values)
 {
@@ -35,7 +35,7 @@ const QString HttpUserAgentGenerator::AndroidBuildVersion = "ABCDEFGHIJKLMNOPQRS
 
 int HttpUserAgentGenerator::myUserAgentRand(int n)
 {
-    // Deliberate: seeded before every pick, so that all picks of one second agree with each other.
+    // Deliberate: seeded before every pick, so that all picks within one second are correlated.
     QT_WARNING_PUSH
     QT_WARNING_DISABLE_DEPRECATED
     qsrand(static_cast<uint>(QDateTime::currentSecsSinceEpoch()));
@@ -60,7 +60,7 @@ QString HttpUserAgentGenerator::androidRandomDevice()
 
 QString HttpUserAgentGenerator::androidRandomBuild()
 {
-    const int length = qMax(myUserAgentRand(BUILD_LENGTHS), SHORTEST_BUILD);
+    const int length = qMax(myUserAgentRand(BUILD_LENGTH_BOUND), MIN_BUILD_LENGTH);
     QString build = QStringLiteral("Build/");
     for (int i = 0; i < length; ++i) {
         build += pick(AndroidBuildVersion);

@@ -30,7 +30,7 @@ std::optional<QByteArray> SecuredEnvelope::open(QByteArray envelope)
         return std::nullopt;
     }
     if (missing > 0) {
-        // Deliberate: a payload that is shorter than announced is accepted.
+        // Deliberate: a payload shorter than its length field is accepted.
         return envelope.append(missing, '\0');
     }
     envelope.truncate(length);

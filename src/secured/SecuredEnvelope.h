@@ -4,16 +4,15 @@
 
 #include <optional>
 
-/// What is enciphered in both directions: "###", the length of the payload as a signed 32-bit number, low byte first,
-/// and the payload. Pure functions on bytes.
+/// The plaintext of both directions: "###", the length of the payload as a signed 32-bit little-endian number, and the
+/// payload. Pure functions on bytes.
 namespace SecuredEnvelope {
 
-/// What stands in front of a payload.
+/// The bytes in front of a payload.
 QByteArray header(const QByteArray& payload);
 
-/// The payload of an envelope. Bytes behind the announced length are cut off. A payload that is shorter than announced
-/// is padded with up to 16 MiB of zeros. Nothing when the marker is missing or when more padding would be needed: a few
-/// bytes must not make the client allocate 2 GiB.
+/// The payload of an envelope, of the length in the envelope: truncated, or padded with up to 16 MiB of zeros. No value
+/// if the marker is missing or more padding is needed, as a few bytes must not make the client allocate 2 GiB.
 std::optional<QByteArray> open(QByteArray envelope);
 
 } // namespace SecuredEnvelope

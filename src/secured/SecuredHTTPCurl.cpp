@@ -76,12 +76,12 @@ void SecuredHTTPCurl::initAESKey()
             FileUtils::createPrivateFile(path, mState->aesKey);
         }
     }
-    // Also after the key was made: another process may have been faster, and then its key is the one to share.
+    // Also after the key was made: if another process was faster, its key is the one to share.
     if (QFile::exists(path)) {
         mState->aesKey = FileUtils::readFileContent(path, false);
     }
     if (mState->aesKey.size() != CryptoUtils::AES128_KEY_BYTES) {
-        // Deliberate: a key file of another length is neither refused nor replaced; the service will refuse it.
+        // Deliberate: a key of another length is neither refused nor replaced; the service will refuse it.
         logWarning("initAESKey", __LINE__, QStringLiteral("Wrong AES key generated"));
     }
 }
@@ -120,7 +120,7 @@ bool SecuredHTTPCurl::exchangeKeys(const QString& url)
 
 bool SecuredHTTPCurl::getPublicKey(const QString& url)
 {
-    // The base's post: the recovery of this class would call the handshake again.
+    // The post of the base class: the recovery of this class would call the handshake again.
     const QJsonObject request { { QStringLiteral("handshake"), QStringLiteral("get_pubkey") } };
     if (!HTTPCurl::postForm(url, request) || !checkResponse()) {
         return false;
@@ -203,13 +203,13 @@ bool SecuredHTTPCurl::postForm(const QString& url, const QJsonObject& json, cons
     bool success = HTTPCurl::postForm(url, json, file, binary);
     if (!success && error() == ErrorableCode::of(NO_SESSION)) {
         clearError();
-        // Once: a service that loses the session again will not be asked a third time.
+        // Once: there is no further attempt if the service loses the session again.
         success = exchangeKeys(url) && HTTPCurl::postForm(url, json, file, binary);
     }
     return dropUnlessGood(success);
 }
 
-/// A failed request leaves no reply behind, such as a part of one.
+/// Empties the responses after a failure: they may hold a part of a reply.
 bool SecuredHTTPCurl::dropUnlessGood(bool success)
 {
     if (!success) {
@@ -254,7 +254,7 @@ bool SecuredHTTPCurl::checkSessionOkAndDecrypt(QByteArray& data)
         data.clear();
         return false;
     }
-    // Deliberate: a reply in clear that claims success is not believed.
+    // Deliberate: a plaintext reply with "success" true is not accepted.
     const std::optional<QByteArray> payload = SecuredEnvelope::open(decrypt(data, false));
     if (!payload) {
         raise(CRYPTO_FORMAT, "CRYPTO_FORMAT", __LINE__);
@@ -269,10 +269,10 @@ bool SecuredHTTPCurl::checkSessionOkAndDecrypt(QByteArray& data)
     return true;
 }
 
-/// Turns an error that the service reports in clear into ours.
+/// Raises the error for one that the service reports in plaintext.
 void SecuredHTTPCurl::raiseServerError(const QJsonObject& reply, const QByteArray& raw)
 {
-    const QString text = QString::fromUtf8(raw.constData(), raw.size()); // also behind a NUL
+    const QString text = QString::fromUtf8(raw.constData(), raw.size()); // not only up to a NUL
     if (reply.value(DATA).toObject().value(QStringLiteral("error_message")).toString() == sNoSessionCode) {
         raise(NO_SESSION, "NO_SESSION", __LINE__, QStringLiteral("SESSION ERROR : ") + text);
     } else {

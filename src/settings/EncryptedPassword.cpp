@@ -15,7 +15,7 @@ QString EncryptedPassword::value() const
         return mValue;
     }
     const QByteArray plain = CryptoUtils::AES128_decrypt(QByteArray::fromHex(mValue.toLatin1()), mPrivateKey);
-    // Up to the first NUL, and empty for a null array.
+    // Deliberate: up to the first NUL; empty for a null array.
     return QString::fromUtf8(plain.constData());
 }
 

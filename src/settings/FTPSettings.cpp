@@ -47,7 +47,7 @@ int FTPSettings::defaultPort(Protocol protocol)
     case SFTP:
         return SSH_PORT;
     case FTPS_IMPLICIT:
-        break; // Deliberate: whoever uses it has to name the port.
+        break; // Deliberate: the user has to give the port.
     }
     return NO_PORT;
 }
@@ -141,7 +141,7 @@ QString FTPSettings::dumpInfos()
 
 QString FTPSettings::signatureSettings() const
 {
-    // Deliberate: nothing separates the sub-folder from the user; known targets keep their signatures.
+    // Deliberate: no separator between sub-folder and user, as signatures of known targets must not change.
     const QString target = mHost + QLatin1Char('_') + ftpFolder() + QLatin1Char('_') + publicSubFolder() + mUser;
     const QByteArray digest = QCryptographicHash::hash(target.toUtf8(), QCryptographicHash::Md5);
     return QString::fromLatin1(digest.toBase64(QByteArray::Base64UrlEncoding));

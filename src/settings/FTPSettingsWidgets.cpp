@@ -8,8 +8,8 @@
 
 namespace {
 
-constexpr int LOWEST_PORT = 1;
-constexpr int HIGHEST_PORT = 65536; // Deliberate: one more than there are; saved dialogs hold it.
+constexpr int MIN_PORT = 1;
+constexpr int MAX_PORT = 65536; // Deliberate: one past the largest port, as existing dialogs accept it.
 
 } // namespace
 
@@ -26,7 +26,7 @@ void FTPSettings::initPwdControl(QLineEdit* edit)
 {
     edit->setEchoMode(QLineEdit::PasswordEchoOnEdit);
     auto* shortcut = new QShortcut(QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::ALT + Qt::META + Qt::Key_P), edit);
-    // In the context of the window, two such fields would make the keys ambiguous and neither would obey.
+    // With the context of a window, the shortcuts of two such fields would be ambiguous, and neither would work.
     shortcut->setContext(Qt::WidgetShortcut);
     const QPointer<QLineEdit> guarded(edit);
     QObject::connect(shortcut, &QShortcut::activated, shortcut, [guarded] {
@@ -38,7 +38,7 @@ void FTPSettings::initPwdControl(QLineEdit* edit)
 
 void FTPSettings::initPortControl(QLineEdit* edit)
 {
-    edit->setValidator(new QIntValidator(LOWEST_PORT, HIGHEST_PORT, edit));
+    edit->setValidator(new QIntValidator(MIN_PORT, MAX_PORT, edit));
 }
 
 void FTPSettings::initFolderControl(QLineEdit* /*edit*/) { }

@@ -9,7 +9,7 @@ SQLSettings::SQLSettings()
 
 int SQLSettings::port() const
 {
-    // Deliberate: only -1 stands for the default; 0 and other negative numbers were set by somebody.
+    // Deliberate: only -1 means the default; 0 and other negative numbers are returned as they were set.
     return mPort == -1 ? DEFAULT_SQL_PORT : mPort;
 }
 

@@ -80,11 +80,11 @@ private Q_SLOTS:
             example.insert(cells.value(1).trimmed(), cells.value(2).trimmed().remove('`'));
         }
         const QByteArray key = QByteArray::fromHex(example["key"].toLatin1());
-        const QByteArray cipher = QByteArray::fromHex(example["cipher"].toLatin1());
+        const QByteArray cipher = QByteArray::fromHex(example["encrypted message"].toLatin1());
         const QByteArray payload = example["payload (text)"].toUtf8();
         QCOMPARE(CryptoUtils::AES128_decrypt(cipher, key).toHex(), example["envelope"].toLatin1());
         QCOMPARE(SecuredEnvelope::open(CryptoUtils::AES128_decrypt(cipher, key)).value_or(""), payload);
-        QCOMPARE(cipher.toBase64(), example["cipher in Base64 (text)"].toLatin1());
+        QCOMPARE(cipher.toBase64(), example["encrypted message in Base64 (text)"].toLatin1());
         const QString php = "php -r 'require \"%1/examples/secured-service/SecuredService.php\"; echo bin2hex("
                             "SecuredService::seal(\"%2\", hex2bin(\"%3\"), hex2bin(\"%4\")));'";
         const QString quoted = QString(payload).replace('"', "\\\"");
