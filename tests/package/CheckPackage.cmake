@@ -34,8 +34,15 @@ separate_arguments(flags UNIX_COMMAND "${output}")
 run("${CXX}" ${strict} -fPIC -I "${SOURCE_DIR}/examples/common" "${SOURCE_DIR}/examples/post/main.cpp"
     "${SOURCE_DIR}/examples/common/FormRequest.cpp" "${SOURCE_DIR}/examples/common/ProgressLine.cpp" -o "${work}/with-pkg-config" ${flags} -Wl,-rpath,${libdir})
 run("${work}/with-pkg-config" --help)
-run("${CXX}" ${strict} -fPIC "${SOURCE_DIR}/tests/package/OwnFileUtils.cpp" -o "${work}/own-file-utils" ${flags}
-    -Wl,-rpath,${libdir})
+
+# An application with a class named as one of the library's: the library still calls its own function.
+file(WRITE "${work}/own-file-utils.cpp" [[
+#include <tavrel/SQLSettings.h>
+struct FileUtils { static bool writePrivateFile(const QString&, const QByteArray&, QString*); };
+bool FileUtils::writePrivateFile(const QString&, const QByteArray&, QString*) { return false; }
+int main(int, char* argv[]) { return SQLSettings().save(argv[1], nullptr) ? 0 : 1; }
+]])
+run("${CXX}" ${strict} -fPIC "${work}/own-file-utils.cpp" -o "${work}/own-file-utils" ${flags} -Wl,-rpath,${libdir})
 run("${work}/own-file-utils" "${work}/settings.xml")
 
 # Each header alone.

@@ -10,22 +10,15 @@
 enum class Fault { Small = 1, Large = 2 };
 enum class OtherFault { Small = 1 };
 
-/// Runs until its child is interrupted.
 struct Worker : Thread
 {
-    explicit Worker(Threadable& child)
-        : mChild(child)
-    {
-        addThreadableChild(&child);
-    }
     ~Worker() override { interruptAndWait(); }
     void run() override
     {
-        while (!mChild.isInterruptionRequested()) {
+        while (!isInterruptionRequested()) {
             msleep(1);
         }
     }
-    Threadable& mChild;
 };
 
 class FoundationTest : public QObject
@@ -59,7 +52,8 @@ private Q_SLOTS:
     {
         Threadable child;
         {
-            Worker worker(child);
+            Worker worker;
+            worker.addThreadableChild(&child);
             QThread& base = worker; // its functions are not virtual
             worker.start();
             base.requestInterruption();

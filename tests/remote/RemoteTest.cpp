@@ -113,18 +113,25 @@ private Q_SLOTS:
         const VirtualFile file(
             QUrl("ftp://h/dir/a%20b"), 1, "o", "g", 5, time, time, false, true, false, true, true, true);
         VirtualFile directory("a b", 0, "", "", 0, time, time, true, false, false, false, false, false);
-        QVERIFY(file == directory && file.name() == "a b" && directory.isDir() && !file.isDir());
+        QCOMPARE(file.name(), QString("a b"));
+        QVERIFY(!file.isDir());
+        QVERIFY(directory.isDir());
+        QVERIFY(file == directory);
         directory.setLocked(true);
         directory.setLockTimeOut(7);
         directory.setLockToken("token");
         directory.setLockOwner("owner");
         directory.setContentType("type");
+        QVERIFY(VirtualFile(directory) == directory);
         Watching watching;
         watching = directory;
-        QVERIFY(watching.lockOwner() == "owner!" && watching != directory && VirtualFile(directory) == directory);
+        QCOMPARE(watching.lockOwner(), QString("owner!"));
+        QVERIFY(watching != directory);
+        VirtualFile unlocked("c", 0, "", "", 0, time, time, false, true, false, false, false, false);
+        unlocked.setLockToken("token");
+        unlocked.setContentType("type");
         directory.init("c", 0, "", "", 0, time, time, false, true, false, false, false, false);
-        QVERIFY(!directory.isLocked() && directory.lockTimeOut() == 0 && directory.lockOwner().isEmpty());
-        QVERIFY(directory.lockToken() == "token" && directory.contentType() == "type" && directory.name() == "c");
+        QVERIFY(directory == unlocked);
     }
 };
 
