@@ -10,6 +10,12 @@ class TavrelInitializerTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void runsOnTheLibcurlItIsBuiltFor()
+    {
+        qInfo("%s", curl_version());
+        QCOMPARE(curl_version_info(CURLVERSION_NOW)->version, LIBCURL_VERSION);
+    }
+
     void theFirstOneToGoCleansUp()
     {
         auto first = std::make_unique<TavrelInitializer>();

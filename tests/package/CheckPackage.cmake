@@ -1,5 +1,5 @@
-# Installs the built library into a throw-away prefix and uses it as a consumer does: with CMake, with pkg-config, and
-# header by header.
+# Installs the library into a temporary prefix and uses it as a consumer does: with CMake, with pkg-config, and each header
+# alone. DEPENDENCIES is the CMAKE_PREFIX_PATH that the library was built with.
 cmake_policy(VERSION 3.16)
 
 set(work "${BUILD_DIR}/package-test")
@@ -20,7 +20,7 @@ run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${prefix}")
 
 # With CMake: the examples are consumers.
 run(${CMAKE_COMMAND} -S "${SOURCE_DIR}/examples" -B "${work}/examples" -G "${GENERATOR}"
-    -D CMAKE_PREFIX_PATH=${prefix} -D CMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror")
+    "-DCMAKE_PREFIX_PATH=${prefix};${DEPENDENCIES}" -D CMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror")
 run(${CMAKE_COMMAND} --build "${work}/examples")
 run("${work}/examples/post" --help)
 
@@ -28,11 +28,16 @@ run("${work}/examples/post" --help)
 file(GLOB_RECURSE pc "${prefix}/*/tavrel.pc")
 get_filename_component(pc_folder "${pc}" DIRECTORY)
 get_filename_component(libdir "${pc_folder}" DIRECTORY)
-set(ENV{PKG_CONFIG_PATH} "${pc_folder}")
+list(TRANSFORM DEPENDENCIES APPEND "/lib/pkgconfig")
+list(JOIN DEPENDENCIES ":" dependencies_folders)
+set(ENV{PKG_CONFIG_PATH} "${pc_folder}:${dependencies_folders}")
+run(pkg-config --variable=libdir libcurl)
+string(STRIP "${output}" libcurl_folder)
 run(pkg-config --cflags --libs tavrel)
 separate_arguments(flags UNIX_COMMAND "${output}")
 run("${CXX}" ${strict} -fPIC -I "${SOURCE_DIR}/examples/common" "${SOURCE_DIR}/examples/post/main.cpp"
-    "${SOURCE_DIR}/examples/common/FormRequest.cpp" "${SOURCE_DIR}/examples/common/ProgressLine.cpp" -o "${work}/with-pkg-config" ${flags} -Wl,-rpath,${libdir})
+    "${SOURCE_DIR}/examples/common/FormRequest.cpp" "${SOURCE_DIR}/examples/common/ProgressLine.cpp" -o "${work}/with-pkg-config"
+    ${flags} -Wl,-rpath,${libdir}:${libcurl_folder})
 run("${work}/with-pkg-config" --help)
 
 # An application with a class named as one of the library's: the library still calls its own function.
