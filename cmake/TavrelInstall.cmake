@@ -13,7 +13,8 @@ set_target_properties(tavrel PROPERTIES
     EXPORT_NAME Tavrel
     LINKER_LANGUAGE CXX
     CXX_VISIBILITY_PRESET hidden
-    VISIBILITY_INLINES_HIDDEN ON)
+    VISIBILITY_INLINES_HIDDEN ON
+    INSTALL_RPATH_USE_LINK_PATH ON) # for dependencies outside the system's folders
 target_compile_features(tavrel PUBLIC cxx_std_17)
 target_link_libraries(tavrel
     PUBLIC Qt5::Core Qt5::Xml CURL::libcurl
@@ -52,9 +53,11 @@ list(TRANSFORM public_headers PREPEND "${PROJECT_SOURCE_DIR}/include/tavrel/")
 install(FILES ${public_headers} "${PROJECT_BINARY_DIR}/exports/tavrel/tavrel_export.h"
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tavrel)
 foreach(layer IN LISTS TAVREL_EXPORTED_PLATFORM)
-    install(DIRECTORY "${PROJECT_SOURCE_DIR}/platform/${layer}" "${PROJECT_BINARY_DIR}/exports/${layer}"
-        DESTINATION ${TAVREL_PLATFORM_INCLUDEDIR}
-        FILES_MATCHING PATTERN "*.h" PATTERN "raiseError.h" EXCLUDE PATTERN "TlsResumption.h" EXCLUDE)
+    get_property(headers TARGET tavrel PROPERTY TAVREL_HEADERS_${layer})
+    list(REMOVE_ITEM headers raiseError.h TlsResumption.h) # for the library's own layers only
+    list(TRANSFORM headers PREPEND "${PROJECT_SOURCE_DIR}/platform/${layer}/")
+    install(FILES ${headers} "${PROJECT_BINARY_DIR}/exports/${layer}/${layer}_export.h"
+        DESTINATION ${TAVREL_PLATFORM_INCLUDEDIR}/${layer})
 endforeach()
 
 set(config_dir "${CMAKE_INSTALL_LIBDIR}/cmake/Tavrel")

@@ -1,6 +1,6 @@
 #include <tavrel/SecuredHTTPCurl.h>
 
-#include <secured/SecuredEnvelope.h>
+#include "SecuredEnvelope.h"
 
 #include <cryptography/CryptoUtils.h>
 #include <foundation/FileUtils.h>
