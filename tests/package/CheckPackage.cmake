@@ -16,29 +16,39 @@ function(run)
     set(output "${output}" PARENT_SCOPE)
 endfunction()
 
+run(ldd "${BUILD_DIR}/libtavrel.so")
+string(REGEX MATCH "libcurl[^ ]* => [^ ]+" libcurl "${output}")
+
+# A consumer runs with the libcurl that the library was built with.
+function(run_consumer program)
+    run("${program}" --help)
+    run(ldd "${program}")
+    if(NOT output MATCHES "${libcurl}")
+        message(FATAL_ERROR "${program} does not use ${libcurl}:\n${output}")
+    endif()
+endfunction()
+
 run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${prefix}")
 
 # With CMake: the examples are consumers.
 run(${CMAKE_COMMAND} -S "${SOURCE_DIR}/examples" -B "${work}/examples" -G "${GENERATOR}"
     "-DCMAKE_PREFIX_PATH=${prefix};${DEPENDENCIES}" -D CMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror")
 run(${CMAKE_COMMAND} --build "${work}/examples")
-run("${work}/examples/post" --help)
+run_consumer("${work}/examples/post")
 
 # With pkg-config.
 file(GLOB_RECURSE pc "${prefix}/*/tavrel.pc")
 get_filename_component(pc_folder "${pc}" DIRECTORY)
 get_filename_component(libdir "${pc_folder}" DIRECTORY)
 list(TRANSFORM DEPENDENCIES APPEND "/lib/pkgconfig")
-list(JOIN DEPENDENCIES ":" dependencies_folders)
-set(ENV{PKG_CONFIG_PATH} "${pc_folder}:${dependencies_folders}")
-run(pkg-config --variable=libdir libcurl)
-string(STRIP "${output}" libcurl_folder)
+list(JOIN DEPENDENCIES ":" dependencies_path)
+set(ENV{PKG_CONFIG_PATH} "${pc_folder}:${dependencies_path}")
 run(pkg-config --cflags --libs tavrel)
 separate_arguments(flags UNIX_COMMAND "${output}")
 run("${CXX}" ${strict} -fPIC -I "${SOURCE_DIR}/examples/common" "${SOURCE_DIR}/examples/post/main.cpp"
     "${SOURCE_DIR}/examples/common/FormRequest.cpp" "${SOURCE_DIR}/examples/common/ProgressLine.cpp" -o "${work}/with-pkg-config"
-    ${flags} -Wl,-rpath,${libdir}:${libcurl_folder})
-run("${work}/with-pkg-config" --help)
+    ${flags} -Wl,-rpath,${libdir})
+run_consumer("${work}/with-pkg-config")
 
 # An application with a class named as one of the library's: the library still calls its own function.
 file(WRITE "${work}/own-file-utils.cpp" [[
