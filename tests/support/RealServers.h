@@ -6,20 +6,19 @@
 #include <QRegularExpression>
 #include <QTemporaryDir>
 
-/// Servers on loopback, in a throw-away folder, until the object is destroyed.
+/// Servers on loopback, in a temporary folder, for the lifetime of the object.
 class RealServers
 {
 public:
-    /// A folder that a server shows to user().
+    /// A folder that a server shows to its only user.
     struct Store
     {
-        QString folder; ///< where it is on this machine
+        QString folder; ///< its path on this machine
         quint16 port; ///< 0 when the server does not run
-        QString root; ///< what the user puts in front of a path; "" or a folder
+        QString root; ///< the prefix of remote paths; may be empty
     };
 
-    /// Starts those of "nginx", "php", "proftpd" and "openssh" that are named. PHP runs script; without one it tells
-    /// what a form brought.
+    /// Starts the named servers: "nginx", "php", "proftpd", "openssh". PHP runs script, by default form-echo.php.
     explicit RealServers(const QStringList& names, const QString& script = QString())
     {
         const QString owner = QString::number(QCoreApplication::applicationPid());
@@ -35,16 +34,17 @@ public:
     /// A file that nginx serves.
     QString served(const QString& name) const { return mFolder.filePath("www/" + name); }
 
-    /// The account for all stores.
-    QString user() const { return mPrinted["USER_NAME"]; }
-    QString password() const { return mPrinted["PASSWORD"]; }
-    /// ProFTPD, in clear or with explicit TLS; with implicit TLS; over SFTP. All three show the same folder.
+    /// The folder of ProFTPD: over FTP and explicit TLS; over implicit TLS.
     Store ftp() const { return store("ftp", "FTP_PORT"); }
     Store ftps() const { return store("ftp", "FTPS_PORT"); }
+    /// Over explicit and implicit TLS, where data connections must resume the TLS session of the control connection.
+    Store strictFtp() const { return store("ftp", "STRICT_FTP_PORT"); }
+    Store strictFtps() const { return store("ftp", "STRICT_FTPS_PORT"); }
+    /// Over SFTP.
     Store proftpdSftp() const { return store("ftp", "PSFTP_PORT", "FTP_ROOT"); }
     /// OpenSSH, which runs for root only.
     Store openssh() const { return store("ssh", "SSH_PORT", "SSH_ROOT"); }
-    /// To all processes; "STOP" makes the servers fall silent, "CONT" wakes them.
+    /// Sends a signal to all processes of the servers, such as "STOP" and "CONT".
     void sendSignal(const QString& name) { run({ "signal", mFolder.path(), name }); }
 
 private:
