@@ -1,4 +1,3 @@
-# shellcheck shell=bash disable=SC2154
 # The part of scripts/bench that turns results into the table and the document. Each line of the file results has a
 # subject, a program, its seconds or figure, and its KiB.
 

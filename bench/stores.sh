@@ -1,15 +1,12 @@
-# shellcheck shell=bash disable=SC2154
 # The part of scripts/bench that works on file stores over FTP and SFTP: the servers, the files on them, and the peers.
 
 # OpenSSH where it can be started, else ProFTPD's SFTP.
 start_stores() {
-    local printed
     mkdir counted
-    printed=$(PROFTPD_LOG=$folder/counted/log "$root/tests/support/servers" proftpd "$folder/counted" $$)
-    eval "$printed"
+    PROFTPD_LOG=$folder/counted/log start_server proftpd "$folder/counted"
     counted_port=$FTP_PORT
-    printed=$("$root/tests/support/servers" proftpd "$folder" $$ && "$root/tests/support/servers" openssh "$folder" $$)
-    eval "$printed"
+    start_server proftpd "$folder"
+    start_server openssh "$folder"
     export USER_NAME PASSWORD
     sftp_port=${SSH_PORT:-$PSFTP_PORT}
     sftp_root=${SSH_ROOT-$FTP_ROOT}

@@ -1,4 +1,4 @@
-// Feeds the parser of listing lines any bytes; built and run by scripts/fuzz.
+// Feeds arbitrary bytes to the parser of listing lines.
 
 #include <tavrel/ftpparser.h>
 

@@ -1,6 +1,6 @@
-// Feeds any bytes, as a server's answer to LIST, to what makes entries of them; built and run by scripts/fuzz.
+// Feeds arbitrary bytes, as a server's answer to LIST, to the reader of listings.
 
-#include "ListingReader.h"
+#include <ftp/ListingReader.h>
 
 #include <QDir>
 
@@ -29,7 +29,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, size_t size)
         require(entry.path.startsWith(directory + '/') && !name.isEmpty() && !name.contains('\n'));
         require(QDir::cleanPath(name) != "." && QDir::cleanPath(name) != ".." && QDir::cleanPath(name) != "/");
         require(!entry.isDir || entry.path.endsWith('/'));
-        require(!(entry.isLink && entry.isDir)); // what is behind a link is asked for afterwards
+        require(!(entry.isLink && entry.isDir)); // the server is asked later what a link points to
     }
     require(entries <= listing.count('\n') + 1);
     return 0;
