@@ -1,5 +1,5 @@
 /*
- * The same transfers in C, on libcurl's defaults: what an application gets without Tavrel.
+ * HTTP transfers in C with libcurl's defaults, for comparison with bench_tavrel.
  *
  *   bench_plain get-file URL PATH
  *   bench_plain get-memory URL
@@ -18,7 +18,7 @@
 #include <stdlib.h>
 #include <string.h>
 
-#define FIRST_CAPACITY ((size_t)1024)
+#define INITIAL_CAPACITY ((size_t)1024)
 
 struct Buffer
 {
@@ -37,7 +37,7 @@ static size_t append(char* bytes, size_t size, size_t count, void* target)
 {
     struct Buffer* buffer = target;
     const size_t added = size * count;
-    size_t capacity = buffer->capacity ? buffer->capacity : FIRST_CAPACITY;
+    size_t capacity = buffer->capacity ? buffer->capacity : INITIAL_CAPACITY;
     while (capacity < buffer->size + added) {
         capacity *= 2;
     }
@@ -58,7 +58,7 @@ static CURL* newHandle(const char* url)
 {
     CURL* handle = curl_easy_init();
     if (!handle) {
-        fail("libcurl gave no handle");
+        fail("libcurl created no handle");
     }
     curl_easy_setopt(handle, CURLOPT_URL, url);
     curl_easy_setopt(handle, CURLOPT_FAILONERROR, 1L);

@@ -1,13 +1,13 @@
 /*
- * A file store over FTP or SFTP in C, on libcurl's defaults: what an application gets without Tavrel. One handle serves
- * all requests, with the options and in the steps that Tavrel needs for the same work.
+ * A file store over FTP or SFTP in C with libcurl's defaults, for comparison with bench_tavrel_ftp. One handle serves
+ * all requests, with the options and in the steps that Tavrel needs for this work.
  *
- *   bench_plain_ftp publish ftp|sftp PORT ROOT FOLDER   the files in the sub-folders of FOLDER go into those of site
- *   bench_plain_ftp put     ftp|sftp PORT ROOT PATH     to the file large
- *   bench_plain_ftp get     ftp|sftp PORT ROOT PATH     the file large
- *   bench_plain_ftp remove  ftp      PORT ROOT          the directory tree, with the files in its sub-directories
+ *   bench_plain_ftp publish ftp|sftp PORT ROOT FOLDER   uploads the subdirectories of FOLDER, with their files, to site
+ *   bench_plain_ftp put     ftp|sftp PORT ROOT PATH     uploads PATH to the file large
+ *   bench_plain_ftp get     ftp|sftp PORT ROOT PATH     downloads the file large to PATH
+ *   bench_plain_ftp remove  ftp      PORT ROOT          removes the directory tree recursively
  *
- * ROOT is put in front of the names on the server. The account is in USER_NAME and PASSWORD of the environment.
+ * ROOT is the prefix of remote paths. USER_NAME and PASSWORD of the environment hold the account.
  */
 
 #include "report.h"
@@ -21,7 +21,7 @@
 #include <sys/stat.h>
 
 #define TEXT_SIZE 4096
-#define FIRST_CAPACITY ((size_t)65536)
+#define INITIAL_CAPACITY ((size_t)65536)
 
 static CURL* handle;
 static const char* root;
@@ -45,7 +45,7 @@ static void startSession(const char* protocol, const char* port, const char* roo
 {
     handle = curl_easy_init();
     if (!handle) {
-        fail("libcurl gave no handle");
+        fail("libcurl created no handle");
     }
     root = rootOnServer;
     isSftp = !strcmp(protocol, "sftp");
@@ -56,8 +56,8 @@ static void startSession(const char* protocol, const char* port, const char* roo
     curl_easy_setopt(handle, CURLOPT_FTP_FILEMETHOD, (long)CURLFTPMETHOD_SINGLECWD);
 }
 
-/* Points the handle to a path. The names of the benchmark need no encoding. */
-static void go(const char* path)
+/* Sets the URL of a path. The names in the benchmark need no encoding. */
+static void setPath(const char* path)
 {
     char url[TEXT_SIZE * 2];
     snprintf(url, sizeof(url), "%s%s%s%s", baseUrl, root, *root ? "/" : "", path);
@@ -76,8 +76,8 @@ static int directoryExists(const char* directory)
 {
     char path[TEXT_SIZE];
     snprintf(path, sizeof(path), "%s/", directory);
-    go(path);
-    /* Over SFTP only a listing tells. */
+    setPath(path);
+    /* Over SFTP, only a listing shows whether a directory exists. */
     curl_easy_setopt(handle, CURLOPT_NOBODY, isSftp ? 0L : 1L);
     curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, discard);
     const CURLcode code = curl_easy_perform(handle);
@@ -117,7 +117,7 @@ static void put(const char* source, const char* target)
     if (!file || fstat(fileno(file), &status)) {
         fail("a file cannot be read");
     }
-    go(target);
+    setPath(target);
     curl_easy_setopt(handle, CURLOPT_UPLOAD, 1L);
     curl_easy_setopt(handle, CURLOPT_READDATA, file);
     curl_easy_setopt(handle, CURLOPT_INFILESIZE_LARGE, (curl_off_t)status.st_size);
@@ -132,7 +132,7 @@ static void get(const char* source, const char* target)
     if (!file) {
         fail("the file cannot be written");
     }
-    go(source);
+    setPath(source);
     curl_easy_setopt(handle, CURLOPT_WRITEDATA, file);
     perform();
     if (fclose(file)) {
@@ -145,7 +145,7 @@ static int isVisible(const struct dirent* entry)
     return entry->d_name[0] != '.';
 }
 
-/* Calls visit for each entry of a folder, in the order of their names, with the entry's local and remote path. */
+/* Calls visit with the local and remote path of each entry of a folder, sorted by name. */
 static void forEachIn(const char* folder, const char* target, void (*visit)(const char*, const char*))
 {
     struct dirent** entries = NULL;
@@ -185,7 +185,7 @@ static size_t append(char* bytes, size_t size, size_t count, void* target)
     struct Listing* listing = target;
     const size_t added = size * count;
     while (listing->capacity < listing->size + added + 1) {
-        listing->capacity = listing->capacity ? listing->capacity * 2 : FIRST_CAPACITY;
+        listing->capacity = listing->capacity ? listing->capacity * 2 : INITIAL_CAPACITY;
         listing->text = realloc(listing->text, listing->capacity);
         if (!listing->text) {
             return 0;
@@ -199,7 +199,7 @@ static size_t append(char* bytes, size_t size, size_t count, void* target)
 
 static void removeTree(const char* directory);
 
-/* The lines are those of ls -l; the names of the benchmark hold no blank. */
+/* Lines have the format of ls -l; the names in the benchmark contain no blanks. */
 static void removeEntry(const char* directory, const char* line)
 {
     const char* name = strrchr(line, ' ') + 1;
@@ -217,7 +217,7 @@ static void removeTree(const char* directory)
     struct Listing listing = { NULL, 0, 0 };
     char path[TEXT_SIZE];
     snprintf(path, sizeof(path), "%s/", directory);
-    go(path);
+    setPath(path);
     curl_easy_setopt(handle, CURLOPT_CUSTOMREQUEST, "LIST -a");
     curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, append);
     curl_easy_setopt(handle, CURLOPT_WRITEDATA, &listing);

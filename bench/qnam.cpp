@@ -1,4 +1,4 @@
-// A download with Qt's own client, as an application writes it.
+// A download with Qt's HTTP client, as an application would write it.
 //
 //   bench_qnam get-file URL PATH
 

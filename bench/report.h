@@ -4,10 +4,10 @@
 extern "C" {
 #endif
 
-/// Seconds on a clock that is never set back.
+/// Seconds on a monotonic clock.
 double secondsNow(void);
 
-/// Prints the result of a program: the seconds since start and the highest resident memory so far, in KiB.
+/// Prints the seconds since start and the peak resident memory in KiB.
 void reportSince(double start);
 
 #ifdef __cplusplus

@@ -1,6 +1,6 @@
-# The part of scripts/bench that works on file stores over FTP and SFTP: the servers, the files on them, and the peers.
+# Sourced by scripts/bench: file stores over FTP and SFTP.
 
-# OpenSSH where it can be started, else ProFTPD's SFTP.
+# SFTP is that of OpenSSH if it can be started, else that of ProFTPD.
 start_stores() {
     mkdir counted
     PROFTPD_LOG=$folder/counted/log start_server proftpd "$folder/counted"
@@ -32,7 +32,7 @@ make_files() {
     mkdir ftp/entries-10000 ftp/entries-100000
     (cd ftp/entries-10000 && seq -f 'page%06g.html' 10000 | xargs touch)
     (cd ftp/entries-100000 && seq -f 'page%06g.html' 100000 | xargs touch)
-    chown -R --reference=ftp ftp/* # what the user is to remove
+    chown -R --reference=ftp ftp/* # the user must be able to remove them
     cp -a ftp/tree tree
 }
 
@@ -43,7 +43,8 @@ is_of_store() {
     esac
 }
 
-# Sets `work` to the arguments of bench_plain_ftp and bench_tavrel_ftp, and makes the starting point on the server.
+# prepare_store SUBJECT: restores the initial state of the server, and sets `work` to the arguments of bench_plain_ftp and
+# bench_tavrel_ftp.
 prepare_store() {
     local at=(ftp "$FTP_PORT" "") served=ftp
     if [ "${1%-sftp}" != "$1" ]; then
@@ -68,7 +69,7 @@ prepare_store() {
     esac
 }
 
-# Wall-clock time of a command, in the form in which our programs report theirs. Its memory is not asked for.
+# timed COMMAND...: prints the wall-clock time of a command like the programs of bench/, with 0 as its memory.
 timed() {
     local start=$EPOCHREALTIME
     "$@" > printed
@@ -85,7 +86,7 @@ run_lftp() {
 
 # run_on_store SUBJECT NAME
 run_on_store() {
-    # ProFTPD greets 0.4 s late when a session has ended just before; that is no time of whoever comes next.
+    # ProFTPD delays its greeting by 0.4 s right after the end of a session.
     sleep 0.7
     local ftp=ftp://127.0.0.1:$FTP_PORT
     case $1:$2 in

@@ -1,17 +1,17 @@
-// The transfers with Tavrel, as an application writes them. The arguments are those of bench_plain.
+// HTTP transfers with Tavrel, as an application would write them. The arguments are those of bench_plain.
 //
 //   bench_tavrel get-file URL PATH
 //   bench_tavrel get-memory URL
 //   bench_tavrel small URL COUNT COOKIE_FILE
 //   bench_tavrel post URL PATH
 //
-// With the secured protocol, or with "clear" the same without it. STATE is where the key is, with a slash at its end.
+// The secured protocol, or plain form posts with "unencrypted". STATE is the folder of the key, with a trailing slash.
 //
-//   bench_tavrel secured-post URL PATH STATE [clear]
-//   bench_tavrel secured-small URL COUNT STATE [clear]
-//   bench_tavrel secured-reply STATE     prints a reply that can be deciphered
+//   bench_tavrel secured-post URL PATH STATE [unencrypted]
+//   bench_tavrel secured-small URL COUNT STATE [unencrypted]
+//   bench_tavrel secured-reply STATE     prints an encrypted reply
 //
-// Settings files; the time is that of all COUNT rounds.
+// Settings files, saved or loaded COUNT times.
 //
 //   bench_tavrel settings-save PATH COUNT
 //   bench_tavrel settings-load PATH COUNT
@@ -39,11 +39,10 @@ bool fail(const QString& reason)
     return false;
 }
 
-/// Reports a transfer that succeeded; tells why another one did not.
+/// Reports the time of a transfer that succeeded, or the reason for its failure.
 bool finish(const HTTPCurl& client, bool success, double start)
 {
     if (!success) {
-        // Not every code has a message; its name still tells why.
         return fail(client.errorText());
     }
     reportSince(start);
@@ -83,7 +82,7 @@ bool getSmall(const QString& url, int count, const QString& cookieFile)
     return finish(client, success, start);
 }
 
-/// A client that leaves the secured protocol out is measured with the same function.
+/// Client is HTTPCurl or SecuredHTTPCurl; setUp configures it.
 template <class Client>
 bool post(
     const QString& url, const QString& path, const std::function<void(Client&)>& setUp = [](Client&) {})
@@ -121,7 +120,7 @@ bool printSecuredReply()
 bool runSecured(const QStringList& arguments)
 {
     const QString subject = arguments.value(1);
-    const bool crypted = arguments.value(5) != QLatin1String("clear");
+    const bool crypted = arguments.value(5) != QLatin1String("unencrypted");
     SecuredHTTPCurl::setKeypath(arguments.value(subject == QLatin1String("secured-reply") ? 2 : 4));
     HTTPCurl::setCookiepath(SecuredHTTPCurl::KEYPATH);
     if (subject == QLatin1String("secured-post")) {

@@ -1,17 +1,17 @@
-// A file store over FTP or SFTP with Tavrel, as an application uses it. The arguments are those of bench_plain_ftp.
-// STORE stands for "ftp|sftp PORT ROOT".
+// A file store over FTP or SFTP with Tavrel, as an application would write it. The arguments are those of
+// bench_plain_ftp. STORE stands for "ftp|sftp PORT ROOT".
 //
 //   bench_tavrel_ftp publish STORE FOLDER
 //   bench_tavrel_ftp put STORE PATH
 //   bench_tavrel_ftp get STORE PATH
 //   bench_tavrel_ftp remove STORE
-//   bench_tavrel_ftp find STORE COUNT        the COUNT files below the directory tree
-//   bench_tavrel_ftp list STORE TIMES NAME   the directory NAME, several times
+//   bench_tavrel_ftp find STORE COUNT        lists the directory tree recursively, which holds COUNT files
+//   bench_tavrel_ftp list STORE TIMES NAME   lists the directory NAME several times
 //
-// Figures that are no times; they are printed alone.
+// Other figures, printed without a time:
 //
-//   bench_tavrel_ftp record-bytes STORE NAME   memory for each entry of NAME, beyond its name
-//   bench_tavrel_ftp parse COUNT               millions of listing lines a second
+//   bench_tavrel_ftp record-bytes STORE NAME   memory per entry of the directory NAME, without its name
+//   bench_tavrel_ftp parse COUNT               millions of listing lines per second
 
 #include "report.h"
 
@@ -80,7 +80,7 @@ bool list(FTPCurl& client, const QString& directory, int times)
     return success;
 }
 
-/// What the process holds in memory at this moment.
+/// Current resident memory of the process.
 qint64 residentBytes()
 {
     QFile file(QStringLiteral("/proc/self/statm"));
@@ -92,7 +92,7 @@ qint64 residentBytes()
 
 bool printRecordBytes(FTPCurl& client, const QString& directory)
 {
-    // The first request takes what every session needs.
+    // The first request allocates memory that every session needs.
     VirtualFileList files;
     if (!client.list(QStringLiteral("tree"), files)) {
         return false;
@@ -110,11 +110,11 @@ bool printRecordBytes(FTPCurl& client, const QString& directory)
     return true;
 }
 
-/// The number makes the lines differ.
+/// A line of one of the styles; number makes it unique.
 QByteArray listingLine(int number)
 {
-    constexpr int MOST_DAYS = 28;
-    const QByteArray day = QByteArray::number(number % MOST_DAYS + 1);
+    constexpr int MAX_DAY = 28;
+    const QByteArray day = QByteArray::number(number % MAX_DAY + 1);
     const QByteArray digits = QByteArray::number(number);
     const std::array<QByteArray, 8> lines { {
         "+i" + digits + ".5678,m1000000000,r,s" + digits + ",\tpage" + digits + ".html",
@@ -147,7 +147,7 @@ bool parse(int count)
         begin = end;
     }
     std::printf("%.3f\n", count / (secondsNow() - start) / MILLION);
-    return known == count || fail(QStringLiteral("%1 lines are in no style").arg(count - known));
+    return known == count || fail(QStringLiteral("%1 lines were not recognized").arg(count - known));
 }
 
 bool runSubject(FTPCurl& client, const QString& subject, const QStringList& arguments)
