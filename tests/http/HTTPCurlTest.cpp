@@ -16,7 +16,7 @@ static QByteArray reply(const QByteArray& status, const QByteArray& body, const 
 }
 
 /// The multipart body of a request, with "--B" for its boundary.
-static QByteArray bodyOf(QByteArray request)
+static QByteArray bodyOf(const QByteArray& request)
 {
     const int at = request.indexOf("boundary=") + 9;
     const QByteArray boundary = request.mid(at, request.indexOf("\r\n", at) - at);

@@ -3,11 +3,11 @@
 
 #include <QtTest>
 
-/// What was read, as one text: kinds, name, size, time, id.
-static QString read(QByteArray line)
+/// The parsed entry as text: kinds, name, size, time, id.
+static QString read(const QByteArray& line)
 {
     ftpparser_entry entry;
-    // A buffer of its own, so that a sanitizer sees a byte too many.
+    // A separate buffer, so that a sanitizer detects a read beyond it.
     const std::unique_ptr<char[]> bytes(new char[static_cast<size_t>(line.size())]);
     std::copy(line.cbegin(), line.cend(), bytes.get());
     if (ftpparser(&entry, bytes.get(), line.size()) == 0) {

@@ -56,9 +56,9 @@ private Q_SLOTS:
     void keepsOneKeyPerFolder()
     {
         {
-            std::vector<std::future<void>> started;
-            for (int i = 0; i < 8; ++i) {
-                started.push_back(std::async(std::launch::async, [] { const SecuredHTTPCurl client; }));
+            std::vector<std::future<void>> started(8);
+            for (std::future<void>& client : started) {
+                client = std::async(std::launch::async, [] { const SecuredHTTPCurl created; });
             }
         }
         const QByteArray key = FileUtils::readFileContent(SecuredHTTPCurl::keyFilePath());

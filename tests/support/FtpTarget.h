@@ -2,7 +2,7 @@
 
 #include <tavrel/FTPSettings.h>
 
-/// Settings for a server on loopback. The password has what URLs and commands trip over.
+/// Settings for a server on loopback. The password needs escaping in URLs and commands.
 struct FtpTarget : FTPSettings
 {
     FtpTarget(int protocol, int port, const QString& folder = QString())
