@@ -9,7 +9,7 @@
 
 static const TavrelInitializer initializer;
 
-class RealServersTest : public QObject
+class HTTPServersTest : public QObject
 {
     Q_OBJECT
 
@@ -58,5 +58,5 @@ private:
     RealServers mServers { { "nginx", "php" } };
 };
 
-QTEST_GUILESS_MAIN(RealServersTest)
-#include "RealServersTest.moc"
+QTEST_GUILESS_MAIN(HTTPServersTest)
+#include "HTTPServersTest.moc"
