@@ -56,6 +56,8 @@ private Q_SLOTS:
         row("FTP", FTPSettings::FTP, mServers.ftp());
         row("explicit FTPS", FTPSettings::FTPS_EXPLICIT, mServers.ftp());
         row("implicit FTPS", FTPSettings::FTPS_IMPLICIT, mServers.ftps());
+        row("explicit FTPS, session reuse required", FTPSettings::FTPS_EXPLICIT, mServers.strictFtp());
+        row("implicit FTPS, session reuse required", FTPSettings::FTPS_IMPLICIT, mServers.strictFtps());
         row("SFTP with ProFTPD", FTPSettings::SFTP, mServers.proftpdSftp());
         if (mServers.openssh().port != 0) {
             row("SFTP with OpenSSH", FTPSettings::SFTP, mServers.openssh());
