@@ -58,7 +58,9 @@ void ScriptedFtpServer::converse(QTcpSocket& control)
             dataServer.close();
             dataServer.listen(QHostAddress::LocalHost);
             const int port = dataServer.serverPort();
-            usual = "227 ok (127,0,0,1," + QByteArray::number(port / 256) + ',' + QByteArray::number(port % 256) + ')';
+            // Every reply has as many bytes as the one before.
+            usual = "227 ok (127,0,0,1,"
+                + QString("%1,%2)").arg(port / 256, 3, 10, QChar('0')).arg(port % 256, 3, 10, QChar('0')).toLatin1();
         }
         const QByteArray reply = replyTo(mPlay.replies.contains(command) ? command : verb, usual);
         goesOn = say(control, reply) && verb != "QUIT";
@@ -79,11 +81,7 @@ bool ScriptedFtpServer::say(QTcpSocket& control, const QByteArray& reply)
     if (reply == FtpPlay::DROP) {
         return false;
     }
-    if (reply != FtpPlay::SILENCE) {
-        control.write(reply + "\r\n");
-        control.waitForBytesWritten();
-    }
-    return !reply.contains("421");
+    return (reply == FtpPlay::SILENCE || mServer.send(control, reply + "\r\n")) && !reply.contains("421");
 }
 
 bool ScriptedFtpServer::transfer(QTcpSocket& control, QTcpServer& dataServer, const QByteArray& verb)
@@ -93,7 +91,7 @@ bool ScriptedFtpServer::transfer(QTcpSocket& control, QTcpServer& dataServer, co
     }
     const std::unique_ptr<QTcpSocket> data(dataServer.nextPendingConnection());
     verb == "STOR" ? receive(*data) : send(*data, outgoing(verb));
-    data->disconnectFromHost();
+    mServer.hangUp(*data);
     return say(control, replyTo("after " + verb, "226 done"));
 }
 
@@ -107,13 +105,7 @@ QByteArray ScriptedFtpServer::outgoing(const QByteArray& verb) const
 
 void ScriptedFtpServer::send(QTcpSocket& data, const QByteArray& bytes)
 {
-    do {
-        data.write(bytes);
-        while (data.bytesToWrite() > 0 && !mServer.isInterruptionRequested()
-            && data.state() == QTcpSocket::ConnectedState) {
-            data.waitForBytesWritten(TURN_MS);
-        }
-    } while (mPlay.isEndless && data.state() == QTcpSocket::ConnectedState && !mServer.isInterruptionRequested());
+    while (mServer.send(data, bytes) && mPlay.isEndless) { }
 }
 
 void ScriptedFtpServer::receive(QTcpSocket& data)

@@ -31,6 +31,7 @@ public:
     explicit ScriptedFtpServer(FtpPlay play = {});
 
     quint16 port() const { return mServer.port(); }
+    ScriptedServer& connections() { return mServer; }
     /// What came over all connections, without the conversation of a login.
     QList<QByteArray> commands();
     QByteArray uploaded();
@@ -38,7 +39,7 @@ public:
 private:
     void converse(QTcpSocket& control);
     QByteArray replyTo(const QByteArray& key, const QByteArray& usual) const;
-    static bool say(QTcpSocket& control, const QByteArray& reply);
+    bool say(QTcpSocket& control, const QByteArray& reply);
     bool transfer(QTcpSocket& control, QTcpServer& dataServer, const QByteArray& verb);
     QByteArray outgoing(const QByteArray& verb) const;
     void send(QTcpSocket& data, const QByteArray& bytes);

@@ -3,7 +3,10 @@
 #include <QRegularExpression>
 #include <QTcpServer>
 
+#include <sys/socket.h>
+
 static constexpr int TURN_MS = 20;
+static constexpr int SILENCE_MS = 5; // by then a client has stopped to expect an answer at any moment
 
 /// Whether the head of a request and the body that it announces are there.
 static bool isWhole(const QByteArray& request)
@@ -34,10 +37,81 @@ void ScriptedServer::run()
     while (!isInterruptionRequested()) {
         if (server.hasPendingConnections() || server.waitForNewConnection(TURN_MS)) {
             const std::unique_ptr<QTcpSocket> socket(server.nextPendingConnection());
+            takeFault();
             mScript(*this, *socket);
-            socket->disconnectFromHost();
+            hangUp(*socket);
         }
     }
+}
+
+void ScriptedServer::setFault(Fault fault)
+{
+    const std::lock_guard<std::mutex> guard(mMutex);
+    mNextFault = std::move(fault);
+}
+
+void ScriptedServer::takeFault()
+{
+    const std::lock_guard<std::mutex> guard(mMutex);
+    if (mNextFault) {
+        mFault = *std::exchange(mNextFault, std::nullopt);
+        mSent = 0;
+    }
+}
+
+qint64 ScriptedServer::sent()
+{
+    const std::lock_guard<std::mutex> guard(mMutex);
+    return mSent;
+}
+
+bool ScriptedServer::isConnected(const QTcpSocket& socket) const
+{
+    return socket.state() == QTcpSocket::ConnectedState && !isInterruptionRequested();
+}
+
+bool ScriptedServer::send(QTcpSocket& socket, const QByteArray& bytes)
+{
+    std::unique_lock<std::mutex> lock(mMutex);
+    const qint64 size = mFault.after < 0 ? bytes.size() : qMin<qint64>(bytes.size(), mFault.after - mSent);
+    mSent += size;
+    const bool isBroken = mSent == mFault.after;
+    lock.unlock();
+    socket.write(bytes.constData(), size);
+    while (socket.bytesToWrite() > 0 && isConnected(socket)) {
+        socket.waitForBytesWritten(TURN_MS);
+    }
+    if (isBroken) {
+        breakDown(socket);
+    }
+    return isConnected(socket);
+}
+
+void ScriptedServer::breakDown(QTcpSocket& socket)
+{
+    std::unique_lock<std::mutex> lock(mMutex);
+    const bool isSilent = mFault.way == Fault::Silence;
+    if (isSilent) {
+        socket.waitForReadyRead(SILENCE_MS);
+    }
+    if (mFault.onBreak) {
+        std::exchange(mFault.onBreak, nullptr)();
+    }
+    lock.unlock();
+    while (isSilent && isConnected(socket)) {
+        socket.waitForReadyRead(TURN_MS);
+    }
+    hangUp(socket);
+}
+
+void ScriptedServer::hangUp(QTcpSocket& socket)
+{
+    const std::lock_guard<std::mutex> guard(mMutex);
+    if (mFault.way == Fault::Reset && mSent == mFault.after) {
+        const linger atOnce { 1, 0 };
+        setsockopt(static_cast<int>(socket.socketDescriptor()), SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+    }
+    socket.disconnectFromHost();
 }
 
 QByteArray ScriptedServer::readRequest(QTcpSocket& socket)
@@ -62,8 +136,7 @@ ScriptedServer::Script ScriptedServer::replying(const QByteArray& reply)
 {
     return [reply](ScriptedServer& server, QTcpSocket& socket) {
         server.readRequest(socket);
-        socket.write(reply);
-        while (socket.bytesToWrite() > 0 && socket.waitForBytesWritten()) { }
+        server.send(socket, reply);
     };
 }
 
