@@ -245,14 +245,14 @@ private:
             [](QtMsgType, const QMessageLogContext&, const QString& text) { note(told, text); });
         const int count = int(ends.back()) * WAYS;
         std::atomic<int> next { 0 };
-        std::vector<std::future<void>> workers;
-        for (int worker = 0; worker < WORKERS; ++worker) {
-            workers.push_back(std::async(std::launch::async, [&] {
+        std::vector<std::future<void>> workers(WORKERS);
+        for (std::future<void>& worker : workers) {
+            worker = std::async(std::launch::async, [&] {
                 Bench own;
                 for (int i = next.fetch_add(STRIDE); i < count; i = next.fetch_add(STRIDE)) {
                     own.playBroken((own.*open)(), i / WAYS, Fault::Way(i % WAYS), ends);
                 }
-            }));
+            });
         }
         workers.clear(); // waits for them
         qInstallMessageHandler(handler);
