@@ -8,15 +8,15 @@
 
 class QCommandLineParser;
 
-/// What the programs that post a form take from the command line: URL JSON [--file PATH] [--binary PATH].
+/// The command line of the programs that post a form: URL JSON [--file PATH] [--binary PATH].
 class FormRequest
 {
 public:
     static void addTo(QCommandLineParser& parser);
 
-    /// False, with the reason in fault(), when the arguments make no request or the file cannot be read.
+    /// False, with the reason in fault(), if the arguments are invalid or the file cannot be read.
     bool read(const QCommandLineParser& parser);
-    /// Writes the binary part of a reply, if it was asked for; false with the reason in fault().
+    /// Writes the binary part of a reply, if one was requested; false, with the reason in fault(), if that fails.
     bool keepBinaryReply(const HTTPCurl& client);
 
     /// Why the last request of a client failed, for people.

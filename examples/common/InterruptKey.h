@@ -3,7 +3,7 @@
 #include <QObject>
 #include <QTimer>
 
-/// Turns Ctrl+C, and a polite request of the system to end, into a signal on the event loop. One per process.
+/// Turns SIGINT (Ctrl+C) and SIGTERM into a Qt signal on the event loop. One per process.
 class InterruptKey : public QObject
 {
     Q_OBJECT

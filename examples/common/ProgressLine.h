@@ -4,20 +4,20 @@
 #include <QElapsedTimer>
 #include <QString>
 
-/// Shows how far a transfer is: a bar that is drawn over itself on a terminal, a line per tenth elsewhere.
+/// Shows the progress of a transfer: a bar on a terminal, a line per 10 percent elsewhere.
 class ProgressLine
 {
 public:
     ProgressLine();
 
-    /// The percentage is negative while the size is not known; bytes is what has arrived so far.
+    /// percent is negative while the size is unknown; bytes is the number transferred so far.
     void show(double percent, qint64 bytes);
     /// Prints a line to the standard output, above the bar on a terminal.
     void print(const QString& line);
     /// Ends the bar with a line break, if one was drawn.
     void finish();
 
-    /// A text without what a terminal would obey: names that a server tells may hold anything.
+    /// Removes control sequences of terminals: names from a server may contain anything.
     static QString printable(const QString& text);
 
 private:
@@ -25,7 +25,7 @@ private:
     void printLine(double percent, const QString& details);
 
     bool mTerminal;
-    QByteArray mBar; ///< what stands on the terminal's last line
+    QByteArray mBar; ///< the last line of the terminal
     int mNextTenth = 0;
     qint64 mNextSilentMs = 0;
     QElapsedTimer mTime;

@@ -1,4 +1,4 @@
-// fetch URL FILE: downloads in the background, shows how far it is, stops at Ctrl+C.
+// fetch URL FILE: downloads in the background, shows the progress, stops at Ctrl+C.
 
 #include "InterruptKey.h"
 #include "ProgressLine.h"
@@ -29,8 +29,7 @@ struct Options
     QString file;
     bool force = false;
 
-    /// Where the download goes first: beside a file that it is to replace, as a download replaces nothing
-    /// itself.
+    /// The target of the download: a temporary file beside an existing one, as FileDownloader replaces no file.
     QString target() const { return force ? file + QStringLiteral(".new") : file; }
     QString part() const { return target() + QStringLiteral(".part"); }
 };
@@ -41,7 +40,7 @@ int complain(ExitStatus status, const QString& text)
     return status;
 }
 
-/// Reads a number option; false when it is given and is no positive number.
+/// Reads a number option; false if it is given and not a positive number.
 bool readNumber(const QCommandLineParser& parser, const QString& name, qint64 largest, qint64& number)
 {
     if (!parser.isSet(name)) {
@@ -68,7 +67,7 @@ int report(const Options& options, const FileDownloader& downloader, bool succes
         const QString reason = downloader.error();
         return complain(Failed, reason.isEmpty() ? QStringLiteral("the server answered with an odd status") : reason);
     }
-    // The downloader does not tell whether it could rename the complete file.
+    // The downloader does not report whether it could rename the complete file.
     const bool isInPlace = !QFileInfo::exists(options.part()) && QFileInfo::exists(options.target())
         && (!options.force || replaceFile(options.target(), options.file));
     if (!isInPlace) {
@@ -141,7 +140,7 @@ int main(int argc, char* argv[])
     }
 
     if (options.force) {
-        QFile::remove(options.target()); // what a killed run left behind
+        QFile::remove(options.target()); // from a run that was killed
     }
 
     const QTemporaryDir forgottenCookies;

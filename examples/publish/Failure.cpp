@@ -17,7 +17,7 @@ bool isOneOf(const ErrorableCode& code, std::initializer_list<CURLcode> values)
 
 bool Failure::isFinal(const ErrorableCode& code)
 {
-    // A server whose disk is full would cut one good file after the other, as uploads write in place.
+    // Uploads write in place, so a server with a full disk would truncate one file after the other.
     const auto full = { CURLE_REMOTE_DISK_FULL, CURLE_WRITE_ERROR };
     const auto unreachable = { CURLE_COULDNT_RESOLVE_PROXY, CURLE_COULDNT_RESOLVE_HOST, CURLE_COULDNT_CONNECT,
         CURLE_OPERATION_TIMEDOUT, CURLE_UNSUPPORTED_PROTOCOL, CURLE_FAILED_INIT, CURLE_OUT_OF_MEMORY };

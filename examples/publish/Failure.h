@@ -5,11 +5,11 @@
 class ErrorableCode;
 class FTPCurl;
 
-/// What a failure of an FTPCurl means for the requests after it.
+/// Classifies failures of an FTPCurl by their effect on later requests.
 class Failure
 {
 public:
-    /// The next request would fail as well, or do harm.
+    /// Later requests would fail as well, or do harm.
     static bool isFinal(const ErrorableCode& code);
     /// The connection broke or could not be used; the next request makes a new one.
     static bool isOfConnection(const ErrorableCode& code);

@@ -37,7 +37,7 @@ bool FetchFolder::open()
 bool FetchFolder::makeFolder(const QString& relative)
 {
     const QString path = mPath + relative;
-    // A path with its slash at the end is never a link.
+    // A path with a trailing slash is never a link.
     const QFileInfo info(path.chopped(1));
     if (info.isSymLink()) {
         return fail(QStringLiteral("a symbolic link here"));
@@ -57,7 +57,7 @@ bool FetchFolder::finishFile(const QString& relative)
     const QByteArray from = QFile::encodeName(mPart);
     const QByteArray to = QFile::encodeName(mPath + relative);
     std::error_code error;
-    // Not QFile's, which replaces nothing. A link is replaced, not followed.
+    // Not QFile::rename(), which replaces no file. A link is replaced, not followed.
     std::filesystem::rename(from.toStdString(), to.toStdString(), error);
     return !error || fail(QString::fromStdString(error.message()));
 }

@@ -6,23 +6,23 @@
 #include <memory>
 
 /**
- * The local side of a fetch. A file is downloaded beside its place and put there when it is complete, so that a failure
- * leaves the old one as it was.
+ * The local side of a fetch. A file is downloaded to a temporary name and renamed when it is complete, so that a
+ * failure leaves the old file unchanged.
  *
- * Relative paths are made of plain names, see RemoteTree. Nothing is written through a symbolic link below the folder.
+ * Relative paths consist of plain names, see RemoteTree. Nothing is written through a symbolic link below the folder.
  */
 class FetchFolder
 {
 public:
     explicit FetchFolder(QString path);
 
-    /// Creates the folder if it is missing. This and the others return false with the reason in fault().
+    /// Creates the folder if it is missing. Like the functions below, returns false with the reason in fault().
     bool open();
-    /// Creates a folder whose parent is there already; true when it exists.
+    /// Creates a folder whose parent exists; true if it exists already.
     bool makeFolder(const QString& relative);
-    /// Makes an empty file at part(), where the next download goes.
+    /// Creates an empty file at part(), the target of the next download.
     bool beginFile();
-    /// Moves what is at part() to its place, over what is there.
+    /// Renames part() to the path of the file, replacing an existing one.
     bool finishFile(const QString& relative);
 
     const QString& part() const { return mPart; }
@@ -34,5 +34,5 @@ private:
     QString mPath;
     QString mPart;
     QString mFault;
-    std::unique_ptr<QTemporaryDir> mParts; ///< a name in it can be that of no file of the site
+    std::unique_ptr<QTemporaryDir> mParts; ///< its names cannot collide with those of the site
 };

@@ -16,7 +16,7 @@ FetchTask::FetchTask(FetchFolder localFolder, QString remoteFolder)
 
 std::optional<Progress> FetchTask::progress() const
 {
-    // A listing tells no sizes, so that the share is that of the files.
+    // A listing has no sizes, so the percentage counts files.
     const int total = mTotal;
     if (total == 0) {
         return std::nullopt;

@@ -6,7 +6,7 @@
 
 #include <atomic>
 
-/// Fetches all that is below a folder of the server into a local folder, in the same layout.
+/// Downloads a folder of the server, with its sub-folders, into a local folder.
 class FetchTask : public Task
 {
 public:
@@ -24,8 +24,8 @@ private:
 
     FetchFolder mFolder;
     QString mRemoteFolder;
-    std::optional<QString> mFailedFolder; ///< not there on this side, so that nothing can be below it
+    std::optional<QString> mFailedFolder; ///< could not be created, so its content is skipped
     std::atomic<int> mTotal { 0 }; ///< entries; 0 until they are listed
     std::atomic<int> mDone { 0 };
-    std::atomic<qint64> mBytes { 0 }; ///< of the files that are in place
+    std::atomic<qint64> mBytes { 0 }; ///< of the complete files
 };

@@ -31,7 +31,7 @@ void LocalSite::readFolder(const QString& path)
     }
     Folder folder { path, {} };
     QStringList subFolders;
-    // System: pipes and links to nothing, which would be passed over without a word.
+    // System: includes pipes and dangling links, so that they are reported.
     const auto filter = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
     for (const QFileInfo& entry : QDir(localPath(path)).entryInfoList(filter, QDir::Name)) {
         const QString name = path + entry.fileName();

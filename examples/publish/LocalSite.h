@@ -5,11 +5,11 @@
 #include <QVector>
 
 /**
- * What a local folder holds, in the order in which it is sent: the files of a folder, then its sub-folders, by name. So
- * the connection seldom changes its directory.
+ * The content of a local folder in upload order: the files of a folder, then its sub-folders, by name, so that the
+ * connection seldom changes its directory.
  *
- * Paths are relative to the folder; those of folders end in a slash, and the folder itself is "". Hidden files count.
- * A symbolic link to a file is that file; one to a folder is left out.
+ * Paths are relative to the folder; those of folders end in a slash, and the folder itself is "". Hidden files are
+ * included. Symbolic links to files are followed; those to folders are skipped.
  */
 class LocalSite
 {
@@ -26,19 +26,19 @@ public:
         QVector<File> files;
     };
 
-    /// False, with the reason in fault(), when there is no such folder or it cannot be read.
+    /// False, with the reason in fault(), if the folder does not exist or cannot be read.
     bool read(const QString& folder);
     const QString& fault() const { return mFault; }
 
     const QVector<Folder>& folders() const { return mFolders; }
-    /// What is below the folder and cannot be sent: a line each.
+    /// Entries that cannot be sent, one line each.
     const QStringList& leftOut() const { return mLeftOut; }
-    /// The same, for sub-folders that cannot be read: the site would not be whole without them.
+    /// Sub-folders that cannot be read, one line each; without them the site is incomplete.
     const QStringList& unreadable() const { return mUnreadable; }
     int fileCount() const { return mFileCount; }
     qint64 totalBytes() const { return mTotalBytes; }
 
-    /// Where a file of the site is.
+    /// The absolute path of a file.
     QString localPath(const QString& path) const { return mRoot + path; }
 
 private:

@@ -5,7 +5,7 @@
 
 class QCommandLineParser;
 
-/// What the command line asks for.
+/// The command line.
 class Options
 {
 public:
@@ -13,7 +13,7 @@ public:
 
     static void addTo(QCommandLineParser& parser);
 
-    /// False, with the reason in fault(), when the arguments ask for nothing that can be done.
+    /// False, with the reason in fault(), if the arguments are invalid.
     bool read(const QCommandLineParser& parser);
 
     const QString& fault() const { return mFault; }

@@ -24,7 +24,7 @@ std::optional<Progress> PublishTask::progress() const
 
 void PublishTask::run(FTPCurl& client, Report& report)
 {
-    // The URL that comes with it holds the password; the amount is all that is needed.
+    // The URL of the signal contains the password; only the number of bytes is used.
     QObject::connect(&client, &FTPCurl::progressUpload, &client,
         [this](const QString& /*url*/, qint64 transferred, qint64 /*size*/) { mCurrent = transferred; });
     for (const QString& line : mSite.leftOut()) {
@@ -50,7 +50,7 @@ void PublishTask::publishFolder(FTPCurl& client, Report& report, const LocalSite
     }
 }
 
-/// An empty path stands for the site's folder itself.
+/// An empty path is the site's folder.
 bool PublishTask::makeFolder(FTPCurl& client, Report& report, const QString& path)
 {
     const QString folder = path.isEmpty() ? RemoteTree::siteFolder(client) : path;
@@ -61,7 +61,7 @@ bool PublishTask::makeFolder(FTPCurl& client, Report& report, const QString& pat
         return false;
     }
     if (folder == QLatin1String("/") || client.createDirectory(folder)) {
-        return true; // the login directory is there, and is not for creating
+        return true; // the login directory exists
     }
     mFailedFolder = path;
     report.failed(shown, client);
@@ -79,7 +79,7 @@ void PublishTask::publishFile(FTPCurl& client, Report& report, const LocalSite::
     }
 }
 
-/// putFile() takes a time-out for success, as the file may have arrived; here it has to have been sent.
+/// putFile() counts a time-out as success, as the file may have arrived; here all bytes must have been sent.
 bool PublishTask::confirm(FTPCurl& client, Report& report, const QString& path, qint64 size)
 {
     curl_off_t sent = 0;
@@ -95,7 +95,7 @@ bool PublishTask::confirm(FTPCurl& client, Report& report, const QString& path, 
 
 bool PublishTask::sendFile(FTPCurl& client, Report& report, const LocalSite::File& file)
 {
-    // putFile() does not tell why it cannot read a file.
+    // putFile() does not report why it cannot read a file.
     QFile local(mSite.localPath(file.path));
     if (!local.open(QIODevice::ReadOnly)) {
         report.failed(file.path, local.errorString());
@@ -104,7 +104,7 @@ bool PublishTask::sendFile(FTPCurl& client, Report& report, const LocalSite::Fil
     if (client.putFile(local.fileName(), file.path, false)) {
         return confirm(client, report, file.path, local.size());
     }
-    // Nothing is known of the moments before the first progress.
+    // There is no progress before the first signal.
     const bool isStarted = mCurrent > 0 && mCurrent < file.size;
     if (isStarted || client.isInterruptionRequested() || Failure::isOfConnection(client.error())) {
         report.incomplete(file.path, isStarted);

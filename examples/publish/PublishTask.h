@@ -5,7 +5,7 @@
 
 #include <atomic>
 
-/// Sends a local site to the folder of the settings, and creates what is missing there.
+/// Uploads a local site to the folder of the settings and creates the missing folders there.
 class PublishTask : public Task
 {
 public:
@@ -23,8 +23,8 @@ private:
     bool sendFile(FTPCurl& client, Report& report, const LocalSite::File& file);
 
     LocalSite mSite;
-    std::optional<QString> mFailedFolder; ///< not there on the server, so that nothing can be below it
-    std::atomic<qint64> mSent { 0 }; ///< bytes of the files that are done with
-    std::atomic<qint64> mFailed { 0 }; ///< bytes of these files that were not sent, and will not be
-    std::atomic<qint64> mCurrent { 0 }; ///< bytes of the one that is being sent
+    std::optional<QString> mFailedFolder; ///< could not be created on the server, so its content is skipped
+    std::atomic<qint64> mSent { 0 }; ///< bytes of finished files
+    std::atomic<qint64> mFailed { 0 }; ///< bytes of finished files that were not sent
+    std::atomic<qint64> mCurrent { 0 }; ///< bytes of the current file
 };

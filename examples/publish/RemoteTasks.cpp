@@ -12,7 +12,7 @@ namespace {
 
 using Step = std::function<bool(const QString& path)>;
 
-/// One step per path; a line each.
+/// One step, and one line, per path.
 void forEach(const QStringList& paths, FTPCurl& client, Report& report, const Step& step)
 {
     for (const QString& path : paths) {
@@ -62,11 +62,11 @@ void RemoveTask::run(FTPCurl& client, Report& report)
 
 void RemoveTask::remove(FTPCurl& client, Report& report, const QString& path)
 {
-    // A path that ends in a slash would be that of what is behind a link.
+    // With a trailing slash the path would name the target of a link.
     const bool endsInSlash = path.size() > 1 && path.endsWith(QLatin1Char('/'));
     const QString target = client.canonicalizedFilePath(endsInSlash ? path.chopped(1) : path);
     const QString shown = client.canonicalizedRelativeFilePath(path);
-    // The server tells whether it is a file: it refuses to remove a folder as one.
+    // The server knows whether it is a file: it refuses to remove a folder with this command.
     bool isRemoved = client.removeSimpleResource(target, false);
     if (!isRemoved && client.error() == ErrorableCode::of(CURLE_QUOTE_ERROR)) {
         if (!removeBelow(client, report, path) || !report.goesOn(client)) {

@@ -5,7 +5,7 @@
 #include <QString>
 #include <QStringList>
 
-/// Prints what is below a folder of the server, one path per line; that of a folder ends in a slash.
+/// Prints the paths below a folder of the server, one per line; that of a folder ends in a slash.
 class ListTask : public Task
 {
 public:
@@ -17,15 +17,15 @@ private:
 };
 
 /**
- * Removes files, and folders with all that is below them.
+ * Removes files, and folders with their content.
  *
- * Of a symbolic link the link alone is removed. FTPCurl::removeResource() would also remove what is in the folder
- * behind it, which need not be the site's.
+ * A symbolic link is removed, not followed; FTPCurl::removeResource() would also remove the content of its target,
+ * which may be outside of the site.
  */
 class RemoveTask : public Task
 {
 public:
-    /// Without paths: all that is in the site's folder.
+    /// Without paths: the content of the site's folder.
     explicit RemoveTask(QStringList paths);
     QString done() const override { return QStringLiteral("paths removed"); }
     void run(FTPCurl& client, Report& report) override;

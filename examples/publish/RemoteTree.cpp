@@ -8,7 +8,7 @@
 
 namespace {
 
-/// More than any site has; a server can tell of folders without an end.
+/// Above any real site; a server can list folders without end.
 constexpr int MAX_DEPTH = 50;
 constexpr int MAX_FOLDERS = 100000;
 
@@ -86,7 +86,7 @@ bool RemoteTree::list(const Entry& folder, QList<Entry>& files, QList<Entry>& fo
         if (name.isEmpty()) {
             mReport.failed(file.name(), QStringLiteral("refused, no plain name"));
         } else if (file.isDir() && !file.name().endsWith(QLatin1Char('/'))) {
-            // The slash is missing where only a link's target can tell what it is.
+            // Links to folders have no trailing slash.
             files << Entry { file.name(), folder.relative + name, LinkToNoFile };
         } else if (file.isDir()) {
             folders << Entry { file.name(), folder.relative + name + QLatin1Char('/'), Folder };

@@ -9,11 +9,11 @@ class Report;
 class VirtualFile;
 
 /**
- * Walks through what is below a folder of a server: the files of a folder, then its sub-folders, by name.
+ * Walks a folder of a server: the files of a folder, then its sub-folders, by name.
  *
- * The names come from the server. One that is no plain name ("..", with a slash in it) is refused and reported, so that
- * relative paths never lead out of the folder. A symbolic link to a folder is visited and not entered: it may lead
- * back, or to what is not the site's.
+ * The names come from the server. Names such as "..", or with a slash, are refused and reported, so that relative paths
+ * never lead out of the folder. A symbolic link to a folder is visited but not entered: it may lead back, or out of the
+ * site.
  */
 class RemoteTree
 {
@@ -30,13 +30,13 @@ public:
 
     RemoteTree(FTPCurl& client, Report& report);
 
-    /// Visits each entry below a folder, the site's if it is empty; goes on past a sub-folder that cannot be listed,
-    /// and reports it. False when that is the folder itself.
+    /// Visits each entry below a folder; an empty one is that of the site. A sub-folder that cannot be listed is
+    /// reported and skipped. False if the folder itself cannot be listed.
     bool walk(const QString& folder, const Visitor& visit);
 
     /// The path of the site's folder; an empty path would be the login directory.
     static QString siteFolder(const FTPCurl& client);
-    /// The name of a directory's entry, without the slash of a folder; empty when it is no plain name.
+    /// The name of an entry of a directory, without the slash of a folder; empty if it is not a plain name.
     static QString plainName(const QString& directory, const VirtualFile& file);
 
 private:

@@ -13,7 +13,7 @@ namespace {
 constexpr int MAX_CONNECTION_FAILURES = 3;
 constexpr int LONGEST_LIST = 10;
 
-/// A headline and what is below it, up to a number of lines.
+/// A heading and the lines below it, up to a maximum.
 QStringList section(const QString& headline, const QStringList& items, int longest)
 {
     if (items.isEmpty()) {

@@ -9,10 +9,10 @@
 class FTPCurl;
 
 /**
- * What a task does: told as it happens, and summed up at its end.
+ * The progress of a task, line by line, and a summary at its end.
  *
- * It also decides whether a task goes on. A failure ends it when the next steps would fail as well: no such host, a
- * refused login, a connection that breaks again and again.
+ * It also decides whether a task continues. A failure ends it if the next steps would fail as well: an unknown host, a
+ * refused login, a connection that breaks repeatedly.
  *
  * Used by the thread of the task while that runs.
  */
@@ -21,29 +21,29 @@ class Report
 public:
     using Printer = std::function<void(const QString& line)>;
 
-    /// done says what the summary counts ("files sent"); when it is empty, it does not count.
+    /// done names the successes in the summary ("files sent"); empty: they are not counted.
     Report(QString done, Printer print);
 
-    /// False when the user or a failure has ended the task. Asked before each step that is left.
+    /// False after the user or a failure has ended the task. Checked before each step.
     bool goesOn(const FTPCurl& client);
 
     void succeeded(const QString& what, qint64 bytes);
-    /// The same for what has no size.
+    /// A success without a size.
     void succeeded(const QString& what);
-    /// The last request of the client failed, unless it was interrupted, which is no failure of what was asked.
+    /// The last request of the client failed. An interruption is not counted as a failure.
     void failed(const QString& what, const FTPCurl& client);
     void failed(const QString& what, const QString& reason);
-    /// The same for a reason that ends the task.
+    /// A failure that ends the task.
     void failedFinally(const QString& what, const QString& reason);
     void notTried(const QString& what) { mNotTried << what; }
-    /// An upload ended early, and what is on the server now is not the whole file.
+    /// An upload ended early: the file on the server is incomplete.
     void incomplete(const QString& what, bool isCertain);
-    /// One line in its place among the others.
+    /// Prints one line.
     void remark(const QString& line) const { mPrint(line); }
 
     bool wasInterrupted() const { return mInterrupted; }
     bool hasFailures() const { return !mFailures.isEmpty(); }
-    /// What was done, what failed and why, what was not tried.
+    /// The numbers of successes, the failures with their reasons, and the steps that were not tried.
     QStringList summary() const;
 
 private:

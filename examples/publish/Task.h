@@ -7,14 +7,14 @@
 class FTPCurl;
 class Report;
 
-/// How far a task is. The percentage is negative while it is not known.
+/// The progress of a task. The percentage is negative while it is unknown.
 struct Progress
 {
     double percent = -1.0;
     qint64 bytes = 0;
 };
 
-/// Something to do on a server. run() is called on the thread of a Worker; progress() may be called from any thread.
+/// A task on a server. run() is called on the thread of a Worker; progress() may be called from any thread.
 class Task
 {
 public:
@@ -23,10 +23,10 @@ public:
     Task& operator=(const Task&) = delete;
     virtual ~Task() = default;
 
-    /// What a success counts as in the summary, such as "files sent"; empty when it does not count.
+    /// The name of a success in the summary, such as "files sent"; empty if successes are not counted.
     virtual QString done() const { return QString(); }
-    /// Does the task with an open session, as far as report says that it goes on.
+    /// Runs the task in an open session while the report allows it to continue.
     virtual void run(FTPCurl& client, Report& report) = 0;
-    /// Nothing for a task whose end cannot be foreseen.
+    /// Nothing if the size of the task is unknown.
     virtual std::optional<Progress> progress() const { return std::nullopt; }
 };

@@ -8,7 +8,7 @@
 
 class Task;
 
-/// Runs a task on a thread of its own. requestInterruption() ends it soon, also when the server is silent.
+/// Runs a task on a thread of its own. requestInterruption() ends it within 0.3 s, even if the server is silent.
 class Worker : public Thread
 {
     Q_OBJECT
@@ -18,7 +18,7 @@ public:
     Worker(const FTPSettings& settings, Task& task);
     ~Worker() override;
 
-    /// Complete when the thread has finished; not to be used before.
+    /// To be used after the thread has finished.
     const Report& report() const { return mReport; }
 
 Q_SIGNALS:

@@ -1,4 +1,4 @@
-// publish --settings FILE FOLDER: puts a local folder on a server as a site, and looks after what is there.
+// publish --settings FILE FOLDER: uploads a local folder to a server; also lists, fetches, removes and changes modes.
 
 #include "FetchTask.h"
 #include "InterruptKey.h"
@@ -41,7 +41,7 @@ int complain(ExitStatus status, const QString& text)
     return status;
 }
 
-/// What stands in the way of using the settings; empty when nothing does.
+/// Why the settings cannot be used; empty if they can.
 QString faultOf(const FTPSettings& settings, const Options& options)
 {
     if (settings.host().isEmpty()) {
@@ -85,7 +85,7 @@ std::unique_ptr<Task> fetchTask(const Options& options, QString& fault)
     return std::make_unique<FetchTask>(std::move(folder), options.paths().value(0));
 }
 
-/// What the options ask for; null, with the reason in fault, when it cannot be begun.
+/// The task for the options; null, with the reason in fault, if it cannot be started.
 std::unique_ptr<Task> makeTask(const Options& options, QString& fault)
 {
     switch (options.action()) {
@@ -125,7 +125,7 @@ int run(const FTPSettings& settings, Task& task)
     QObject::connect(&worker, &Worker::line, &refresh, [&](const QString& line) { bar.print(line); });
     QObject::connect(&interruptKey, &InterruptKey::pressed, &worker, [&] { worker.requestInterruption(); });
     QObject::connect(&refresh, &QTimer::timeout, &refresh, showProgress);
-    // Comes after all lines, which are on their way to this thread too.
+    // Queued, so that it comes after all lines.
     QObject::connect(&worker, &Worker::finished, &refresh, &QCoreApplication::quit);
     refresh.start(REFRESH_MS);
     worker.start();
@@ -140,7 +140,7 @@ int run(const FTPSettings& settings, Task& task)
 int main(int argc, char* argv[])
 {
     const TavrelInitializer initializer;
-    // Names of files are UTF-8 whatever the locale is, so that a run without a desktop sends the same names.
+    // File names are UTF-8 in every locale, so that a run from cron sends the same names.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
     const QCoreApplication application(argc, argv);
     QCommandLineParser parser;

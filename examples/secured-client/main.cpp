@@ -1,4 +1,4 @@
-// secured-client URL JSON: shares a key with a service and sends it a request that only it can read.
+// secured-client URL JSON: shares a key with a service and sends it an encrypted request.
 
 #include "FormRequest.h"
 
@@ -44,7 +44,7 @@ int main(int argc, char* argv[])
     const TavrelInitializer initializer;
     const QCoreApplication application(argc, argv);
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Sends an enciphered JSON object to a service."));
+    parser.setApplicationDescription(QStringLiteral("Sends an encrypted JSON object to a service."));
     parser.addHelpOption();
     FormRequest::addTo(parser);
     const QString here = QStringLiteral(".");
@@ -52,7 +52,7 @@ int main(int argc, char* argv[])
         { QStringLiteral("state"), QStringLiteral("Keep the key and the session in this folder."),
             QStringLiteral("folder"), here },
         { QStringLiteral("no-handshake"), QStringLiteral("Rely on the session of an earlier run.") },
-        { QStringLiteral("plain"), QStringLiteral("Send and receive in clear.") },
+        { QStringLiteral("plain"), QStringLiteral("Send and receive in plaintext.") },
     });
     parser.process(application);
 

@@ -2,7 +2,7 @@
 declare(strict_types=1);
 
 /**
- * The other side of SecuredHTTPCurl: answers the handshake, deciphers requests, enciphers replies.
+ * The other side of SecuredHTTPCurl: answers the handshake, decrypts requests, encrypts replies.
  *
  * The application is a function. It is called with the request, decoded from JSON, and the attached file or null, and
  * returns what to reply: an array, which becomes JSON, or a pair of an array and binary data. What it throws is
@@ -34,7 +34,7 @@ final class SecuredService
         try {
             $this->answerForm();
         } catch (Throwable $failure) {
-            $this->replyInClear(false, ['error_message' => $failure->getMessage()]);
+            $this->replyInPlaintext(false, ['error_message' => $failure->getMessage()]);
         }
     }
 
@@ -42,7 +42,7 @@ final class SecuredService
     {
         if (!isset($_POST['data_json'])) {
             // PHP drops a form that is larger than its limits as a whole.
-            $this->replyInClear(false, ['error_message' => 'no form arrived; see upload_max_filesize, post_max_size']);
+            $this->replyInPlaintext(false, ['error_message' => 'no form arrived; see upload_max_filesize, post_max_size']);
             return;
         }
         $text = (string) $_POST['data_json'];
@@ -60,11 +60,11 @@ final class SecuredService
     {
         if ($request['handshake'] === 'get_pubkey') {
             $details = openssl_pkey_get_details($this->privateKey());
-            $this->replyInClear(true, ['pubkey' => $details['key']]);
+            $this->replyInPlaintext(true, ['pubkey' => $details['key']]);
             return;
         }
         if ($request['handshake'] !== 'sharea_aeskey') {
-            $this->replyInClear(false, 'unknown handshake');
+            $this->replyInPlaintext(false, 'unknown handshake');
             return;
         }
         $wrapped = base64_decode((string) ($request['aes_key'] ?? ''), true);
@@ -74,13 +74,13 @@ final class SecuredService
         $test = base64_decode((string) ($request['aes_test'] ?? ''), true);
         $res = $key !== false && $test !== false ? self::open($test, $key) : null;
         if ($res === null) {
-            $this->replyInClear(false, 'the key could not be read');
+            $this->replyInPlaintext(false, 'the key could not be read');
             return;
         }
         session_regenerate_id(true);
         $_SESSION['aes_key'] = $key;
         error_log('handshake: a key is shared');
-        $this->replyInClear(true, ['res' => $res]);
+        $this->replyInPlaintext(true, ['res' => $res]);
     }
 
     private function answerPlain(array $request): void
@@ -93,13 +93,13 @@ final class SecuredService
     {
         $key = $_SESSION['aes_key'] ?? null;
         if ($key === null) {
-            $this->replyInClear(false, ['error_message' => '#NO_SESSION#']);
+            $this->replyInPlaintext(false, ['error_message' => '#NO_SESSION#']);
             return;
         }
         $cipher = base64_decode($text, true);
         $request = $cipher === false ? null : json_decode((string) self::open($cipher, $key), true);
         if (!is_array($request)) {
-            $this->replyInClear(false, ['error_message' => 'the request could not be deciphered']);
+            $this->replyInPlaintext(false, ['error_message' => 'the request could not be decrypted']);
             return;
         }
         [$json, $binary] = $this->work($request, $this->upload($key));
@@ -118,7 +118,7 @@ final class SecuredService
         return $isPair ? $reply : [$reply, ''];
     }
 
-    /** The attached file as its name and content, deciphered if there is a key; null without one. */
+    /** The attached file as its name and content, decrypted if there is a key; null without one. */
     private function upload(?string $key): ?array
     {
         if (!isset($_FILES['sendfile'])) {
@@ -133,7 +133,7 @@ final class SecuredService
             $content = self::open($content, $key);
         }
         if ($content === null) {
-            throw new RuntimeException('the file could not be deciphered');
+            throw new RuntimeException('the file could not be decrypted');
         }
         return ['name' => $file['name'], 'content' => $content];
     }
@@ -145,7 +145,7 @@ final class SecuredService
     }
 
     /** @param array|string $data */
-    private function replyInClear(bool $success, $data): void
+    private function replyInPlaintext(bool $success, $data): void
     {
         header('Content-Type: application/json');
         echo json_encode(['success' => $success, 'data' => $data], JSON_UNESCAPED_SLASHES), "\n";

@@ -11,7 +11,7 @@ class QIODevice;
 /// One request of an FTPCurl. libcurl's callbacks get it as their user pointer, so it outlives the request.
 struct VFSCurlData
 {
-    /// What a request moves and asks for.
+    /// The kinds of requests.
     enum Kind {
         Plain = 0, ///< no body
         Download = 1, ///< a file into the device

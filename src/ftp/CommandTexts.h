@@ -16,7 +16,7 @@ public:
 
     bool isSftp() const { return mIsSftp; }
 
-    /// What libcurl is to send in place of its own listing command.
+    /// Replaces libcurl's own listing command.
     QString list() const;
     QString makeDirectory(const QString& path) const;
     /// To be tried in turn: servers know the one or the other.

@@ -68,7 +68,7 @@ bool FTPCurl::getFile(const QString& source, const QString& target)
 {
     QFile file(target);
     WriteBatch batch(file);
-    // What the disk has no room for may show only when it gets the last bytes.
+    // A full disk may be noticed only when the last bytes are written.
     const auto finish = [&] { return !file.isOpen() || (batch.flush() && file.flush()); };
     return mPrivate->download(source, batch, finish);
 }

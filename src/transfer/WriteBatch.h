@@ -5,11 +5,10 @@
 #include <QIODevice>
 
 /**
- * Stands in front of a file and hands it large blocks, as libcurl delivers at most 16 KiB at a time and each
- * write to a file is a call to the system.
+ * Buffers the writes to a file: libcurl delivers at most 16 KiB at a time, and each write is a system call.
  *
- * What arrives slowly is handed on at once, so the file grows as the transfer does. The owner calls flush()
- * at the end.
+ * Bytes that arrive slowly are passed on at once, so that the file grows with the transfer. The owner calls flush() at
+ * the end.
  */
 class WriteBatch : public QIODevice
 {
@@ -20,7 +19,7 @@ public:
     /// Opens the target too, unless it is open.
     bool open(OpenMode mode) override;
     bool isSequential() const override { return true; }
-    /// False when the target did not take everything.
+    /// False if the target did not accept all bytes.
     bool flush();
 
 protected:

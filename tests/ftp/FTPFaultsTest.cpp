@@ -163,7 +163,7 @@ private Q_SLOTS:
     void partsFromASilentServer_data()
     {
         QTest::addColumn<QByteArray>("silentAt");
-        QTest::newRow("at the farewell") << QByteArray("QUIT");
+        QTest::newRow("at QUIT") << QByteArray("QUIT");
         QTest::newRow("after an upload") << QByteArray("after STOR");
         QTest::newRow("after a command") << QByteArray("MKD");
     }

@@ -97,7 +97,7 @@ private Q_SLOTS:
         thread.addThreadableChild(&session.ftp);
         QVERIFY(!session.ftp.listRecursively("d", session.files) && session.files.isEmpty());
         QVERIFY(depth == 400 && session.ftp.hasError());
-        QVERIFY(!session.ftp.removeResource("d") && depth == 400); // the wish still stands
+        QVERIFY(!session.ftp.removeResource("d") && depth == 400); // the interruption still stands
     }
 
     void keepsWhatItHasListed()

@@ -174,7 +174,7 @@ private Q_SLOTS:
         QTEST(client.error().value(), "error");
         QTEST(client.errorMessage(), "message");
         QVERIFY(server.requests().at(0).contains("get_pubkey"));
-        QVERIFY(!client.postForm(server.url(), { { "secret", 1 } })); // enciphered again
+        QVERIFY(!client.postForm(server.url(), { { "secret", 1 } })); // encrypted again
         QVERIFY(!server.requests().last().contains("secret"));
         QVERIFY(!client.handshake(QString()));
         QCOMPARE(client.error(), ErrorableCode::of(HTTPCurl::EMPTY_URL));
@@ -243,7 +243,7 @@ private Q_SLOTS:
         QVERIFY2(client.response().contains(sha256(received)), client.response());
         client.setCryptedMode(false);
         QVERIFY(client.postForm(servers.php(), {}));
-        QVERIFY(client.response().contains("could not be deciphered"));
+        QVERIFY(client.response().contains("could not be decrypted"));
     }
 
 private:

@@ -91,7 +91,7 @@ bool ScriptedFtpServer::transfer(QTcpSocket& control, QTcpServer& dataServer, co
     }
     const std::unique_ptr<QTcpSocket> data(dataServer.nextPendingConnection());
     verb == "STOR" ? receive(*data) : send(*data, outgoing(verb));
-    mServer.hangUp(*data);
+    mServer.endConnection(*data);
     return say(control, replyTo("after " + verb, "226 done"));
 }
 

@@ -6,7 +6,7 @@
 
 class QTcpServer;
 
-/// What a ScriptedFtpServer does out of the ordinary.
+/// How a ScriptedFtpServer deviates from its usual replies.
 struct FtpPlay
 {
     /// A reply that closes the connection instead, and one that never comes.
@@ -32,7 +32,7 @@ public:
 
     quint16 port() const { return mServer.port(); }
     ScriptedServer& connections() { return mServer; }
-    /// What came over all connections, without the conversation of a login.
+    /// The commands of all connections, except those of the login.
     QList<QByteArray> commands();
     QByteArray uploaded();
 

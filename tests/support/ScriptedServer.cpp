@@ -39,7 +39,7 @@ void ScriptedServer::run()
             const std::unique_ptr<QTcpSocket> socket(server.nextPendingConnection());
             takeFault();
             mScript(*this, *socket);
-            hangUp(*socket);
+            endConnection(*socket);
         }
     }
 }
@@ -101,10 +101,10 @@ void ScriptedServer::breakDown(QTcpSocket& socket)
     while (isSilent && isConnected(socket)) {
         socket.waitForReadyRead(TURN_MS);
     }
-    hangUp(socket);
+    endConnection(socket);
 }
 
-void ScriptedServer::hangUp(QTcpSocket& socket)
+void ScriptedServer::endConnection(QTcpSocket& socket)
 {
     const std::lock_guard<std::mutex> guard(mMutex);
     if (mFault.way == Fault::Reset && mSent == mFault.after) {

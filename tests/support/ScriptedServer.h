@@ -39,7 +39,7 @@ public:
     qint64 sent();
     /// False when the connection is of no more use.
     bool send(QTcpSocket& socket, const QByteArray& bytes);
-    void hangUp(QTcpSocket& socket);
+    void endConnection(QTcpSocket& socket);
 
     /// Reads a head and the announced body, or what arrives until the peer closes; keeps it for requests().
     QByteArray readRequest(QTcpSocket& socket);
