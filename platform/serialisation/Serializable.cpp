@@ -57,7 +57,7 @@ Serializable::Serializable(const Serializable& other)
 {
 }
 
-Serializable& Serializable::operator=(const Serializable& other)
+Serializable& Serializable::operator=(const Serializable& other) // NOLINT(bugprone-unhandled-self-assignment)
 {
     mPolyUse = other.mPolyUse;
     return *this;

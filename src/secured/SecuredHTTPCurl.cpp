@@ -199,7 +199,7 @@ bool SecuredHTTPCurl::postForm(const QString& url, const QJsonObject& json, cons
         return false;
     }
     // A copy: fileData may be a response of this object, which the first post replaces.
-    const QByteArray file = fileData;
+    const QByteArray file = fileData; // NOLINT(performance-unnecessary-copy-initialization)
     bool success = HTTPCurl::postForm(url, json, file, binary);
     if (!success && error() == ErrorableCode::of(NO_SESSION)) {
         clearError();
