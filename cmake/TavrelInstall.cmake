@@ -54,7 +54,7 @@ install(FILES ${public_headers} "${PROJECT_BINARY_DIR}/exports/tavrel/tavrel_exp
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tavrel)
 foreach(layer IN LISTS TAVREL_EXPORTED_PLATFORM)
     get_property(headers TARGET tavrel PROPERTY TAVREL_HEADERS_${layer})
-    list(REMOVE_ITEM headers raiseError.h TlsResumption.h) # for the library's own layers only
+    list(REMOVE_ITEM headers raiseError.h TlsPeer.h TlsResumption.h) # for the library's own layers only
     list(TRANSFORM headers PREPEND "${PROJECT_SOURCE_DIR}/platform/${layer}/")
     install(FILES ${headers} "${PROJECT_BINARY_DIR}/exports/${layer}/${layer}_export.h"
         DESTINATION ${TAVREL_PLATFORM_INCLUDEDIR}/${layer})

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <tavrel/FTPSettings.h>
+#include <tavrel/PeerTrust.h>
 #include <tavrel/VFSCurlData.h>
 #include <tavrel/VirtualFile.h>
 #include <tavrel/tavrel_export.h>
@@ -29,7 +30,7 @@ class QIODevice;
  *
  * An operation returns true on success. Otherwise error() holds the reason: a value of Error, or a CURLcode named
  * "code" whose message names the operation. After any failure the session can be used again; a connection that may
- * be in disorder is replaced. Certificates and host keys are not verified.
+ * be in disorder is replaced. Certificates and host keys are not verified unless setTrust() asks for it.
  *
  * Cancellation: tie the object to a Thread with Thread::addThreadableChild(); after requestInterruption() on that
  * thread, every operation returns within 0.3 s, with INTERRUPTED or CURLE_ABORTED_BY_CALLBACK. Closing a session and
@@ -64,6 +65,15 @@ public:
     /// request. A port above 65535 is refused. The proxy is that of the system; an interruption also ends the wait for
     /// a system that is slow to name it.
     bool initHost(const FTPSettings& settings);
+    /// Which servers the next sessions accept; anyone by default. Ends an open session, so call it before initHost(). A
+    /// trust that is not valid is refused with FUNC_PARAM_ERROR, by every initHost() until another one is set, too;
+    /// initHost() also refuses a protocol that the trust does not cover. A refusal of the server shows at the first
+    /// request, before user and password are sent; it covers the data connections of FTPS.
+    bool setTrust(const PeerTrust& trust);
+    /// The key that the server of this or the last session has shown, also one that was refused: "sha256//…" of the TLS
+    /// public key, "SHA256:…" of the SSH host key. Empty before the first connection and over FTP. Over SFTP without
+    /// known hosts it takes libcurl 7.84, over FTPS a libcurl with the OpenSSL that this library uses.
+    QString peerFingerprint() const;
     /// Ends the session and clears the error. What is known of existing resources stays.
     void close();
     /// Forgets the session without cleaning its handle up, which is then the caller's; see curlhandle().

@@ -8,6 +8,7 @@
 #include <QString>
 
 class HTTPCurl;
+class PeerTrust;
 
 /**
  * Downloads a URL to a file on a thread of its own.
@@ -36,6 +37,9 @@ public:
 
     /// The reason why the last download failed; empty if it did not.
     QString error() const;
+
+    /// HTTPCurl::setTrust() of client(); false, with the reason in the client's error(), when it is refused.
+    bool setTrust(const PeerTrust& trust);
 
     /// The client of the downloads, for its settings: time-out, limit, user agent. Must not be used while a download is
     /// running.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <tavrel/PeerTrust.h>
 #include <tavrel/tavrel_export.h>
 
 #include <foundation/Errorable.h>
@@ -23,7 +24,7 @@ class QIODevice;
  * "curlCode" or a CURLFORMcode named "codeRet". A status of 600 and more fails without an error;
  * HTTPResponseCode() tells. Results stay until the next request starts. Each request has a connection of its
  * own; cookies persist in the file cookieFilePath(). Up to 30 redirections are followed. Server certificates
- * are not verified.
+ * are not verified unless setTrust() asks for it.
  *
  * Cancellation: tie the object to a Thread with Thread::addThreadableChild(); after requestInterruption() on
  * that thread, a request returns within 0.3 s with libcurl's CURLE_ABORTED_BY_CALLBACK.
@@ -49,6 +50,7 @@ public:
         SERVER_ERROR_5XX = 4, ///< the server answered with a status of 500 to 599
         DOWNLOAD_LIMIT_REACHED = 5, ///< the announced size exceeds the limit
         REQUEST_IN_PROGRESS = 6, ///< a slot started a request while another one on the object is running
+        BAD_PARAMETER = 7, ///< a setter refused its argument
     };
 
     /// Stands between the text part and the binary part of a binary response.
@@ -115,6 +117,11 @@ public:
     /// Appended to the user agent, after a blank.
     void setUserAgentExtension(const QString& extension);
 
+    /// Which servers the next requests accept; anyone by default. With any other trust only HTTPS is spoken, also after
+    /// a redirection: other URLs fail with CURLE_UNSUPPORTED_PROTOCOL. A trust that is not valid or has nothing for TLS
+    /// is refused with BAD_PARAMETER, by every request until another one is set, too.
+    bool setTrust(const PeerTrust& trust);
+
     /// Sets the folder of the cookie file and creates it. Process-wide; call it before clients run.
     static void setCookiepath(const QString& dir);
     static QString cookieFilePath();
@@ -161,6 +168,7 @@ protected:
 private:
     struct State;
 
+    bool checkTrust();
     void setResult(CURLcode code);
     void resetResults();
     CURLcode performRequest(CURL* handle, const QString& url);

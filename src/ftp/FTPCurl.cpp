@@ -49,6 +49,9 @@ bool FTPCurl::initHost(const FTPSettings& settings)
         return mPrivate->refuse(
             QStringLiteral("initHost: port %1 is above %2").arg(settings.port()).arg(MAX_PORT), __LINE__);
     }
+    if (!mPrivate->checkTrust(settings.ftpProtocol())) {
+        return false;
+    }
     if (!mPrivate->session.open(settings)) {
         return mPrivate->setResult(CURLE_FAILED_INIT, QStringLiteral("Can't init %1").arg(settings.host()));
     }

@@ -23,7 +23,7 @@ bool FTPCurl::Private::setResult(int code, const QString& context)
         return true;
     }
     const QString message = context + QStringLiteral("  CURL error : ") + textOf(code)
-        + QStringLiteral(" (%1)").arg(QString::number(code));
+        + QStringLiteral(" (%1)").arg(QString::number(code)) + session.peerCheck().explain(code);
     raiseErrorValue<CURLcode>(client, code, "code", { ERROR_SOURCE, __LINE__ }, message);
     return false;
 }

@@ -42,6 +42,7 @@ struct FTPCurl::Private
     std::optional<RemotePath> accept(
         const QString& path, const char* operation, const char* messageWhenEmpty, int line);
     bool checkSendable(const RemotePath& path, const char* operation, int line);
+    bool checkTrust(FTPSettings::Protocol protocol);
     void setPermissions(int& member, int permissions, const char* operation);
 
     // Requests; they return libcurl's result or -1.

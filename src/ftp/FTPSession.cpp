@@ -122,6 +122,7 @@ bool FTPSession::open(const FTPSettings& settings)
     // A session is idle for as long as its user is; this detects a peer that has gone.
     curl_easy_setopt(mHandle, CURLOPT_TCP_KEEPALIVE, 1L);
     setSecurity();
+    setTrust(settings);
     return true;
 }
 
@@ -141,6 +142,17 @@ void FTPSession::setSecurity()
     // Not for SFTP: it does not use TLS, and since 8.20 libcurl would log in anew for each request.
     const auto level = isOverTls(mProtocol) ? CURLUSESSL_ALL : CURLUSESSL_NONE;
     curl_easy_setopt(mHandle, CURLOPT_USE_SSL, static_cast<long>(level));
+}
+
+void FTPSession::setTrust(const FTPSettings& settings)
+{
+    if (mProtocol == FTPSettings::SFTP) {
+        QUrl url;
+        url.setHost(settings.host(), QUrl::DecodedMode);
+        mPeerCheck.setSshOptions(mHandle, url.host(QUrl::FullyEncoded), settings.port());
+    } else {
+        mPeerCheck.setTlsOptions(mHandle);
+    }
 }
 
 void FTPSession::setProxy(const QNetworkProxy& proxy)
@@ -254,9 +266,9 @@ void FTPSession::replaceConnection()
     mIsDirectoryDoubtful = false;
 }
 
-/// libcurl takes a connection for dead that is used again and brings no bytes, like those of an empty file, and connects
-/// anew. It refuses to do so for each sixth time in a session, and some versions (8.14) every time, as if that were a
-/// redirection.
+/// libcurl takes a connection for dead that is used again and brings no bytes, like those of an empty file, and
+/// connects anew. It refuses to do so for each sixth time in a session, and some versions (8.14) every time, as if that
+/// were a redirection.
 bool FTPSession::isReconnectionRefused(CURLcode code, int type) const
 {
     return mProtocol == FTPSettings::SFTP && type != VFSCurlData::Upload
@@ -267,6 +279,7 @@ CURLcode FTPSession::useTlsContext(CURL* /*easy*/, void* context, void* self)
 {
     FTPSession& session = *static_cast<FTPSession*>(self);
     const bool isData = DATA_CONNECTION_REPLIES.contains(session.mLastReply.left(REPLY_CODE_SIZE));
+    session.mPeerCheck.watch(context);
     session.mTlsResumption.watch(context, isData ? TlsResumption::Role::Data : TlsResumption::Role::Control);
     return CURLE_OK;
 }

@@ -7,6 +7,7 @@
 
 #include <cryptography/TlsResumption.h>
 #include <transfer/TransferLoop.h>
+#include <trust/PeerCheck.h>
 
 #include <QNetworkProxy>
 #include <QString>
@@ -54,6 +55,9 @@ public:
     /// Runs a request and then a command in the words of its protocol.
     int performCommand(VFSCurlData& data, const QString& command);
 
+    /// Its trust is that of the next open().
+    PeerCheck& peerCheck() { return mPeerCheck; }
+
     // For the callbacks of a request.
     ProgressThrottle& progressThrottle() { return mProgressThrottle; }
     void takeReply(const QString& line) { mLastReply = line; }
@@ -67,10 +71,12 @@ private:
     void replaceConnection();
     bool isReconnectionRefused(CURLcode code, int type) const;
     void setSecurity();
+    void setTrust(const FTPSettings& settings);
     static CURLcode useTlsContext(CURL* easy, void* context, void* self);
 
     CURL* mHandle = nullptr;
     TlsResumption mTlsResumption; ///< before the loop, whose end closes the connections
+    PeerCheck mPeerCheck; ///< likewise
     std::unique_ptr<TransferLoop> mLoop;
     FTPSettings::Protocol mProtocol = FTPSettings::FTP;
     bool mIsRunning = false;

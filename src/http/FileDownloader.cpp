@@ -55,6 +55,11 @@ HTTPCurl& FileDownloader::client() const
     return *mState->client;
 }
 
+bool FileDownloader::setTrust(const PeerTrust& trust)
+{
+    return mState->client->setTrust(trust);
+}
+
 void FileDownloader::download(const QString& url, const QString& path)
 {
     bool needsThread = false;

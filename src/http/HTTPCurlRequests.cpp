@@ -118,6 +118,9 @@ bool HTTPCurl::curlInit(CURL*& handle, const QString& url)
         return false;
     }
     resetResults();
+    if (!checkTrust()) {
+        return false;
+    }
     handle = curl_easy_init();
     if (!handle) {
         raiseError(*this, CURL_INIT_PROBLEM, "CURL_INIT_PROBLEM", { __FILE__, __LINE__ });
@@ -145,6 +148,7 @@ void HTTPCurl::setCurlGETAndPOSTCommonConfig(CURL* handle, curl_slist* headerLis
     curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
     // Deliberate: applications talk to servers whose certificates nobody has signed.
     curl_easy_setopt(handle, CURLOPT_SSL_VERIFYPEER, 0L);
+    mState->setTrustOptions(handle);
 
     buildUserAgentHeader();
     // Deliberate: the list grows from a copy of the caller's pointer and is never released. The caller owns only
@@ -213,7 +217,8 @@ void HTTPCurl::setResult(CURLcode code)
 void HTTPCurl::handleCurlErrorCode(CURLcode code)
 {
     if (code != CURLE_HTTP_RETURNED_ERROR) {
-        raiseError(*this, code, "curlCode", { __FILE__, __LINE__ }, QString::fromUtf8(curl_easy_strerror(code)));
+        const QString text = QString::fromUtf8(curl_easy_strerror(code)) + mState->peerCheck.explain(code);
+        raiseError(*this, code, "curlCode", { __FILE__, __LINE__ }, text);
     } else if (isBetween(mState->responseCode, 400, 499)) {
         raiseError(*this, NOT_FOUND_4XX, "NOT_FOUND_4XX", { __FILE__, __LINE__ }, QStringLiteral("Resource not found"));
     } else if (isBetween(mState->responseCode, 500, 599)) {

@@ -2,6 +2,8 @@
 
 #include <tavrel/HTTPCurl.h>
 
+#include <trust/PeerCheck.h>
+
 /// The settings of an HTTPCurl and the results of its last request.
 struct HTTPCurl::State
 {
@@ -17,6 +19,10 @@ struct HTTPCurl::State
     QString userAgent;
     QString userAgentExtension;
     qint64 limitDownload = -1;
+    PeerCheck peerCheck;
+
+    /// Adds to the options of a handle those of the trust.
+    void setTrustOptions(CURL* handle);
 
     bool isRunning = false; ///< from the start of a request until its result is known
     bool hasSignalledInterruption = false; ///< in this request

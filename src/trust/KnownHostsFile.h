@@ -1,0 +1,16 @@
+#pragma once
+
+#include "KnownHosts.h"
+
+#include <QString>
+
+namespace KnownHostsFile {
+
+/// What a file says of a server; without the file, nothing.
+KnownHosts read(const QString& path, const QByteArray& host, int port);
+
+/// Appends the key of a server whose verdict is Unknown, in one piece, and creates the file if necessary. The result is
+/// the verdict afterwards: Known, or another one if the file could not be written or another process was faster.
+KnownHosts::Verdict append(const QString& path, const QByteArray& host, int port, const QByteArray& key);
+
+} // namespace KnownHostsFile

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <tavrel/PeerTrust.h>
+
+#include <cryptography/TlsPeer.h>
+
+#include <QByteArray>
+#include <QString>
+
+#include <curl/curl.h>
+
+#include <memory>
+
+class QTemporaryFile;
+
+/**
+ * Has libcurl apply a PeerTrust, and records what the peer shows.
+ *
+ * Set on a handle before its transfers. The object outlives their connections. Used by one thread at a time.
+ */
+class PeerCheck
+{
+public:
+    PeerCheck();
+    ~PeerCheck();
+
+    PeerCheck(const PeerCheck&) = delete;
+    PeerCheck& operator=(const PeerCheck&) = delete;
+
+    void setTrust(const PeerTrust& trust) { mTrust = trust; }
+    const PeerTrust& trust() const { return mTrust; }
+    /// The reason for refusing a protocol, because the trust is not valid or does not cover it; empty for none.
+    QString faultForTls() const;
+    QString faultForSsh() const;
+    QString faultForPlaintext() const;
+
+    /// Adds to the options of a new handle those of a trust that covers TLS.
+    void setTlsOptions(CURL* easy);
+    /// Has a handle call watch() for its connections.
+    void watchTls(CURL* easy);
+    /// Has a new handle record the host key, and accept it or not.
+    void setSshOptions(CURL* easy, const QString& host, int port);
+    /// To be called with the SSL_CTX of each connection before its handshake.
+    void watch(void* sslContext) { mTlsPeer.watch(sslContext); }
+
+    /// "sha256//…" of a TLS public key, "SHA256:…" of a host key; empty before the first connection.
+    QString fingerprint() const;
+    /// For a result of libcurl that may be a refusal: ": " and what was expected and shown; else empty.
+    QString explain(int code) const;
+
+private:
+    void forgetPeer();
+    QString faultUnless(bool isCovered, const char* requirement) const;
+    QString reason(int code) const;
+    bool accepts(const QByteArray& key);
+    static CURLcode onTlsContext(CURL* easy, void* context, void* self);
+    static int onKnownHost(
+        CURL* easy, const curl_khkey* known, const curl_khkey* shown, curl_khmatch match, void* self);
+    static int onHostKey(void* self, int type, const char* key, size_t size);
+
+    PeerTrust mTrust;
+    TlsPeer mTlsPeer;
+    QString mExpected;
+    QByteArray mHostKey; ///< that the server has shown
+    QByteArray mHost;
+    int mPort = 0;
+    std::unique_ptr<QTemporaryFile> mPlainKnownHosts;
+};
