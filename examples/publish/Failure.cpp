@@ -37,5 +37,9 @@ bool Failure::isOfConnection(const ErrorableCode& code)
 
 QString Failure::reasonOf(const FTPCurl& client)
 {
-    return client.hasError() ? client.errorText().simplified() : QStringLiteral("the server refused");
+    const QString message = client.hasError() ? client.errorText().simplified() : QStringLiteral("the server refused");
+    const QString reply = client.serverReply();
+    const bool isRefusal = reply.startsWith(QLatin1Char('4')) || reply.startsWith(QLatin1Char('5'));
+    const QString detail = isRefusal ? reply : client.errorDetail();
+    return detail.isEmpty() ? message : QStringLiteral("%1: %2").arg(message, detail);
 }

@@ -24,9 +24,8 @@ std::optional<Progress> PublishTask::progress() const
 
 void PublishTask::run(FTPCurl& client, Report& report)
 {
-    // The URL of the signal contains the password; only the number of bytes is used.
-    QObject::connect(&client, &FTPCurl::progressUpload, &client,
-        [this](const QString& /*url*/, qint64 transferred, qint64 /*size*/) { mCurrent = transferred; });
+    QObject::connect(
+        &client, &FTPCurl::uploadProgress, &client, [this](qint64 sent, qint64 /*total*/) { mCurrent = sent; });
     for (const QString& line : mSite.leftOut()) {
         report.remark(line);
     }

@@ -58,6 +58,9 @@ public:
     /// For callers of rm() that share code with other file stores.
     enum IOModeFlags { NoModeFlags = 0 };
 
+    /// How the names in a listing are encoded.
+    enum NameEncoding { Latin1 = 0, Utf8 = 1 };
+
     explicit FTPCurl(QObject* parent = nullptr);
     ~FTPCurl() override;
 
@@ -158,6 +161,24 @@ public:
     int folderPermissions() const;
     void setFolderPermissions(int permissions);
 
+    /// Ends a request with CURLE_OPERATION_TIMEDOUT when no byte has come or gone for so many seconds, be it while
+    /// connecting, during a transfer or while an answer is due; over SFTP up to 6 s later after the last byte of a
+    /// file and in commands. An upload that ends with this code then fails instead of counting as sent. From 1 to
+    /// 86400; 0, the default, waits as long as libcurl does. False, with FUNC_PARAM_ERROR, for any other value.
+    bool setStallTimeOut(int seconds);
+    int stallTimeOut() const;
+    /// The encoding of the names that list(), listRecursively() and removeResource() read. Latin1, the default, loses
+    /// all other characters: "10 €.txt" is listed as "10 ?.txt". With Utf8, names are what the server sends.
+    bool setNameEncoding(NameEncoding encoding);
+    NameEncoding nameEncoding() const;
+
+    /// The last line that the server sent in reply to the last request, such as "552 disk quota exceeded". Empty over
+    /// SFTP, and when no reply has come. A password in it is replaced by "***", as in errorDetail().
+    QString serverReply() const;
+    /// libcurl's own text for the failure of the last request, which often tells more than errorMessage(). Empty after
+    /// a success, and when the application has set an error buffer of its own.
+    QString errorDetail() const;
+
     /// Emits infoServer().
     void appendInfoServer(const QString& info);
     /// Clears the error for CURLE_OK; otherwise raises the code with a message that begins with context. The last
@@ -173,6 +194,8 @@ public:
 Q_SIGNALS:
     /// Bytes of an upload; at most once in 70 ms. The URL holds the user and the password: do not show it.
     void progressUpload(QString url, qint64 transferred, qint64 contentlength);
+    /// The same moments without the URL.
+    void uploadProgress(qint64 sent, qint64 total);
     /// A line that the server sent, over FTP and FTPS.
     void infoServer(QString info);
 

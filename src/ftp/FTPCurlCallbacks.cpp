@@ -79,6 +79,7 @@ int FTPCurl::progress(void* data, double /*dltotal*/, double /*dlnow*/, double u
         if (!isZero(ultotal) && !isZero(ulnow)) {
             Q_EMIT owner.progressUpload(
                 request.url.toString(), static_cast<qint64>(ulnow), static_cast<qint64>(ultotal));
+            Q_EMIT owner.uploadProgress(static_cast<qint64>(ulnow), static_cast<qint64>(ultotal));
         }
         request.lastProgress = QTime::currentTime();
         throttle.start(request.lastProgress);

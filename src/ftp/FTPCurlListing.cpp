@@ -56,15 +56,20 @@ bool FTPCurl::listRecursively(const QString& path, VirtualFileList& files)
     return true;
 }
 
+int FTPCurl::Private::requestListing(const QString& command, const RemotePath& directory, QByteArray& listing)
+{
+    QBuffer buffer(&listing);
+    curl_easy_setopt(session.handle(), CURLOPT_CUSTOMREQUEST, command.toUtf8().constData());
+    const int code = request(VFSCurlData::Listing, &buffer, directory);
+    curl_easy_setopt(session.handle(), CURLOPT_CUSTOMREQUEST, nullptr);
+    return code;
+}
+
 bool FTPCurl::Private::list(const RemotePath& directory, VirtualFileList& files)
 {
     const CommandTexts texts = commandTexts("bool FTPCurl::list(const QString &, VirtualFileList &)");
     QByteArray listing;
-    QBuffer buffer(&listing);
-    curl_easy_setopt(session.handle(), CURLOPT_CUSTOMREQUEST, texts.list().toUtf8().constData());
-    const int code = request(VFSCurlData::Listing, &buffer, directory);
-    curl_easy_setopt(session.handle(), CURLOPT_CUSTOMREQUEST, nullptr);
-    buffer.close();
+    const int code = requestListing(texts.list(), directory, listing);
     if (code != CURLE_OK) {
         return setResult(code, QStringLiteral("Can't list %1").arg(directory.canonical()));
     }
@@ -74,7 +79,7 @@ bool FTPCurl::Private::list(const RemotePath& directory, VirtualFileList& files)
 bool FTPCurl::Private::readListing(const QByteArray& listing, const RemotePath& directory, VirtualFileList& files)
 {
     const QDateTime now = QDateTime::currentDateTimeUtc();
-    ListingReader reader(listing, directory.canonical());
+    ListingReader reader(listing, directory.canonical(), nameEncoding == Utf8);
     ListingEntry entry;
     while (reader.hasNextLine()) {
         const bool isEntry = reader.readLine(entry);

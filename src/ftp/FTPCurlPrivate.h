@@ -53,6 +53,7 @@ struct FTPCurl::Private
     QString commandPath(const RemotePath& path) const;
 
     // Listings
+    int requestListing(const QString& command, const RemotePath& directory, QByteArray& listing);
     bool list(const RemotePath& directory, VirtualFileList& files);
     bool readListing(const QByteArray& listing, const RemotePath& directory, VirtualFileList& files);
     bool resolveLink(ListingEntry& entry);
@@ -83,6 +84,8 @@ struct FTPCurl::Private
     int filePermissions = -1;
     // Deliberate: nothing changes it yet; it gives the paths of any protocol the leading slash that SFTP has.
     bool forceLeadingSlash = false;
+    NameEncoding nameEncoding = Latin1;
+    int stallTimeOut = 0; ///< in seconds; 0: none
     QHash<QString, int> existingResources;
     FTPSettings settings;
     FTPSession session;

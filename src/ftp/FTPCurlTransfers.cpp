@@ -91,8 +91,8 @@ bool FTPCurl::Private::putDevice(QIODevice* device, const QString& source, const
     const int code = request(VFSCurlData::Upload, device, target);
     closeIfOpen(device);
     // Deliberate: these come from servers that took the file and were slow, or odd, to say so.
-    const bool isTolerated
-        = code == CURLE_OPERATION_TIMEDOUT || (code == CURLE_RECV_ERROR && isPersonalPages(settings));
+    const bool isTolerated = (code == CURLE_OPERATION_TIMEDOUT && stallTimeOut == 0)
+        || (code == CURLE_RECV_ERROR && isPersonalPages(settings));
     const QString context = QStringLiteral("Can't putFile %1 to %2").arg(source, target.canonical());
     const bool success = setResult(isTolerated ? CURLE_OK : code, context);
     client.setExistingResourceCache(target.canonical(), success ? 1 : -1);

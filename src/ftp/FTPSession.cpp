@@ -8,6 +8,7 @@
 #include "RequestOptions.h"
 
 #include <QIODevice>
+#include <QRegularExpression>
 #include <QScopedValueRollback>
 #include <QStringList>
 
@@ -104,7 +105,9 @@ bool FTPSession::open(const FTPSettings& settings)
     if (!mHandle) {
         return false;
     }
-    mLoop = std::make_unique<TransferLoop>();
+    makeLoop();
+    setStallTimeOut(mStallTimeOut);
+    curl_easy_setopt(mHandle, CURLOPT_ERRORBUFFER, mErrorText.data());
     curl_easy_setopt(mHandle, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(mHandle, CURLOPT_FTPPORT, settings.passiveMode() ? nullptr : "-");
     curl_easy_setopt(mHandle, CURLOPT_NOPROGRESS, 0L);
@@ -173,6 +176,7 @@ void FTPSession::close()
 {
     mLoop.reset();
     mDirectory = QString();
+    mReason = {};
     if (mHandle) {
         curl_easy_reset(mHandle);
         curl_easy_cleanup(mHandle);
@@ -184,6 +188,7 @@ void FTPSession::release()
 {
     if (mHandle) {
         TransferLoop::detach(mHandle);
+        curl_easy_setopt(mHandle, CURLOPT_ERRORBUFFER, nullptr);
         mHandle = nullptr;
     }
     close();
@@ -240,10 +245,12 @@ CURLcode FTPSession::run(VFSCurlData& data)
 CURLcode FTPSession::runOnce(VFSCurlData& data)
 {
     mProgressThrottle.start(data.lastProgress);
-    mLastReply = QString();
+    mReason = {};
+    mErrorText.front() = '\0';
     RequestOptions::set(mHandle, data);
     const CURLcode code = mLoop->perform(mHandle, data.owner->interruption());
     RequestOptions::clear(mHandle);
+    mReason.detail = code == CURLE_OK ? QString() : QString::fromUtf8(mErrorText.data()).trimmed();
     mDirectory = directoryOf(data);
     mIsDirectoryDoubtful = code != CURLE_OK && RequestOptions::hasBody(data.type);
     if (!isConversationInOrder(code)) {
@@ -259,9 +266,40 @@ bool FTPSession::mayHaveLostDirectory(const VFSCurlData& data) const
         && (isAsked || mIsDirectoryDoubtful);
 }
 
-void FTPSession::replaceConnection()
+void FTPSession::makeLoop()
 {
     mLoop = std::make_unique<TransferLoop>();
+    mLoop->setStallTimeOut(std::chrono::seconds(mStallTimeOut));
+}
+
+void FTPSession::setStallTimeOut(int seconds)
+{
+    const bool isChanged = seconds != mStallTimeOut;
+    mStallTimeOut = seconds;
+    if (!mHandle || (!isChanged && seconds == 0)) {
+        return; // An application may have set these options itself.
+    }
+    mLoop->setStallTimeOut(std::chrono::seconds(seconds));
+    // For the waits within calls of libcurl, which the loop does not see.
+    curl_easy_setopt(mHandle, CURLOPT_SERVER_RESPONSE_TIMEOUT, static_cast<long>(seconds));
+    if (mProtocol == FTPSettings::SFTP) {
+        curl_easy_setopt(mHandle, CURLOPT_LOW_SPEED_LIMIT, seconds > 0 ? 1L : 0L);
+        curl_easy_setopt(mHandle, CURLOPT_LOW_SPEED_TIME, static_cast<long>(seconds));
+    }
+}
+
+/// libcurl also hands on the facts of a file as if they were lines of the server.
+void FTPSession::takeReply(const QString& line)
+{
+    static const QRegularExpression reply(QStringLiteral("^[1-5][0-9][0-9]([ -]|$)"));
+    if (line.contains(reply)) {
+        mReason.reply = line;
+    }
+}
+
+void FTPSession::replaceConnection()
+{
+    makeLoop();
     mDirectory = QString();
     mIsDirectoryDoubtful = false;
 }
@@ -278,7 +316,7 @@ bool FTPSession::isReconnectionRefused(CURLcode code, int type) const
 CURLcode FTPSession::useTlsContext(CURL* /*easy*/, void* context, void* self)
 {
     FTPSession& session = *static_cast<FTPSession*>(self);
-    const bool isData = DATA_CONNECTION_REPLIES.contains(session.mLastReply.left(REPLY_CODE_SIZE));
+    const bool isData = DATA_CONNECTION_REPLIES.contains(session.mReason.reply.left(REPLY_CODE_SIZE));
     session.mPeerCheck.watch(context);
     session.mTlsResumption.watch(context, isData ? TlsResumption::Role::Data : TlsResumption::Role::Control);
     return CURLE_OK;

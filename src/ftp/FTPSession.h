@@ -14,9 +14,17 @@
 
 #include <curl/curl.h>
 
+#include <array>
 #include <memory>
 
 class FTPCurl;
+
+/// What the server and libcurl said about a request.
+struct RequestReason
+{
+    QString reply; ///< the last line of the server
+    QString detail; ///< libcurl's text for a failure
+};
 
 /**
  * The libcurl side of an FTPCurl: one handle, the loop that holds its connection, and one request at a time.
@@ -44,6 +52,9 @@ public:
     /// Forgets the handle without cleaning it up.
     void release();
 
+    /// Ends a request during which nothing moves for so many seconds; 0: never.
+    void setStallTimeOut(int seconds);
+
     /// Null when the session is closed.
     CURL* handle() const { return mHandle; }
     /// True within perform(), for the slots of the signals that it emits.
@@ -58,9 +69,13 @@ public:
     /// Its trust is that of the next open().
     PeerCheck& peerCheck() { return mPeerCheck; }
 
+    /// Of the last request. It can be put back after further ones that only clean up.
+    const RequestReason& reason() const { return mReason; }
+    void setReason(const RequestReason& reason) { mReason = reason; }
+
     // For the callbacks of a request.
     ProgressThrottle& progressThrottle() { return mProgressThrottle; }
-    void takeReply(const QString& line) { mLastReply = line; }
+    void takeReply(const QString& line);
 
 private:
     CURLcode run(VFSCurlData& data);
@@ -68,6 +83,7 @@ private:
     /// Whether libcurl would not enter the directory of a request, as it takes the connection to be there, although
     /// somebody may have removed it since.
     bool mayHaveLostDirectory(const VFSCurlData& data) const;
+    void makeLoop();
     void replaceConnection();
     bool isReconnectionRefused(CURLcode code, int type) const;
     void setSecurity();
@@ -81,7 +97,9 @@ private:
     FTPSettings::Protocol mProtocol = FTPSettings::FTP;
     bool mIsRunning = false;
     ProgressThrottle mProgressThrottle;
-    QString mLastReply; ///< in this request
+    RequestReason mReason;
+    std::array<char, CURL_ERROR_SIZE> mErrorText {};
+    int mStallTimeOut = 0; ///< in seconds
     QString mDirectory; ///< of the last request, relative to the login directory; empty there
     bool mIsDirectoryDoubtful = false; ///< the last transfer in it failed
 };

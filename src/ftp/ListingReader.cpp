@@ -17,9 +17,10 @@ bool standsForDirectoryItself(const QString& name)
 
 } // namespace
 
-ListingReader::ListingReader(const QByteArray& listing, const QString& directory)
+ListingReader::ListingReader(const QByteArray& listing, const QString& directory, bool isUtf8)
     : mListing(listing)
     , mPrefix(directory)
+    , mIsUtf8(isUtf8)
 {
     if (!mPrefix.isEmpty() && !mPrefix.endsWith(SLASH)) {
         mPrefix.append(SLASH);
@@ -27,26 +28,28 @@ ListingReader::ListingReader(const QByteArray& listing, const QString& directory
 }
 
 /// One line at a time: a listing may have a million of them.
-QString ListingReader::takeLine()
+QByteArray ListingReader::takeLine()
 {
     int end = mListing.indexOf('\n', mPosition);
     if (end < 0) {
         end = mListing.size();
     }
-    const QString line = QString::fromUtf8(mListing.constData() + mPosition, end - mPosition);
+    QByteArray line(mListing.constData() + mPosition, end - mPosition);
     mPosition = end + 1;
-    return line;
+    // Deliberate: the parser works on bytes of Latin-1 by default, in which other characters are lost.
+    return mIsUtf8 ? line : QString::fromUtf8(line.constData(), line.size()).toLatin1();
 }
 
 bool ListingReader::readLine(ListingEntry& entry)
 {
-    // Deliberate: the parser works on bytes of Latin-1, in which other characters are lost.
-    QByteArray line = takeLine().toLatin1();
+    QByteArray line = takeLine();
     ftpparser_entry parsed;
     if (ftpparser(&parsed, line.data(), line.size()) != 1) {
         return false;
     }
-    const QString name = QString::fromLatin1(parsed.name, parsed.name_length).trimmed();
+    const QString name = (mIsUtf8 ? QString::fromUtf8(parsed.name, parsed.name_length)
+                                  : QString::fromLatin1(parsed.name, parsed.name_length))
+                             .trimmed();
     if (standsForDirectoryItself(name)) {
         return false;
     }

@@ -19,17 +19,19 @@ struct ListingEntry
 class ListingReader
 {
 public:
-    /// directory is put before the names. The listing must outlive the reader.
-    ListingReader(const QByteArray& listing, const QString& directory);
+    /// directory is put before the names. The listing must outlive the reader. Names are read as UTF-8, or lose the
+    /// characters that Latin-1 does not have.
+    ListingReader(const QByteArray& listing, const QString& directory, bool isUtf8 = false);
 
     bool hasNextLine() const { return mPosition < mListing.size(); }
     /// Reads the next line; false when it is not an entry.
     bool readLine(ListingEntry& entry);
 
 private:
-    QString takeLine();
+    QByteArray takeLine();
 
     const QByteArray& mListing;
     QString mPrefix;
+    bool mIsUtf8;
     int mPosition = 0;
 };

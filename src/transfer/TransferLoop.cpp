@@ -88,6 +88,7 @@ CURLMcode TransferLoop::runToEnd(const Interruption* interruption)
 {
     const auto spinUntil = std::chrono::steady_clock::now() + SPIN_TIME;
     int idleTurns = 0;
+    mIdleTime = {};
     while (true) {
         int running = 0;
         CURLMcode code = curl_multi_perform(mMulti.get(), &running);
@@ -97,7 +98,7 @@ CURLMcode TransferLoop::runToEnd(const Interruption* interruption)
         const bool isSpinning = std::chrono::steady_clock::now() < spinUntil;
         bool isIdle = false;
         code = wait(isSpinning ? 0 : nextWait(idleTurns), isIdle);
-        if (code != CURLM_OK || isRequested(interruption)) {
+        if (code != CURLM_OK || isRequested(interruption) || isStalled()) {
             return code;
         }
         idleTurns = isIdle ? idleTurns + 1 : 0;
@@ -107,6 +108,7 @@ CURLMcode TransferLoop::runToEnd(const Interruption* interruption)
             // Without a socket a wait returns at once. Mostly libcurl opens one in its next turn; when it does not, a
             // short pause keeps the processor free.
             std::this_thread::sleep_for(PAUSE_WITHOUT_SOCKET);
+            mIdleTime += PAUSE_WITHOUT_SOCKET;
         }
     }
 }
@@ -120,8 +122,10 @@ CURLMcode TransferLoop::wait(int milliseconds, bool& isIdle)
         return CURLM_OK;
     }
     int ready = 0;
+    const auto start = std::chrono::steady_clock::now();
     const CURLMcode code = curl_multi_wait(mMulti.get(), nullptr, 0, milliseconds, &ready);
     isIdle = ready == 0;
+    mIdleTime = isIdle ? mIdleTime + (std::chrono::steady_clock::now() - start) : std::chrono::nanoseconds(0);
     return code;
 }
 
@@ -133,5 +137,11 @@ CURLcode TransferLoop::resultOf(CURL* easy)
             return message->data.result;
         }
     }
-    return CURLE_ABORTED_BY_CALLBACK; // The transfer has not ended: it was interrupted.
+    // The transfer has not ended: it has stalled, or it was interrupted.
+    return isStalled() ? CURLE_OPERATION_TIMEDOUT : CURLE_ABORTED_BY_CALLBACK;
+}
+
+bool TransferLoop::isStalled() const
+{
+    return mStallTimeOut.count() > 0 && mIdleTime >= mStallTimeOut;
 }

@@ -6,6 +6,7 @@
 
 #include <curl/curl.h>
 
+#include <chrono>
 #include <memory>
 
 /**
@@ -29,6 +30,10 @@ public:
     /// interruption, which may be null, was requested before the end; the connections of the loop are unusable then.
     CURLcode perform(CURL* easy, const std::shared_ptr<Interruption>& interruption = nullptr);
 
+    /// Ends a transfer with CURLE_OPERATION_TIMEDOUT when its sockets have been idle for so long, and libcurl has
+    /// waited for them in perform(). 0, the default, never does.
+    void setStallTimeOut(std::chrono::milliseconds timeOut) { mStallTimeOut = timeOut; }
+
     /// Detaches a handle that outlives the loop and is used again.
     static void detach(CURL* easy) { OpenSockets::detach(easy); }
 
@@ -37,12 +42,15 @@ private:
     CURLMcode runToEnd(const Interruption* interruption);
     CURLMcode wait(int milliseconds, bool& isIdle);
     CURLcode resultOf(CURL* easy);
+    bool isStalled() const;
 
     struct MultiDeleter
     {
         void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
     };
 
+    std::chrono::milliseconds mStallTimeOut { 0 };
+    std::chrono::steady_clock::duration mIdleTime { 0 }; ///< of the sockets, without the time that libcurl was busy
     OpenSockets mSockets;
     std::unique_ptr<CURLM, MultiDeleter> mMulti; // after the sockets: its end closes them
 };

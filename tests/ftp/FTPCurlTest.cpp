@@ -96,6 +96,8 @@ private Q_SLOTS:
             ftp.setFilePermissions(02775);
             return ftp.filePermissions() != -1;
         });
+        row("setStallTimeOut: -1 is not between 0 and 86400", FTP(setStallTimeOut(-1)));
+        row("setNameEncoding: 2 is no encoding", FTP(setNameEncoding(static_cast<FTPCurl::NameEncoding>(2))));
         row("initHost: port 65536 is above 65535", FTP(initHost(FtpTarget(FTPSettings::FTP, 65536))));
         const auto odd = [](const char* name, const Operation& operation) {
             QTest::newRow(name) << operation << QString("%1: the path holds a control character").arg(name);
@@ -278,6 +280,7 @@ private Q_SLOTS:
         play.content = QByteArray(3 << 20, 'x');
         Session session(play);
         const QSignalSpy signalled(&session.ftp, &FTPCurl::progressUpload);
+        const QSignalSpy amounts(&session.ftp, &FTPCurl::uploadProgress);
         const QSignalSpy lines(&session.ftp, &FTPCurl::infoServer);
         QByteArray data;
         QVERIFY(session.ftp.putData("", "empty", false) && session.ftp.getData("a", data));
@@ -291,6 +294,7 @@ private Q_SLOTS:
         QCOMPARE(FTPCurl::progress(&request, 0, 0, 9, 8), 0); // too soon
         QCOMPARE(signalled.size(), 1);
         QVERIFY(signalled.first().at(1) == 4 && signalled.first().at(2) == 9);
+        QCOMPARE(amounts.value(0), QVariantList({ 4, 9 }));
     }
 
     void refusesOperationsFromItsSlots()
@@ -377,6 +381,7 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("at");
         QTest::addColumn<QByteArray>("reply");
         QTest::newRow("no answer") << QByteArray("STOR") << FtpPlay::SILENCE;
+        QTest::newRow("no last word") << QByteArray("after STOR") << FtpPlay::SILENCE;
         QTest::newRow("too many users") << QByteArray("greeting") << QByteArray("421 too many users");
     }
     void countsATimeOutAsSent()
@@ -391,6 +396,23 @@ private Q_SLOTS:
         QCOMPARE(session.ftp.existingResourceCacheValue("a"), 1);
         QVERIFY(!session.ftp.putData("x", "b", false)); // that one does not
         QCOMPARE(session.ftp.error(), ErrorableCode::of(CURLE_OPERATION_TIMEDOUT));
+        curl_easy_setopt(session.ftp.curlhandle(), CURLOPT_TIMEOUT_MS, 0L);
+        QVERIFY(session.ftp.setStallTimeOut(1));
+        QVERIFY(!session.ftp.putFile(fileWith("x"), "a", false)); // the stall time-out was asked for
+        QCOMPARE(session.ftp.error(), ErrorableCode::of(CURLE_OPERATION_TIMEDOUT));
+    }
+
+    void tellsWhatTheServerSaid()
+    {
+        FtpPlay play;
+        play.replies = { { "after STOR", "552 p@ss: w/rd%1 p%40ss%3A%20w%2Frd%251 has no room" } };
+        Session session(play);
+        QVERIFY(!session.ftp.putData("x", "a", false));
+        QCOMPARE(session.ftp.serverReply(), QString("552 *** *** has no room"));
+        QVERIFY(!session.ftp.errorDetail().isEmpty());
+        QVERIFY(session.ftp.internal_mkdir("b"));
+        QCOMPARE(session.ftp.serverReply(), QString("250 done"));
+        QCOMPARE(session.ftp.errorDetail(), QString());
     }
 
     void knowsOneProvider()

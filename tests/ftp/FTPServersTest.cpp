@@ -120,7 +120,8 @@ private Q_SLOTS:
     void meansExactlyTheName()
     {
         const QStringList names { "a", "a\" x", "it's \"quoted\"", "back\\slash\\", "\\\"", "a#b?c%20d;e", "f;type=a",
-            "two  blanks", "-rf", "\u00e9t\u00e9", "+plus&amp", "[brackets]" };
+            "two  blanks", "-rf", "\u00e9t\u00e9", "+plus&amp", "[brackets]", "10 \u20ac.txt" };
+        QVERIFY(mFtp->setNameEncoding(FTPCurl::Utf8));
         for (const QString& name : names) {
             const QString path = "odd/" + name;
             QVERIFY2(mFtp->putData(name.toUtf8(), path, true), qPrintable(mFtp->errorMessage()));
@@ -130,6 +131,8 @@ private Q_SLOTS:
         VirtualFileList files;
         QVERIFY(mFtp->list("odd", files));
         QCOMPARE(files.size(), names.size());
+        QVERIFY(files.contains(VirtualFile(mFtp->canonicalizedFilePath("odd/10 \u20ac.txt"), 0, {}, {}, 0, {}, {},
+            false, true, false, false, false, false)));
         FTPCurl other; // which remembers nothing
         QVERIFY(other.initHost(*mTarget));
         for (const QString& name : names) {
@@ -212,6 +215,21 @@ private Q_SLOTS:
             arrived > 0 && arrived < source.size(), "an upload goes into its file, and stays there as far as it came");
         mFtp->setThreadForInterrupt(nullptr);
         QVERIFY(mFtp->initHost(*mTarget));
+        QVERIFY2(mFtp->putData("x", "b", false), qPrintable(mFtp->errorMessage()));
+    }
+
+    void endsWhatHasStalled()
+    {
+        QVERIFY(mFtp->setStallTimeOut(1));
+        Source source([&] { mServers.sendSignal("STOP"); });
+        QElapsedTimer time;
+        time.start();
+        const bool success = mFtp->putDataFromIoDevice(&source, "memory", "a");
+        const qint64 elapsed = time.elapsed();
+        mServers.sendSignal("CONT");
+        QVERIFY(!success);
+        QCOMPARE(mFtp->error(), ErrorableCode::of(CURLE_OPERATION_TIMEDOUT));
+        QVERIFY2(elapsed < 20000, qPrintable(QString::number(elapsed)));
         QVERIFY2(mFtp->putData("x", "b", false), qPrintable(mFtp->errorMessage()));
     }
 
