@@ -2,6 +2,7 @@
 
 #include <tavrel/FTPSettings.h>
 #include <tavrel/PeerTrust.h>
+#include <tavrel/RemoteEntry.h>
 #include <tavrel/VFSCurlData.h>
 #include <tavrel/VirtualFile.h>
 #include <tavrel/tavrel_export.h>
@@ -14,6 +15,7 @@
 #include <QScopedPointer>
 #include <QString>
 #include <QUrl>
+#include <QVector>
 
 #include <curl/curl.h>
 
@@ -53,6 +55,7 @@ public:
         INTERRUPTED = 1, ///< stopped by an interruption
         FUNC_PARAM_ERROR = 2, ///< an argument that the operation refuses; the message names both
         REQUEST_IN_PROGRESS = 3, ///< called by a slot while a request of the object is running
+        UNKNOWN_LISTING = 4, ///< listDetailed() understands no line of a listing
     };
 
     /// For callers of rm() that share code with other file stores.
@@ -99,6 +102,11 @@ public:
     /// Appends all entries below a directory that are no directories, depth first. What was found before a failure
     /// stays in files.
     bool listRecursively(const QString& path, VirtualFileList& files);
+
+    /// Appends the entries of a directory with sizes, times and permissions as far as the server shows them: by MLSD,
+    /// else from the lines of LIST; over SFTP from the lines that its server shows. Links are not followed, names are
+    /// read as UTF-8, and a listing in an unknown style is refused with UNKNOWN_LISTING.
+    bool listDetailed(const QString& path, QVector<RemoteEntry>& entries);
 
     /// Tells whether a file exists, or a directory when path ends in a slash; false when that could not be found out.
     /// Answers come from a cache that lives as long as the object and keeps one answer for a path with and without its

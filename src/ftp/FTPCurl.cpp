@@ -44,6 +44,7 @@ bool FTPCurl::initHost(const FTPSettings& settings)
     close();
     mPrivate->session.close(); // one that an interrupted call has left
     mPrivate->settings = settings;
+    mPrivate->isMlsdRefused = false;
     if (settings.port() > MAX_PORT) {
         // The URL would go without a port, and so user and password to the default one.
         return mPrivate->refuse(

@@ -55,6 +55,7 @@ struct FTPCurl::Private
     // Listings
     int requestListing(const QString& command, const RemotePath& directory, QByteArray& listing);
     bool list(const RemotePath& directory, VirtualFileList& files);
+    bool listDetailed(const RemotePath& directory, QVector<RemoteEntry>& entries);
     bool readListing(const QByteArray& listing, const RemotePath& directory, VirtualFileList& files);
     bool resolveLink(ListingEntry& entry);
 
@@ -84,6 +85,7 @@ struct FTPCurl::Private
     int filePermissions = -1;
     // Deliberate: nothing changes it yet; it gives the paths of any protocol the leading slash that SFTP has.
     bool forceLeadingSlash = false;
+    bool isMlsdRefused = false; ///< by the server of the session
     NameEncoding nameEncoding = Latin1;
     int stallTimeOut = 0; ///< in seconds; 0: none
     QHash<QString, int> existingResources;

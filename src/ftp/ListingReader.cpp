@@ -8,14 +8,14 @@ namespace {
 
 const QChar SLASH = QLatin1Char('/');
 
-/// Or for the one above. Servers tell of "." and ".."; an empty name, or "./", would lead a walk in a circle as well.
-bool standsForDirectoryItself(const QString& name)
+} // namespace
+
+/// An empty name, or "./", would lead a walk in a circle as "." does.
+bool ListingReader::standsForDirectoryItself(const QString& name)
 {
     const QString clean = QDir::cleanPath(name);
     return clean.isEmpty() || clean == SLASH || clean == QLatin1String(".") || clean == QLatin1String("..");
 }
-
-} // namespace
 
 ListingReader::ListingReader(const QByteArray& listing, const QString& directory, bool isUtf8)
     : mListing(listing)

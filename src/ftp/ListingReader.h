@@ -23,6 +23,9 @@ public:
     /// characters that Latin-1 does not have.
     ListingReader(const QByteArray& listing, const QString& directory, bool isUtf8 = false);
 
+    /// True for ".", ".." and other names that lead back to the directory or upwards.
+    static bool standsForDirectoryItself(const QString& name);
+
     bool hasNextLine() const { return mPosition < mListing.size(); }
     /// Reads the next line; false when it is not an entry.
     bool readLine(ListingEntry& entry);

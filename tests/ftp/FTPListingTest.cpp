@@ -67,6 +67,50 @@ private Q_SLOTS:
         QVERIFY(session.ftp.listRecursively("a", session.files) && session.files.isEmpty() && !session.ftp.hasError());
     }
 
+    void tellsWhatALineTells_data()
+    {
+        QTest::addColumn<QByteArray>("mlsd");
+        QTest::addColumn<QByteArray>("listing");
+        QTest::addColumn<QString>("outcome"); // name, kind, size, precision, time and permissions of each entry
+        const auto row = [](const char* name, const char* mlsd, const QByteArray& listing, const char* outcome) {
+            QTest::newRow(name) << QByteArray(mlsd) << listing << QString::fromUtf8(outcome);
+        };
+        row("facts", "150 here",
+            "type=cdir;modify=20200131235959; .\r\n"
+            "Type=file;Size=7;Modify=20200131235959.5;UNIX.mode=0640; a b \r\n"
+            "type=OS.unix=slink:/x;size=x;modify=2020; \342\202\254\r\n"
+            "type=dir;UNIX.mode=9; ../up\r\ntype=pdir; /\r\ntype=dir; d\r\nno fact\r\n",
+            "a b ,0,7,3,2020-01-31T23:59:59Z,640|\u20ac,2,-1,0,,-1|d,1,-1,0,,-1");
+        row("lines", "500 what",
+            "total 3\r\ndrwxr-sr-T 1 a b 1 Jan 1 2020 d\r\nlrwxrwxrwx 1 a b 1 Jan 1 2020 l -> x\r\n"
+            "brw-rw---- 1 root disk 8, 0 Jan 1 2020 sda\r\n01-02-20  03:04AM  12 dos\r\n+r,m1,\tx\r\n",
+            "d,1,1,1,2020-01-01T00:00:00Z,3754|l,2,1,1,2020-01-01T00:00:00Z,777|sda,3,0,1,2020-01-01T00:00:00Z,660|"
+            "dos,0,12,2,2020-01-02T03:04:00Z,-1|x,0,-1,3,1970-01-01T00:00:01Z,-1");
+        row("an empty directory", "550 not for you", "total 0\r\n", "");
+        row("an unknown style", "500 what", "<html>\r\n", "UNKNOWN_LISTING");
+    }
+    void tellsWhatALineTells()
+    {
+        QFETCH(QByteArray, mlsd);
+        QFETCH(QByteArray, listing);
+        FtpPlay play;
+        play.replies = { { "MLSD", mlsd } };
+        play.listing = [listing](const QByteArray&) { return listing; };
+        Session session(play);
+        QVector<RemoteEntry> entries;
+        QStringList told;
+        if (!session.ftp.listDetailed("a", entries)) {
+            told << session.ftp.error().name();
+        }
+        for (const RemoteEntry& entry : entries) {
+            const QString permissions = entry.permissions < 0 ? "-1" : QString::number(entry.permissions, 8);
+            told << QString("%1,%2,%3,%4,%5,%6")
+                        .arg(entry.name, QString::number(entry.kind), QString::number(entry.size),
+                            QString::number(entry.timePrecision), entry.modified.toString(Qt::ISODate), permissions);
+        }
+        QTEST(told.join('|'), "outcome");
+    }
+
     void losesCommandsInAnHttpProxy()
     {
         const QByteArray page = "HTTP/1.1 200 OK\r\nContent-Length: 6\r\n\r\n<html>";

@@ -218,6 +218,31 @@ private Q_SLOTS:
         QVERIFY2(mFtp->putData("x", "b", false), qPrintable(mFtp->errorMessage()));
     }
 
+    void tellsSizesAndTimes()
+    {
+        const QString name = "5 \u20ac";
+        QVERIFY(mFtp->putData("12345", "tree/" + name, true));
+        QVERIFY(mFtp->createDirectory("tree/sub"));
+        QVERIFY(QFile::link(name, mDisk + "tree/l"));
+        const QDateTime noon(QDate(2020, 1, 31), QTime(12, 0), Qt::UTC);
+        QFile file(mDisk + "tree/" + name);
+        QVERIFY(file.open(QIODevice::ReadWrite) && file.setFileTime(noon, QFileDevice::FileModificationTime));
+        QVector<RemoteEntry> entries;
+        QVERIFY2(mFtp->listDetailed("tree", entries), qPrintable(mFtp->errorText()));
+        QCOMPARE(entries.size(), 3);
+        std::sort(entries.begin(), entries.end(), [](const auto& a, const auto& b) { return a.name < b.name; });
+        QCOMPARE(entries[0].name, name);
+        QCOMPARE(entries[0].kind, RemoteEntry::File);
+        QCOMPARE(entries[0].size, qint64 { 5 });
+        QCOMPARE(entries[0].permissions, 0644);
+        QCOMPARE(entries[0].timePrecision, mIsSftp ? RemoteEntry::ToTheDay : RemoteEntry::ToTheSecond);
+        QCOMPARE(entries[0].modified, mIsSftp ? noon.addSecs(-12 * 60 * 60) : noon);
+        QCOMPARE(entries[1].kind, RemoteEntry::Link);
+        QCOMPARE(entries[1].name, QString("l"));
+        QCOMPARE(entries[2].kind, RemoteEntry::Directory);
+        QCOMPARE(entries[2].path, mFtp->canonicalizedFilePath("tree/sub/"));
+    }
+
     void endsWhatHasStalled()
     {
         QVERIFY(mFtp->setStallTimeOut(1));

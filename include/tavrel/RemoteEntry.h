@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QDateTime>
+#include <QString>
+
+/// One entry of a remote directory with all that the server shows of it, as FTPCurl::listDetailed() reads it.
+struct RemoteEntry
+{
+    enum Kind {
+        File,
+        Directory,
+        Link, ///< a symbolic link, whatever is behind it
+        Other, ///< a device, a socket or what else the server names
+    };
+
+    enum TimePrecision {
+        UnknownTime,
+        ToTheDay, ///< in the server's own time zone, as if that were UTC
+        ToTheMinute, ///< likewise
+        ToTheSecond, ///< in UTC
+    };
+
+    QString name; ///< as the server shows it; never with a slash
+    QString path; ///< canonical, for requests; that of a directory ends in a slash
+    Kind kind = File;
+    qint64 size = -1; ///< in bytes; -1 when it is not known
+    TimePrecision timePrecision = UnknownTime;
+    QDateTime modified; ///< UTC; invalid when it is not known
+    int permissions = -1; ///< 0 to 07777; -1 when they are not shown
+};

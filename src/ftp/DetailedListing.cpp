@@ -1,0 +1,185 @@
+#include "DetailedListing.h"
+
+#include "ListingReader.h"
+
+#include <tavrel/ftpparser.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+constexpr int OCTAL = 8;
+constexpr int MAX_MODE = 07777;
+constexpr int TIME_DIGITS = 14; ///< of "20200131235959"
+constexpr qint64 MAX_SECONDS = 253402300799; ///< the end of the year 9999
+constexpr int TYPE_AND_PERMISSIONS = 10; ///< of "-rw-r--r--"
+
+/// The nine letters after the type; -1 when they are none.
+int permissionsOf(const QByteArray& line)
+{
+    static const char* const letters = "rwxrwxrwx";
+    if (line.size() < TYPE_AND_PERMISSIONS || !QByteArray("-dlbcps").contains(line.at(0))) {
+        return -1;
+    }
+    int mode = 0;
+    for (int i = 0; i < TYPE_AND_PERMISSIONS - 1; ++i) {
+        const char letter = line.at(i + 1);
+        const bool isExecution = i % 3 == 2;
+        const bool isSpecial = isExecution && letter != '\0' && std::strchr(i == 8 ? "tT" : "sS", letter);
+        if (letter != '-' && letter != letters[i] && !isSpecial) {
+            return -1;
+        }
+        const bool isSet = isSpecial ? letter >= 'a' : letter != '-';
+        mode |= isSet ? 1 << (8 - i) : 0;
+        mode |= isSpecial ? 04000 >> (i / 3) : 0;
+    }
+    return mode;
+}
+
+/// The parser leaves the target at names of one and two characters.
+QByteArray nameOf(const ftpparser_entry& parsed)
+{
+    const QByteArray name(parsed.name, parsed.name_length);
+    const int arrow = parsed.is_link != 0 ? name.indexOf(" -> ") : -1;
+    return arrow > 0 ? name.left(arrow) : name;
+}
+
+RemoteEntry::Kind kindOf(const ftpparser_entry& parsed)
+{
+    if (parsed.is_link != 0) {
+        return RemoteEntry::Link;
+    }
+    return parsed.is_dir != 0 ? RemoteEntry::Directory : parsed.is_file != 0 ? RemoteEntry::File : RemoteEntry::Other;
+}
+
+void setTime(RemoteEntry& entry, const ftpparser_entry& parsed)
+{
+    switch (parsed.mtime_kind) {
+    case MTIME_EXACT:
+        entry.timePrecision = RemoteEntry::ToTheSecond;
+        break;
+    case MTIME_REMOTE_MINUTE:
+        entry.timePrecision = RemoteEntry::ToTheMinute;
+        break;
+    case MTIME_REMOTE_DAY:
+        entry.timePrecision = RemoteEntry::ToTheDay;
+        break;
+    default:
+        return;
+    }
+    if (qBound(qint64 { 0 }, qint64 { parsed.mtime }, MAX_SECONDS) == parsed.mtime) {
+        entry.modified = QDateTime::fromSecsSinceEpoch(parsed.mtime, Qt::UTC);
+    } else {
+        entry.timePrecision = RemoteEntry::UnknownTime; // the parser does not check digits
+    }
+}
+
+bool readParsed(RemoteEntry& entry, QByteArray line)
+{
+    ftpparser_entry parsed;
+    if (ftpparser(&parsed, line.data(), line.size()) != 1) {
+        return false;
+    }
+    const QByteArray name = nameOf(parsed);
+    entry.name = QString::fromUtf8(name.constData(), name.size());
+    entry.kind = kindOf(parsed);
+    entry.size = parsed.size_kind == SIZE_BYTES && parsed.size >= 0 ? parsed.size : -1;
+    entry.permissions = permissionsOf(line);
+    setTime(entry, parsed);
+    return true;
+}
+
+/// Of "cdir" and "pdir", too, whose names are not plain ones.
+RemoteEntry::Kind kindOf(const QByteArray& type)
+{
+    if (type == "file") {
+        return RemoteEntry::File;
+    }
+    const bool isLink = type.startsWith("os.unix=slink") || type.startsWith("os.unix=symlink");
+    return type.endsWith("dir") ? RemoteEntry::Directory : isLink ? RemoteEntry::Link : RemoteEntry::Other;
+}
+
+void readFact(RemoteEntry& entry, const QByteArray& name, const QByteArray& value)
+{
+    bool isNumber = false;
+    if (name == "type") {
+        const QByteArray type = value.toLower();
+        entry.kind = kindOf(type);
+        if (type == "cdir" || type == "pdir") {
+            entry.name = QStringLiteral(".");
+        }
+    } else if (name == "size") {
+        const qint64 size = value.toLongLong(&isNumber);
+        entry.size = isNumber && size >= 0 ? size : -1;
+    } else if (name == "modify") {
+        entry.modified
+            = QDateTime::fromString(QString::fromLatin1(value.left(TIME_DIGITS)), QStringLiteral("yyyyMMddhhmmss"));
+        entry.modified.setTimeSpec(Qt::UTC);
+        entry.timePrecision = entry.modified.isValid() ? RemoteEntry::ToTheSecond : RemoteEntry::UnknownTime;
+    } else if (name == "unix.mode") {
+        const int mode = value.toInt(&isNumber, OCTAL);
+        entry.permissions = isNumber && mode >= 0 && mode <= MAX_MODE ? mode : -1;
+    }
+}
+
+/// "type=file;size=7; name"
+bool readFacts(RemoteEntry& entry, const QByteArray& line)
+{
+    const int blank = line.indexOf(' ');
+    const QByteArray facts = line.left(blank);
+    if (blank < 0 || !(facts.isEmpty() || facts.endsWith(';'))) {
+        return false;
+    }
+    entry.name = QString::fromUtf8(line.constData() + blank + 1, line.size() - blank - 1);
+    for (const QByteArray& fact : facts.split(';')) {
+        const int equals = fact.indexOf('=');
+        readFact(entry, fact.left(equals).toLower(), equals < 0 ? QByteArray() : fact.mid(equals + 1));
+    }
+    return true;
+}
+
+} // namespace
+
+DetailedListing::DetailedListing(const QByteArray& listing, Format format, const QString& directory)
+    : mListing(listing)
+    , mFormat(format)
+    , mDirectory(directory)
+{
+}
+
+QByteArray DetailedListing::takeLine()
+{
+    const int found = mListing.indexOf('\n', mPosition);
+    int end = found < 0 ? mListing.size() : found;
+    const int next = end + 1;
+    if (end > mPosition && mListing.at(end - 1) == '\r') {
+        --end;
+    }
+    const QByteArray line = mListing.mid(mPosition, end - mPosition);
+    mPosition = next;
+    return line;
+}
+
+bool DetailedListing::readLine(RemoteEntry& entry)
+{
+    const QByteArray line = takeLine();
+    entry = {};
+    const bool isKnown = mFormat == Format::Facts ? readFacts(entry, line) : readParsed(entry, line);
+    mHasKnownLine = mHasKnownLine || isKnown;
+    // "total 12" is the head of a listing that may be empty otherwise.
+    mHasUnknownLine = mHasUnknownLine || !(isKnown || line.trimmed().isEmpty() || line.startsWith("total "));
+    return isKnown && accept(entry);
+}
+
+bool DetailedListing::accept(RemoteEntry& entry) const
+{
+    if (entry.name.contains(QLatin1Char('/')) || ListingReader::standsForDirectoryItself(entry.name)) {
+        return false;
+    }
+    entry.path = mDirectory + entry.name;
+    if (entry.kind == RemoteEntry::Directory) {
+        entry.path += QLatin1Char('/');
+    }
+    return true;
+}

@@ -1,0 +1,48 @@
+#include "DetailedListing.h"
+#include "ErrorSource.h"
+#include "FTPCurlPrivate.h"
+
+#include <foundation/raiseError.h>
+
+bool FTPCurl::listDetailed(const QString& path, QVector<RemoteEntry>& entries)
+{
+    const auto directory = mPrivate->accept(path + QLatin1Char('/'), "listDetailed", "", __LINE__);
+    return directory && mPrivate->listDetailed(*directory, entries);
+}
+
+bool FTPCurl::Private::listDetailed(const RemotePath& directory, QVector<RemoteEntry>& entries)
+{
+    const CommandTexts texts = commandTexts("bool FTPCurl::listDetailed(const QString &, QVector<RemoteEntry> &)");
+    QByteArray listing;
+    DetailedListing::Format format = DetailedListing::Format::Facts;
+    int code = CURLE_FTP_COULDNT_RETR_FILE;
+    if (!texts.isSftp() && !isMlsdRefused) {
+        code = requestListing(QStringLiteral("MLSD"), directory, listing);
+        // 500 to 504: the server does not have the command.
+        isMlsdRefused = session.reason().reply.startsWith(QLatin1String("50"));
+    }
+    if (code == CURLE_FTP_COULDNT_RETR_FILE) {
+        format = DetailedListing::Format::Lines;
+        code = requestListing(texts.list(), directory, listing);
+    }
+    if (code != CURLE_OK) {
+        return setResult(code, QStringLiteral("Can't list %1").arg(directory.canonical()));
+    }
+    DetailedListing reader(listing, format, directory.canonical());
+    RemoteEntry entry;
+    while (reader.hasNextLine()) {
+        if (reader.readLine(entry)) {
+            entries.append(entry);
+        }
+        if (client.isInterruptionRequested()) {
+            return stopInterrupted(__LINE__);
+        }
+    }
+    if (!reader.isUnderstood()) {
+        raiseError(client, UNKNOWN_LISTING, "UNKNOWN_LISTING", { ERROR_SOURCE, __LINE__ },
+            QStringLiteral("The listing of %1 is in no known style").arg(directory.canonical()));
+        return false;
+    }
+    client.clearError();
+    return true;
+}
