@@ -23,8 +23,8 @@ class QIODevice;
  * A request returns true on success. Otherwise error() holds the reason: a value of Error, a CURLcode named
  * "curlCode" or a CURLFORMcode named "codeRet". A status of 600 and more fails without an error;
  * HTTPResponseCode() tells. Results stay until the next request starts. Each request has a connection of its
- * own; cookies persist in the file cookieFilePath(). Up to 30 redirections are followed. Server certificates
- * are not verified unless setTrust() asks for it.
+ * own, unless setKeepConnections(true) was called; cookies persist in the file cookieFilePath(). Up to 30
+ * redirections are followed. Server certificates are not verified unless setTrust() asks for it.
  *
  * Cancellation: tie the object to a Thread with Thread::addThreadableChild(); after requestInterruption() on
  * that thread, a request returns within 0.3 s with libcurl's CURLE_ABORTED_BY_CALLBACK.
@@ -109,9 +109,18 @@ public:
 
     /// Bounds a whole request, in seconds; 0 and less means no bound.
     void setTimeOut(int seconds);
+    /// Ends a request with libcurl's CURLE_OPERATION_TIMEDOUT when no byte moves in either direction for this long, in
+    /// every phase after the connection is established: TLS handshake, sending, waiting for the answer, receiving. In
+    /// seconds; 0, the default, means no bound. A negative value is refused: false, with BAD_PARAMETER.
+    bool setStallTimeOut(int seconds);
     /// Refuses bodies whose Content-Length exceeds this, in bytes, those of redirections and error pages included; 0
     /// and less means no limit. A body without a Content-Length is never cut short.
     void setLimitDownload(qint64 bytes);
+    /// Keeps the connections of a successful request open for the next ones of this object, which then need no new TCP
+    /// and TLS handshake. Off by default. Cookies and results are the same either way. A failed or interrupted request
+    /// closes the connections; so do setTrust(), false and the destructor, which must then run before that of TavrelInitializer.
+    /// When the server closes a kept connection without a byte of answer, the request is sent again on a new one.
+    void setKeepConnections(bool on);
     /// Replaces the default user agent, that of a desktop browser; empty restores it.
     void setUserAgent(const QString& agent);
     /// Appended to the user agent, after a blank.
@@ -172,6 +181,7 @@ private:
     void setResult(CURLcode code);
     void resetResults();
     CURLcode performRequest(CURL* handle, const QString& url);
+    CURLcode performInLoop(CURL* handle);
     bool performPost(curl_httppost* form, const QString& url);
     void signalInterruption();
     static size_t readHeader(char* line, size_t size, size_t count, void* client);

@@ -150,9 +150,28 @@ void HTTPCurl::setTimeOut(int seconds)
     mState->timeOut = seconds;
 }
 
+bool HTTPCurl::setStallTimeOut(int seconds)
+{
+    if (seconds < 0) {
+        raiseError(*this, BAD_PARAMETER, "BAD_PARAMETER", { __FILE__, __LINE__ },
+            QStringLiteral("setStallTimeOut: the time is negative"));
+        return false;
+    }
+    mState->stallTimeOut = seconds;
+    return true;
+}
+
 void HTTPCurl::setLimitDownload(qint64 bytes)
 {
     mState->limitDownload = bytes;
+}
+
+void HTTPCurl::setKeepConnections(bool on)
+{
+    mState->keepsConnections = on;
+    if (!on) {
+        mState->keptLoop.reset();
+    }
 }
 
 void HTTPCurl::setUserAgent(const QString& agent)

@@ -4,7 +4,6 @@
 #include "HTTPCurlState.h"
 
 #include <transfer/EasyHandle.h>
-#include <transfer/TransferLoop.h>
 #include <transfer/WriteBatch.h>
 
 #include <foundation/FileUtils.h>
@@ -17,6 +16,7 @@
 
 #include <limits>
 #include <new>
+#include <utility>
 
 namespace {
 
@@ -174,8 +174,7 @@ CURLcode HTTPCurl::performRequest(CURL* handle, const QString& url)
     mState->isHeadOpen = false;
     curl_easy_setopt(handle, CURLOPT_HEADERFUNCTION, readHeader);
     curl_easy_setopt(handle, CURLOPT_HEADERDATA, this);
-    TransferLoop loop;
-    CURLcode code = loop.perform(handle, interruption());
+    CURLcode code = performInLoop(handle);
     if (code == CURLE_OK && mState->isHeadOpen) {
         code = CURLE_PARTIAL_FILE; // libcurl takes a connection that closes within the head for an empty answer.
     }
@@ -183,6 +182,20 @@ CURLcode HTTPCurl::performRequest(CURL* handle, const QString& url)
     checkRedirection(handle, url);
     if (code != CURLE_OK && isInterruptionRequested()) {
         signalInterruption();
+    }
+    return code;
+}
+
+CURLcode HTTPCurl::performInLoop(CURL* handle)
+{
+    std::unique_ptr<TransferLoop> loop = std::move(mState->keptLoop);
+    if (!loop) {
+        loop = std::make_unique<TransferLoop>();
+    }
+    loop->setStallTimeOut(std::chrono::seconds(mState->stallTimeOut));
+    const CURLcode code = loop->perform(handle, interruption());
+    if (code == CURLE_OK && mState->keepsConnections) {
+        mState->keptLoop = std::move(loop);
     }
     return code;
 }

@@ -2,7 +2,10 @@
 
 #include <tavrel/HTTPCurl.h>
 
+#include <transfer/TransferLoop.h>
 #include <trust/PeerCheck.h>
+
+#include <memory>
 
 /// The settings of an HTTPCurl and the results of its last request.
 struct HTTPCurl::State
@@ -12,6 +15,7 @@ struct HTTPCurl::State
     QByteArray binaryResponse;
     long responseCode = 0;
     int timeOut = -1;
+    int stallTimeOut = 0;
     bool wasRedirected = false;
     QString redirectedUrl;
     QJsonDocument lastJsonSent;
@@ -20,6 +24,8 @@ struct HTTPCurl::State
     QString userAgentExtension;
     qint64 limitDownload = -1;
     PeerCheck peerCheck;
+    bool keepsConnections = false;
+    std::unique_ptr<TransferLoop> keptLoop; ///< owns the connections between requests; null during one
 
     /// Adds to the options of a handle those of the trust.
     void setTrustOptions(CURL* handle);

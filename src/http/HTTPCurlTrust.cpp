@@ -10,6 +10,7 @@ bool HTTPCurl::setTrust(const PeerTrust& trust)
     if (!checkIdle()) {
         return false;
     }
+    mState->keptLoop.reset(); // Its peers were accepted under other rules.
     mState->peerCheck.setTrust(trust);
     return checkTrust();
 }

@@ -26,6 +26,16 @@ void OpenSockets::shutDown()
     }
 }
 
+bool OpenSockets::isAnyConnected()
+{
+    const std::lock_guard<std::mutex> guard(mMutex);
+    return std::any_of(mSockets.begin(), mSockets.end(), [](curl_socket_t socket) {
+        sockaddr_storage peer {};
+        socklen_t size = sizeof peer;
+        return getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &size) == 0;
+    });
+}
+
 curl_socket_t OpenSockets::open(void* self, curlsocktype /*purpose*/, curl_sockaddr* address)
 {
     const curl_socket_t opened = socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);

@@ -25,6 +25,9 @@ public:
     /// Any thread: from now on every read meets the end of the stream. Written data still goes out.
     void shutDown();
 
+    /// Whether a peer has accepted one of the connections.
+    bool isAnyConnected();
+
 private:
     static curl_socket_t open(void* self, curlsocktype purpose, curl_sockaddr* address);
     static int close(void* self, curl_socket_t socket);

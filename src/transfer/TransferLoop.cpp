@@ -88,45 +88,50 @@ CURLMcode TransferLoop::runToEnd(const Interruption* interruption)
 {
     const auto spinUntil = std::chrono::steady_clock::now() + SPIN_TIME;
     int idleTurns = 0;
-    mIdleTime = {};
+    Turn turn = Turn::Socket;
     while (true) {
         int running = 0;
         CURLMcode code = curl_multi_perform(mMulti.get(), &running);
+        if (turn == Turn::Socket) {
+            mLastActivity = std::chrono::steady_clock::now(); // after libcurl's callbacks, whose time does not count
+        }
         if (code != CURLM_OK || running == 0 || isRequested(interruption)) {
             return code;
         }
         const bool isSpinning = std::chrono::steady_clock::now() < spinUntil;
-        bool isIdle = false;
-        code = wait(isSpinning ? 0 : nextWait(idleTurns), isIdle);
-        if (code != CURLM_OK || isRequested(interruption) || isStalled()) {
+        code = wait(isSpinning ? 0 : nextWait(idleTurns), turn);
+        if (code != CURLM_OK || isRequested(interruption) || (turn != Turn::Socket && hasStalled())) {
             return code;
         }
-        idleTurns = isIdle ? idleTurns + 1 : 0;
+        idleTurns = turn == Turn::Idle ? idleTurns + 1 : 0;
         if (isSpinning) {
             std::this_thread::yield();
         } else if (idleTurns > 1) {
             // Without a socket a wait returns at once. Mostly libcurl opens one in its next turn; when it does not, a
             // short pause keeps the processor free.
             std::this_thread::sleep_for(PAUSE_WITHOUT_SOCKET);
-            mIdleTime += PAUSE_WITHOUT_SOCKET;
         }
     }
 }
 
-CURLMcode TransferLoop::wait(int milliseconds, bool& isIdle)
+CURLMcode TransferLoop::wait(int milliseconds, Turn& turn)
 {
     long due = -1;
     curl_multi_timeout(mMulti.get(), &due);
     if (due == 0) {
-        isIdle = false; // libcurl has more to do by now.
+        turn = Turn::Timer; // libcurl has more to do by now.
         return CURLM_OK;
     }
     int ready = 0;
-    const auto start = std::chrono::steady_clock::now();
     const CURLMcode code = curl_multi_wait(mMulti.get(), nullptr, 0, milliseconds, &ready);
-    isIdle = ready == 0;
-    mIdleTime = isIdle ? mIdleTime + (std::chrono::steady_clock::now() - start) : std::chrono::nanoseconds(0);
+    turn = ready == 0 ? Turn::Idle : Turn::Socket;
     return code;
+}
+
+bool TransferLoop::hasStalled()
+{
+    return mStallTimeOut.count() > 0 && std::chrono::steady_clock::now() - mLastActivity >= mStallTimeOut
+        && mSockets.isAnyConnected();
 }
 
 CURLcode TransferLoop::resultOf(CURL* easy)
@@ -137,11 +142,6 @@ CURLcode TransferLoop::resultOf(CURL* easy)
             return message->data.result;
         }
     }
-    // The transfer has not ended: it has stalled, or it was interrupted.
-    return isStalled() ? CURLE_OPERATION_TIMEDOUT : CURLE_ABORTED_BY_CALLBACK;
-}
-
-bool TransferLoop::isStalled() const
-{
-    return mStallTimeOut.count() > 0 && mIdleTime >= mStallTimeOut;
+    // The transfer has not ended: it has stalled or was interrupted.
+    return hasStalled() ? CURLE_OPERATION_TIMEDOUT : CURLE_ABORTED_BY_CALLBACK;
 }

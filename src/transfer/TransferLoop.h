@@ -30,27 +30,29 @@ public:
     /// interruption, which may be null, was requested before the end; the connections of the loop are unusable then.
     CURLcode perform(CURL* easy, const std::shared_ptr<Interruption>& interruption = nullptr);
 
-    /// Ends a transfer with CURLE_OPERATION_TIMEDOUT when its sockets have been idle for so long, and libcurl has
-    /// waited for them in perform(). 0, the default, never does.
+    /// Ends a transfer with CURLE_OPERATION_TIMEDOUT when its connection stands and no byte moves in either direction
+    /// for this long. Zero, the default, waits without a bound.
     void setStallTimeOut(std::chrono::milliseconds timeOut) { mStallTimeOut = timeOut; }
 
     /// Detaches a handle that outlives the loop and is used again.
     static void detach(CURL* easy) { OpenSockets::detach(easy); }
 
 private:
+    enum class Turn { Idle, Timer, Socket }; ///< the event that ended a wait; Idle is none
+
     CURLcode run(CURL* easy, const Interruption* interruption);
     CURLMcode runToEnd(const Interruption* interruption);
-    CURLMcode wait(int milliseconds, bool& isIdle);
+    CURLMcode wait(int milliseconds, Turn& turn);
+    bool hasStalled();
     CURLcode resultOf(CURL* easy);
-    bool isStalled() const;
 
     struct MultiDeleter
     {
         void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
     };
 
-    std::chrono::milliseconds mStallTimeOut { 0 };
-    std::chrono::steady_clock::duration mIdleTime { 0 }; ///< of the sockets, without the time that libcurl was busy
     OpenSockets mSockets;
     std::unique_ptr<CURLM, MultiDeleter> mMulti; // after the sockets: its end closes them
+    std::chrono::milliseconds mStallTimeOut { 0 };
+    std::chrono::steady_clock::time_point mLastActivity;
 };

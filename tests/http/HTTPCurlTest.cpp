@@ -145,6 +145,39 @@ private Q_SLOTS:
                 head + "User-Agent: A B" + end }));
     }
 
+    void keepsConnectionsOfSuccessfulRequests()
+    {
+        std::atomic<int> connections { 0 };
+        ScriptedServer server([&](ScriptedServer& self, QTcpSocket& socket) {
+            ++connections;
+            QByteArray request;
+            while (!request.contains("/close ") && !(request = self.readRequest(socket)).isEmpty()) {
+                socket.write(reply(request.contains("/missing ") ? "404 No" : "200 OK", request.left(4)));
+                socket.waitForBytesWritten();
+            }
+        });
+        const ScriptedServer other(ScriptedServer::replying(reply("200 OK", "", "Set-Cookie: k=v; Max-Age=9\r\n")));
+        HTTPCurl client;
+        client.setKeepConnections(true);
+        QByteArray data;
+        QVERIFY(client.getData(server.url(), data));
+        QVERIFY(HTTPCurl().testURLResponse(other.url()));
+        QVERIFY(client.postForm(server.url(), {}));
+        QCOMPARE(data + client.response(), QByteArray("GET POST"));
+        QVERIFY(server.requests().last().contains("Cookie: k=v"));
+        QVERIFY(HTTPCurl::clearLocalSessionCookie());
+        QCOMPARE(connections.load(), 1);
+        QVERIFY(!client.testURLResponse(server.url() + "missing"));
+        QVERIFY(client.testURLResponse(server.url() + "close"));
+        QVERIFY(!server.requests().last().contains("Cookie:"));
+        QCOMPARE(connections.load(), 2);
+        QVERIFY(client.postForm(server.url(), {}, "file", false)); // over a connection that the server has closed
+        QCOMPARE(connections.load(), 3);
+        client.setKeepConnections(false);
+        QVERIFY(client.testURLResponse(server.url() + "close"));
+        QCOMPARE(connections.load(), 4);
+    }
+
     void knowsRedirections()
     {
         const ScriptedServer server([](ScriptedServer& self, QTcpSocket& socket) {

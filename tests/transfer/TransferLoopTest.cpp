@@ -63,6 +63,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("scheme"); // none: unreachable
         QTest::addColumn<bool>("uploads");
         QTest::addColumn<Script>("script");
+        QTest::addColumn<bool>("stalls");
         const Script idle = [](ScriptedServer& server, QTcpSocket&) {
             while (!server.isInterruptionRequested()) {
                 QThread::msleep(5);
@@ -75,39 +76,49 @@ private Q_SLOTS:
                 QThread::msleep(5);
             }
         };
-        QTest::newRow("while it connects") << "" << false << idle;
-        QTest::newRow("while it shakes hands") << "https" << false << idle;
-        QTest::newRow("while it waits for an answer") << "http" << false << idle;
-        QTest::newRow("after half an answer") << "http" << false << half;
-        QTest::newRow("while the answer drips") << "http" << false << drip;
-        QTest::newRow("while it uploads to nobody") << "http" << true << idle;
-        QTest::newRow("after it has uploaded") << "http" << true << ScriptedServer::silentAfter("");
+        QTest::newRow("while it connects") << "" << false << idle << false;
+        QTest::newRow("while it shakes hands") << "https" << false << idle << true;
+        QTest::newRow("while it waits for an answer") << "http" << false << idle << true;
+        QTest::newRow("after half an answer") << "http" << false << half << true;
+        QTest::newRow("while the answer drips") << "http" << false << drip << false;
+        QTest::newRow("while it uploads to nobody") << "http" << true << idle << true;
+        QTest::newRow("after it has uploaded") << "http" << true << ScriptedServer::silentAfter("") << true;
     }
     void isInterruptedAtOnce()
+    {
+        QFETCH(bool, stalls);
+        for (const bool isBounded : { false, true }) {
+            Thread owner;
+            HTTPCurl client;
+            owner.addThreadableChild(&client);
+            QVERIFY(client.setStallTimeOut(isBounded ? 1 : 0));
+            QElapsedTimer sinceAsked;
+            std::thread asking([&] {
+                QThread::msleep(isBounded ? 2770 : 270); // well into it, and not when a timer of libcurl runs out
+                sinceAsked.start();
+                owner.requestInterruption();
+            });
+            const bool success = request(client);
+            asking.join();
+            QVERIFY2(sinceAsked.elapsed() <= 300, qPrintable(QString::number(sinceAsked.elapsed())));
+            QVERIFY(!success);
+            const bool hasStalled = isBounded && stalls;
+            QCOMPARE(client.error(),
+                ErrorableCode::of(hasStalled ? CURLE_OPERATION_TIMEDOUT : CURLE_ABORTED_BY_CALLBACK));
+        }
+    }
+
+private:
+    static bool request(HTTPCurl& client)
     {
         QFETCH(QString, scheme);
         QFETCH(bool, uploads);
         QFETCH(Script, script);
         const ScriptedServer server(script);
-        Thread owner;
-        HTTPCurl client;
-        owner.addThreadableChild(&client);
-        QElapsedTimer sinceAsked;
-        std::thread asking([&] {
-            QThread::msleep(270); // well into it, and not when a timer of libcurl runs out
-            sinceAsked.start();
-            owner.requestInterruption();
-        });
         const QString url = scheme.isEmpty() ? unreachableUrl() : server.url(scheme);
-        const bool success
-            = uploads ? client.postForm(url, {}, QByteArray(24 << 20, 'x'), false) : client.testURLResponse(url);
-        asking.join();
-        QVERIFY2(sinceAsked.elapsed() <= 300, qPrintable(QString::number(sinceAsked.elapsed())));
-        QVERIFY(!success);
-        QCOMPARE(client.error(), ErrorableCode::of(CURLE_ABORTED_BY_CALLBACK));
+        return uploads ? client.postForm(url, {}, QByteArray(24 << 20, 'x'), false) : client.testURLResponse(url);
     }
 
-private:
     QTemporaryDir mFolder;
 };
 
