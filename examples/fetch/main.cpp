@@ -64,8 +64,10 @@ int report(const Options& options, const FileDownloader& downloader, bool succes
         return complain(Interrupted, QStringLiteral("interrupted"));
     }
     if (!success) {
-        const QString reason = downloader.error();
-        return complain(Failed, reason.isEmpty() ? QStringLiteral("the server answered with an odd status") : reason);
+        QStringList reasons { downloader.error(), downloader.client().errorDetail() };
+        reasons.removeAll(QString());
+        reasons.removeDuplicates();
+        return complain(Failed, reasons.join(QStringLiteral(": ")));
     }
     // The downloader does not report whether it could rename the complete file.
     const bool isInPlace = !QFileInfo::exists(options.part()) && QFileInfo::exists(options.target())

@@ -101,6 +101,10 @@ public:
     QJsonDocument lastJsonSent() const;
     /// True when the last request ended at another URL. The comparison ignores letter case and one trailing
     /// slash; libcurl's normalization ("http://host?q" becomes "http://host/?q") counts as a redirection.
+    /// Libcurl's detailed reason for the failure of the last request, such as "Failed to connect to 127.0.0.1 port 1
+    /// after 0 ms"; errorText() when libcurl gave none or its text holds the user or password of the URL; empty after a
+    /// success.
+    QString errorDetail() const;
     bool wasRedirected() const;
     /// That URL; empty without a redirection.
     QString redirectedURL() const;
@@ -182,6 +186,7 @@ private:
     void resetResults();
     CURLcode performRequest(CURL* handle, const QString& url);
     CURLcode performInLoop(CURL* handle);
+    void keepErrorDetail(CURLcode code, const QString& url);
     bool performPost(curl_httppost* form, const QString& url);
     void signalInterruption();
     static size_t readHeader(char* line, size_t size, size_t count, void* client);

@@ -37,6 +37,7 @@ void HTTPCurl::resetResults()
 {
     dropResponses();
     mState->responseCode = 0;
+    mState->errorDetail.clear();
     clearError();
 }
 
@@ -143,6 +144,11 @@ bool HTTPCurl::wasRedirected() const
 QString HTTPCurl::redirectedURL() const
 {
     return mState->redirectedUrl;
+}
+
+QString HTTPCurl::errorDetail() const
+{
+    return mState->errorDetail.isEmpty() ? errorText() : mState->errorDetail;
 }
 
 void HTTPCurl::setTimeOut(int seconds)

@@ -12,8 +12,10 @@
 #include <QBuffer>
 #include <QFile>
 #include <QSaveFile>
+#include <QRegularExpression>
 #include <QScopedValueRollback>
 
+#include <QUrl>
 #include <limits>
 #include <new>
 #include <utility>
@@ -33,6 +35,16 @@ bool isBetween(long value, long lowest, long highest)
 
 /// Closes a device; false when bytes that it still held could not be written, as on a full disk.
 bool closeDevice(QIODevice& device)
+/// Whether a text holds the user or the password of a URL, as written there or decoded.
+bool holdsCredentials(const QString& text, const QString& url)
+{
+    static const QRegularExpression authority(QStringLiteral("^(?:[^:/?#]*://)?([^/?#]*)@"));
+    const QStringList parts = authority.match(url).captured(1).split(QLatin1Char(':'), Qt::SkipEmptyParts);
+    return std::any_of(parts.begin(), parts.end(), [&text](const QString& part) {
+        return text.contains(part) || text.contains(QUrl::fromPercentEncoding(part.toUtf8()));
+    });
+}
+
 {
     if (auto* saveFile = qobject_cast<QSaveFile*>(&device)) {
         // Qt ends the process when such a file is closed by anything but its commit.
@@ -117,6 +129,7 @@ bool HTTPCurl::curlInit(CURL*& handle, const QString& url)
     if (!checkUrl(url)) {
         return false;
     }
+    mState->errorDetail.clear();
     resetResults();
     if (!checkTrust()) {
         return false;
@@ -177,18 +190,29 @@ CURLcode HTTPCurl::performRequest(CURL* handle, const QString& url)
     CURLcode code = performInLoop(handle);
     if (code == CURLE_OK && mState->isHeadOpen) {
         code = CURLE_PARTIAL_FILE; // libcurl takes a connection that closes within the head for an empty answer.
+    mState->errorBuffer.fill(0);
+    curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, mState->errorBuffer.data());
     }
     curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &mState->responseCode);
     checkRedirection(handle, url);
     if (code != CURLE_OK && isInterruptionRequested()) {
         signalInterruption();
     }
+    keepErrorDetail(code, url);
     return code;
 }
 
 CURLcode HTTPCurl::performInLoop(CURL* handle)
 {
     std::unique_ptr<TransferLoop> loop = std::move(mState->keptLoop);
+void HTTPCurl::keepErrorDetail(CURLcode code, const QString& url)
+{
+    const QString text = QString::fromUtf8(mState->errorBuffer.data());
+    if (code != CURLE_OK && !holdsCredentials(text, url)) {
+        mState->errorDetail = text;
+    }
+}
+
     if (!loop) {
         loop = std::make_unique<TransferLoop>();
     }

@@ -5,6 +5,7 @@
 #include <transfer/TransferLoop.h>
 #include <trust/PeerCheck.h>
 
+#include <array>
 #include <memory>
 
 /// The settings of an HTTPCurl and the results of its last request.
@@ -32,5 +33,8 @@ struct HTTPCurl::State
 
     bool isRunning = false; ///< from the start of a request until its result is known
     bool hasSignalledInterruption = false; ///< in this request
+    QString errorDetail;
+    std::array<char, CURL_ERROR_SIZE> errorBuffer {}; ///< written by libcurl during a request
+
     bool isHeadOpen = false; ///< the blank line that ends the head of an answer has not arrived
 };

@@ -145,6 +145,22 @@ private Q_SLOTS:
                 head + "User-Agent: A B" + end }));
     }
 
+    void tellsErrorDetailsWithoutCredentials()
+    {
+        HTTPCurl client;
+        QVERIFY(!client.testURLResponse("http://127.0.0.1:1/") && client.errorDetail().contains("127.0.0.1 port 1"));
+        // The user, then the decoded password, is part of libcurl's text.
+        for (const QString account : { "127:x", "x:po%72t" }) {
+            QVERIFY(!client.testURLResponse("http://" + account + "@127.0.0.1:1/"));
+            QCOMPARE(client.errorDetail(), QString("Couldn't connect to server"));
+        }
+        QVERIFY(!client.setStallTimeOut(-1));
+        QCOMPARE(client.error(), ErrorableCode::of(HTTPCurl::BAD_PARAMETER));
+        const ScriptedServer server(ScriptedServer::replying(reply("200 OK", "")));
+        QVERIFY(client.testURLResponse(server.url()));
+        QCOMPARE(client.errorDetail(), QString());
+    }
+
     void keepsConnectionsOfSuccessfulRequests()
     {
         std::atomic<int> connections { 0 };
