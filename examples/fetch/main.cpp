@@ -118,6 +118,9 @@ int main(int argc, char* argv[])
     parser.addOptions({
         { QStringLiteral("limit"), QStringLiteral("Refuse a body announced larger."), QStringLiteral("bytes") },
         { QStringLiteral("timeout"), QStringLiteral("Give up after this time."), QStringLiteral("seconds") },
+        { QStringLiteral("stall"), QStringLiteral("Give up when no byte moves for this time."),
+            QStringLiteral("seconds") },
+        { QStringLiteral("resume"), QStringLiteral("Continue an interrupted download.") },
         { QStringLiteral("agent"), QStringLiteral("The user agent to send."), QStringLiteral("text") },
         { QStringLiteral("cookies"), QStringLiteral("Keep cookies in this folder."), QStringLiteral("folder") },
         { QStringLiteral("force"), QStringLiteral("Replace FILE if it exists.") },
@@ -128,13 +131,15 @@ int main(int argc, char* argv[])
 
     qint64 limit = -1;
     qint64 timeout = -1;
+    qint64 stall = 0;
     const QStringList arguments = parser.positionalArguments();
     if (arguments.size() != 2 || arguments.at(0).isEmpty() || arguments.at(1).isEmpty()) {
         return complain(WrongUsage, QStringLiteral("needs a URL and a FILE; see --help"));
     }
     if (!readNumber(parser, QStringLiteral("limit"), std::numeric_limits<qint64>::max(), limit)
-        || !readNumber(parser, QStringLiteral("timeout"), std::numeric_limits<int>::max(), timeout)) {
-        return complain(WrongUsage, QStringLiteral("a limit and a timeout are positive numbers"));
+        || !readNumber(parser, QStringLiteral("timeout"), std::numeric_limits<int>::max(), timeout)
+        || !readNumber(parser, QStringLiteral("stall"), std::numeric_limits<int>::max(), stall)) {
+        return complain(WrongUsage, QStringLiteral("a limit, a timeout and a stall are positive numbers"));
     }
     const Options options { arguments.at(0), arguments.at(1), parser.isSet(QStringLiteral("force")) };
     if (QFileInfo::exists(options.file) && !options.force) {
@@ -152,6 +157,8 @@ int main(int argc, char* argv[])
     FileDownloader downloader;
     downloader.client().setLimitDownload(limit);
     downloader.client().setTimeOut(static_cast<int>(timeout));
+    downloader.client().setStallTimeOut(static_cast<int>(stall));
+    downloader.setResumable(parser.isSet(QStringLiteral("resume")));
     downloader.client().setUserAgent(parser.value(QStringLiteral("agent")));
     return fetch(application, downloader, options);
 }

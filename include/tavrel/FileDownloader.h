@@ -14,8 +14,8 @@ class PeerTrust;
  * Downloads a URL to a file on a thread of its own.
  *
  * The bytes are written to "<path>.part", which is renamed to path when it is complete and removed if the download
- * fails. An existing destination is not replaced: done(true) is emitted and the ".part" file stays, so remove an
- * existing destination first.
+ * fails, unless setResumable(true) was called. An existing destination is not replaced: done(true) is emitted and the
+ * ".part" file stays, so remove an existing destination first.
  *
  * One download at a time. The next one can be started as soon as done() is emitted, also by a slot of done() or
  * finished(). requestInterruption() ends a download within 0.3 s with done(false). So does the destructor, which waits
@@ -34,6 +34,11 @@ public:
 
     /// Starts a download and returns at once. While one is running, only logs a warning.
     void download(const QString& url, const QString& path);
+
+    /// Keeps the ".part" file of a failed or interrupted download, with a record in "<path>.part.info", and continues
+    /// it in the next download() of the same URL to the same path; see HTTPCurl::resumeFile(). Off by default. May be
+    /// called from any thread; a running download is not affected.
+    void setResumable(bool on);
 
     /// The reason why the last download failed; empty if it did not.
     QString error() const;
@@ -62,6 +67,8 @@ private:
     void startThread();
     void failToStart();
     bool runOnce();
+    bool resume();
+    bool fetch();
     bool fail(const QString& reason);
     void announce(bool success);
     bool takeUpNext();

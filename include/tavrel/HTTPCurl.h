@@ -68,6 +68,12 @@ public:
     /// Fetches url into a file, which is created or truncated and keeps what arrived when the request fails.
     /// FileDownloader puts a file in place only when it is complete.
     bool getFile(const QString& url, const QString& path);
+    /// Fetches url into a file, and continues there when the file is what an earlier call left of the same URL. The
+    /// record
+    /// "<path>.info" tells: it holds a hash of the URL and the ETag or Last-Modified of the file, and is removed on
+    /// success. If the server's file has changed, or the server sends no strong validator or no ranges, the download
+    /// starts anew. Progress and the download limit count the whole file.
+    bool resumeFile(const QString& url, const QString& path);
     /// Fetches url into a device that is not open yet; it is opened write-only and closed again. A QSaveFile
     /// is left open, for its owner to commit or cancel.
     bool getDataRaw(const QString& url, QIODevice& device);
@@ -95,16 +101,16 @@ public:
     const QByteArray& binaryResponse() const;
     /// The HTTP status of the last request; 0 when no answer came.
     long HTTPResponseCode() const;
+    /// Libcurl's detailed reason for the failure of the last request, such as "Failed to connect to 127.0.0.1 port 1
+    /// after 0 ms"; errorText() when libcurl gave none or its text holds the user or password of the URL; empty after a
+    /// success.
+    QString errorDetail() const;
     /// True while the last form post asked for a binary response.
     bool isBinaryMode() const;
     /// The object given to the last form post, before it was processed.
     QJsonDocument lastJsonSent() const;
     /// True when the last request ended at another URL. The comparison ignores letter case and one trailing
     /// slash; libcurl's normalization ("http://host?q" becomes "http://host/?q") counts as a redirection.
-    /// Libcurl's detailed reason for the failure of the last request, such as "Failed to connect to 127.0.0.1 port 1
-    /// after 0 ms"; errorText() when libcurl gave none or its text holds the user or password of the URL; empty after a
-    /// success.
-    QString errorDetail() const;
     bool wasRedirected() const;
     /// That URL; empty without a redirection.
     QString redirectedURL() const;
@@ -188,6 +194,7 @@ private:
     CURLcode performInLoop(CURL* handle);
     void keepErrorDetail(CURLcode code, const QString& url);
     bool performPost(curl_httppost* form, const QString& url);
+    curl_slist* requestRest(CURL* handle);
     void signalInterruption();
     static size_t readHeader(char* line, size_t size, size_t count, void* client);
     void buildUserAgentHeader();

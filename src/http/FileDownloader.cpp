@@ -1,5 +1,7 @@
 #include <tavrel/FileDownloader.h>
 
+#include "PartialFile.h"
+
 #include <tavrel/HTTPCurl.h>
 
 #include <logging/LogUtils.h>
@@ -18,6 +20,7 @@ struct FileDownloader::State
     QString partPath;
     QString error;
     HTTPCurl* client = nullptr;
+    std::atomic<bool> isResumable { false };
 
     std::mutex mutex; ///< guards the strings above and the flags below
     bool isDownloading = false; ///< from download() until done() is about to be emitted
@@ -58,6 +61,11 @@ HTTPCurl& FileDownloader::client() const
 bool FileDownloader::setTrust(const PeerTrust& trust)
 {
     return mState->client->setTrust(trust);
+}
+
+void FileDownloader::setResumable(bool on)
+{
+    mState->isResumable = on;
 }
 
 void FileDownloader::download(const QString& url, const QString& path)
@@ -162,6 +170,22 @@ bool FileDownloader::takeUpNext()
 bool FileDownloader::runOnce()
 {
     // While isDownloading is set, other threads read only the error.
+    if (!(mState->isResumable ? resume() : fetch())) {
+        return false;
+    }
+    // Deliberate: an existing destination is not replaced, and the result of the rename is ignored.
+    QFile::rename(mState->partPath, mState->path);
+    return true;
+}
+
+bool FileDownloader::resume()
+{
+    return mState->client->resumeFile(mState->url, mState->partPath) || fail(mState->client->errorText());
+}
+
+bool FileDownloader::fetch()
+{
+    PartialFile::removeRecord(mState->partPath); // It would not be that of the bytes to come.
     if (QFile::exists(mState->partPath) && !QFile::remove(mState->partPath)) {
         return fail(QStringLiteral("Unable to remove ") + mState->partPath);
     }
@@ -169,8 +193,6 @@ bool FileDownloader::runOnce()
         QFile::remove(mState->partPath);
         return fail(mState->client->errorText());
     }
-    // Deliberate: an existing destination is not replaced, and the result of the rename is ignored.
-    QFile::rename(mState->partPath, mState->path);
     return true;
 }
 

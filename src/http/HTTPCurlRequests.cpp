@@ -2,6 +2,7 @@
 #define CURL_DISABLE_DEPRECATION
 
 #include "HTTPCurlState.h"
+#include "PartialFile.h"
 
 #include <transfer/EasyHandle.h>
 #include <transfer/WriteBatch.h>
@@ -11,11 +12,12 @@
 
 #include <QBuffer>
 #include <QFile>
-#include <QSaveFile>
 #include <QRegularExpression>
+#include <QSaveFile>
 #include <QScopedValueRollback>
-
 #include <QUrl>
+
+#include <algorithm>
 #include <limits>
 #include <new>
 #include <utility>
@@ -33,8 +35,6 @@ bool isBetween(long value, long lowest, long highest)
     return value >= lowest && value <= highest;
 }
 
-/// Closes a device; false when bytes that it still held could not be written, as on a full disk.
-bool closeDevice(QIODevice& device)
 /// Whether a text holds the user or the password of a URL, as written there or decoded.
 bool holdsCredentials(const QString& text, const QString& url)
 {
@@ -45,6 +45,8 @@ bool holdsCredentials(const QString& text, const QString& url)
     });
 }
 
+/// Closes a device; false when bytes that it still held could not be written, as on a full disk.
+bool closeDevice(QIODevice& device)
 {
     if (auto* saveFile = qobject_cast<QSaveFile*>(&device)) {
         // Qt ends the process when such a file is closed by anything but its commit.
@@ -101,7 +103,8 @@ bool HTTPCurl::getDataRaw(const QString& url, QIODevice& device)
     QIODevice* const sink = qobject_cast<QFileDevice*>(&device) ? &batch : &device;
     curl_easy_setopt(handle, CURLOPT_WRITEDATA, sink);
     curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 1L);
-    setCurlGETAndPOSTCommonConfig(handle, nullptr);
+    const HeaderList headers(requestRest(handle));
+    setCurlGETAndPOSTCommonConfig(handle, headers.get());
 
     CURLcode code = performRequest(handle, url);
     const bool isFlushed = batch.flush();
@@ -126,10 +129,10 @@ bool HTTPCurl::checkIdle()
 
 bool HTTPCurl::curlInit(CURL*& handle, const QString& url)
 {
+    mState->errorDetail.clear();
     if (!checkUrl(url)) {
         return false;
     }
-    mState->errorDetail.clear();
     resetResults();
     if (!checkTrust()) {
         return false;
@@ -187,24 +190,21 @@ CURLcode HTTPCurl::performRequest(CURL* handle, const QString& url)
     mState->isHeadOpen = false;
     curl_easy_setopt(handle, CURLOPT_HEADERFUNCTION, readHeader);
     curl_easy_setopt(handle, CURLOPT_HEADERDATA, this);
+    mState->errorBuffer.fill(0);
+    curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, mState->errorBuffer.data());
     CURLcode code = performInLoop(handle);
     if (code == CURLE_OK && mState->isHeadOpen) {
         code = CURLE_PARTIAL_FILE; // libcurl takes a connection that closes within the head for an empty answer.
-    mState->errorBuffer.fill(0);
-    curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, mState->errorBuffer.data());
     }
     curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &mState->responseCode);
     checkRedirection(handle, url);
+    keepErrorDetail(code, url);
     if (code != CURLE_OK && isInterruptionRequested()) {
         signalInterruption();
     }
-    keepErrorDetail(code, url);
     return code;
 }
 
-CURLcode HTTPCurl::performInLoop(CURL* handle)
-{
-    std::unique_ptr<TransferLoop> loop = std::move(mState->keptLoop);
 void HTTPCurl::keepErrorDetail(CURLcode code, const QString& url)
 {
     const QString text = QString::fromUtf8(mState->errorBuffer.data());
@@ -213,6 +213,9 @@ void HTTPCurl::keepErrorDetail(CURLcode code, const QString& url)
     }
 }
 
+CURLcode HTTPCurl::performInLoop(CURL* handle)
+{
+    std::unique_ptr<TransferLoop> loop = std::move(mState->keptLoop);
     if (!loop) {
         loop = std::make_unique<TransferLoop>();
     }
@@ -227,9 +230,11 @@ void HTTPCurl::keepErrorDetail(CURLcode code, const QString& url)
 size_t HTTPCurl::readHeader(char* line, size_t size, size_t count, void* client)
 {
     const QByteArray text = QByteArray::fromRawData(line, static_cast<int>(size * count));
-    bool& isHeadOpen = static_cast<HTTPCurl*>(client)->mState->isHeadOpen;
-    isHeadOpen = text.startsWith("HTTP/") || (isHeadOpen && !text.trimmed().isEmpty());
-    return size * count;
+    State& state = *static_cast<HTTPCurl*>(client)->mState;
+    const bool isOfHead = state.isHeadOpen || text.startsWith("HTTP/"); // else of a trailer
+    state.isHeadOpen = isOfHead && !text.trimmed().isEmpty();
+    const bool isRefused = isOfHead && state.partialFile && !state.partialFile->takeHeaderLine(text);
+    return isRefused ? 0 : size * count;
 }
 
 /// Once in a request, whether libcurl's callback or the loop has noticed first.
@@ -309,6 +314,11 @@ size_t HTTPCurl::my_dummy_write(char* /*ptr*/, size_t size, size_t count, void* 
 int HTTPCurl::progressCallback(void* client, double dltotal, double dlnow, double ultotal, double ulnow)
 {
     HTTPCurl& self = *static_cast<HTTPCurl*>(client);
+    if (self.mState->partialFile && dltotal != 0) {
+        const auto offset = static_cast<double>(self.mState->partialFile->offset());
+        dltotal += offset;
+        dlnow += offset;
+    }
     const qint64 limit = self.mState->limitDownload;
     if (limit > 0 && dltotal > static_cast<double>(limit)) {
         self.raiseErrorDownloadLimit(limit);

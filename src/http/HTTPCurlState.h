@@ -8,6 +8,8 @@
 #include <array>
 #include <memory>
 
+class PartialFile;
+
 /// The settings of an HTTPCurl and the results of its last request.
 struct HTTPCurl::State
 {
@@ -31,10 +33,11 @@ struct HTTPCurl::State
     /// Adds to the options of a handle those of the trust.
     void setTrustOptions(CURL* handle);
 
-    bool isRunning = false; ///< from the start of a request until its result is known
-    bool hasSignalledInterruption = false; ///< in this request
     QString errorDetail;
     std::array<char, CURL_ERROR_SIZE> errorBuffer {}; ///< written by libcurl during a request
 
+    bool isRunning = false; ///< from the start of a request until its result is known
+    bool hasSignalledInterruption = false; ///< in this request
+    PartialFile* partialFile = nullptr; ///< the target of a request that may continue a download
     bool isHeadOpen = false; ///< the blank line that ends the head of an answer has not arrived
 };

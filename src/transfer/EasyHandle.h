@@ -4,6 +4,13 @@
 
 #include <memory>
 
+struct HeaderListDeleter
+{
+    void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+};
+
+using HeaderList = std::unique_ptr<curl_slist, HeaderListDeleter>;
+
 struct EasyHandleDeleter
 {
     void operator()(CURL* easy) const { curl_easy_cleanup(easy); }

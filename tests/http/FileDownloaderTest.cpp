@@ -11,6 +11,7 @@
 static const TavrelInitializer initializer;
 
 static const QByteArray FOUND = "HTTP/1.1 200 OK\r\nContent-Length: 3\r\n\r\nnew";
+static const QByteArray WHOLE = "HTTP/1.1 200 OK\r\nContent-Length: 6\r\n\r\nabcdef";
 static FileDownloader* sDownloader;
 static const QByteArray MISSING = "HTTP/1.1 404 No\r\nContent-Length: 0\r\n\r\n";
 
@@ -52,6 +53,47 @@ private Q_SLOTS:
         QTEST(QDir(mFolder->path()).entryList({ "page*" }, QDir::Files, QDir::Name), "left");
         const QByteArray content = before.contains("page") ? "old" : error.isEmpty() ? "new" : "";
         QCOMPARE(FileUtils::readFileContent(path("page")), content);
+    }
+
+    void continuesOnlyTheSameBytes_data()
+    {
+        QTest::addColumn<QByteArray>("first"); // its head; the connection is cut after three bytes
+        QTest::addColumn<QByteArray>("second");
+        QTest::addColumn<int>("requests");
+        const QByteArray etag = "ETag: \"1\"\r\n";
+        const QByteArray dates = "Date: Mon, 02 Jan 2023 00:00:01 GMT\r\nLast-Modified: Mon, 02 Jan 2023 00:00:0";
+        const auto rest = [](const QByteArray& range, const QByteArray& more) {
+            return "HTTP/1.1 206 Rest\r\nContent-Length: 3\r\nContent-Range: bytes " + range + "/6\r\n" + more
+                + "\r\ndef";
+        };
+        QTest::newRow("the rest") << etag << rest("3-5", etag) << 2;
+        QTest::newRow("the rest by date") << dates + "0 GMT\r\n" << rest("3-5", "") << 2;
+        QTest::newRow("too new a date") << dates + "1 GMT\r\n" << WHOLE << 2;
+        QTest::newRow("a weak ETag") << QByteArray("ETag: W/\"1\"\r\n") << WHOLE << 2;
+        QTest::newRow("the whole") << etag << WHOLE << 2;
+        QTest::newRow("other bytes") << etag << rest("2-4", etag) << 3;
+        QTest::newRow("another version") << etag << rest("3-5", "ETag: \"2\"\r\n") << 3;
+        QTest::newRow("no such range") << etag << QByteArray("HTTP/1.1 416 No\r\nContent-Length: 0\r\n\r\n") << 3;
+    }
+    void continuesOnlyTheSameBytes()
+    {
+        QFETCH(QByteArray, first);
+        QFETCH(QByteArray, second);
+        QList<QByteArray> replies { "HTTP/1.1 200 OK\r\nContent-Length: 6\r\n" + first + "\r\nabc", second, WHOLE };
+        ScriptedServer server([&](ScriptedServer& self, QTcpSocket& socket) {
+            ScriptedServer::replying(replies.takeFirst())(self, socket);
+        });
+        FileDownloader downloader;
+        downloader.setResumable(true);
+        QCOMPARE(errorOf(downloader, server.url(), path("page")), QString("Transferred a partial file"));
+        QCOMPARE(FileUtils::readFileContent(path("page.part")), QByteArray("abc"));
+        QCOMPARE(errorOf(downloader, server.url(), path("page")), QString());
+        QCOMPARE(FileUtils::readFileContent(path("page")), QByteArray("abcdef"));
+        QCOMPARE(QDir(mFolder->path()).entryList({ "page*" }, QDir::Files), QStringList("page"));
+        QTEST(server.requests().size(), "requests");
+        const bool asksForTheRest = server.requests().at(1).contains("\r\nRange: bytes=3-\r\n");
+        QCOMPARE(server.requests().at(1).contains("\r\nIf-Range: "), asksForTheRest);
+        QCOMPARE(asksForTheRest, second != WHOLE || QByteArray(QTest::currentDataTag()) == "the whole");
     }
 
     void failsWithAReason()

@@ -1,5 +1,6 @@
 #include "RealServers.h"
 
+#include <tavrel/FileDownloader.h>
 #include <tavrel/HTTPCurl.h>
 #include <tavrel/TavrelInitializer.h>
 
@@ -35,6 +36,47 @@ private Q_SLOTS:
         QCOMPARE(client.error(), ErrorableCode::of(CURLE_TOO_MANY_REDIRECTS));
     }
 
+    void nginxServesTheRestOfADownload_data()
+    {
+        QTest::addColumn<QString>("folder");
+        QTest::addColumn<bool>("changes");
+        QTest::addColumn<int>("status");
+        QTest::newRow("by ETag") << "/etag/" << false << 206;
+        QTest::newRow("by date") << "/no-etag/" << false << 206;
+        QTest::newRow("changed") << "/etag/" << true << 200;
+        QTest::newRow("changed, by date") << "/no-etag/" << true << 200;
+        QTest::newRow("without ranges") << "/no-ranges/" << false << 200;
+    }
+    void nginxServesTheRestOfADownload()
+    {
+        QFETCH(QString, folder);
+        QFETCH(bool, changes);
+        const QString url = mServers.http(folder + "resumed");
+        QTemporaryDir target;
+        serve("old", 60);
+        FileDownloader downloader;
+        downloader.setResumable(true);
+        bool isInterrupted = false;
+        const auto interruptOnce = [&](double percent) {
+            if (!isInterrupted && percent > 0.0) {
+                isInterrupted = true;
+                downloader.requestInterruption();
+            }
+        };
+        connect(&downloader, &FileDownloader::progress, this, interruptOnce, Qt::DirectConnection);
+        downloader.download(url, target.filePath("file"));
+        downloader.wait();
+        QVERIFY(!downloader.error().isEmpty());
+        QCOMPARE(QDir(target.path()).entryList(QDir::Files), QStringList({ "file.part", "file.part.info" }));
+        const QByteArray content = serve(changes ? "new" : "old", changes ? 30 : 60);
+        downloader.download(url, target.filePath("file"));
+        downloader.wait();
+        QCOMPARE(downloader.error(), QString());
+        QVERIFY(FileUtils::readFileContent(target.filePath("file")) == content);
+        QTEST(int(downloader.client().HTTPResponseCode()), "status");
+        QCOMPARE(QDir(target.path()).entryList(QDir::Files), QStringList("file"));
+    }
+
     void phpParsesAForm()
     {
         QJsonObject json { { "#file_name#", "photo.png" } };
@@ -54,6 +96,18 @@ private Q_SLOTS:
     }
 
 private:
+    /// Serves 12 MiB under the name "resumed", as a file that was modified some seconds ago.
+    QByteArray serve(const QByteArray& text, int age) const
+    {
+        const QByteArray content = text.repeated(4 << 20);
+        QFile file(mServers.served("resumed"));
+        file.open(QIODevice::WriteOnly | QIODevice::Unbuffered);
+        file.write(content);
+        file.setFileTime(mStart.addSecs(-age), QFileDevice::FileModificationTime);
+        return content;
+    }
+
+    const QDateTime mStart = QDateTime::currentDateTime();
     QTemporaryDir mFolder;
     RealServers mServers { { "nginx", "php" } };
 };
