@@ -193,7 +193,7 @@ private:
     CURLcode performRequest(CURL* handle, const QString& url);
     CURLcode performInLoop(CURL* handle);
     void keepErrorDetail(CURLcode code, const QString& url);
-    bool performPost(curl_httppost* form, const QString& url);
+    bool performPost(curl_httppost* form, const QString& url, bool sendsInPlace);
     curl_slist* requestRest(CURL* handle);
     void signalInterruption();
     static size_t readHeader(char* line, size_t size, size_t count, void* client);

@@ -3,6 +3,7 @@
 
 #include "HTTPCurlState.h"
 #include "HttpInternalQueryMemoryParameter.h"
+#include "MimeForm.h"
 
 #include <tavrel/HttpQueryParameters.h>
 
@@ -12,7 +13,6 @@
 
 #include <QScopedValueRollback>
 
-#include <utility>
 #include <vector>
 
 namespace {
@@ -20,15 +20,13 @@ namespace {
 const QString FILE_NAME_KEY = QStringLiteral("#file_name#");
 const QString DEFAULT_FILE_NAME = QStringLiteral("uploadedFile");
 
-/// Frees a form that was not handed on.
+/// Frees a form.
 struct FormOwner
 {
     FormOwner() = default;
     FormOwner(const FormOwner&) = delete;
     FormOwner& operator=(const FormOwner&) = delete;
     ~FormOwner() { curl_formfree(first); }
-
-    curl_httppost* release() { return std::exchange(first, nullptr); }
 
     curl_httppost* first = nullptr;
     curl_httppost* last = nullptr;
@@ -98,7 +96,7 @@ bool HTTPCurl::postForm(const QString& url, const QJsonObject& json, const QByte
     mState->lastJsonSent = QJsonDocument(json);
     const QByteArray text = mState->lastJsonSent.toJson();
     if (text.isNull() || !fillFormStruct(QString(), form.first, form.last, QString::fromUtf8(text))
-        || !postFormRaw(form.release(), url)) {
+        || !performPost(form.first, url, !fileData.isEmpty()) || !postProcess(mState->response)) {
         return false;
     }
     if (mState->binaryMode) {
@@ -144,10 +142,10 @@ bool HTTPCurl::postFormRaw(curl_httppost* form, const QString& url)
 {
     FormOwner formOwner;
     formOwner.first = form;
-    return checkIdle() && performPost(form, url) && postProcess(mState->response);
+    return checkIdle() && performPost(form, url, false) && postProcess(mState->response);
 }
 
-bool HTTPCurl::performPost(curl_httppost* form, const QString& url)
+bool HTTPCurl::performPost(curl_httppost* form, const QString& url, bool sendsInPlace)
 {
     const QScopedValueRollback<bool> running(mState->isRunning, true);
     CURL* handle = nullptr;
@@ -158,7 +156,12 @@ bool HTTPCurl::performPost(curl_httppost* form, const QString& url)
     curl_easy_setopt(handle, CURLOPT_URL, url.toUtf8().constData());
     curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, writeResponse);
     curl_easy_setopt(handle, CURLOPT_WRITEDATA, this);
-    curl_easy_setopt(handle, CURLOPT_HTTPPOST, form);
+    const MimeForm inPlace(handle, sendsInPlace ? form : nullptr);
+    if (sendsInPlace) {
+        inPlace.attach();
+    } else {
+        curl_easy_setopt(handle, CURLOPT_HTTPPOST, form);
+    }
     setCurlGETAndPOSTCommonConfig(handle, nullptr);
 
     const CURLcode code = performRequest(handle, url);

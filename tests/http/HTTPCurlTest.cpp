@@ -294,6 +294,18 @@ private Q_SLOTS:
         }
     }
 
+    void sendsAFileAgainAfterARedirection()
+    {
+        ScriptedServer server([](ScriptedServer& self, QTcpSocket& socket) {
+            const bool moved = self.readRequest(socket).startsWith("POST /Moved");
+            socket.write(moved ? reply("307 Moved", "", "Location: /New\r\n") : reply("200 OK", ""));
+            socket.waitForBytesWritten();
+        });
+        QVERIFY(HTTPCurl().postForm(server.url() + "Moved", {}, QByteArray(100000, 'x'), false));
+        QVERIFY(bodyOf(server.requests().last()) == bodyOf(server.requests().first()));
+        QVERIFY(server.requests().last().startsWith("POST /New"));
+    }
+
     void splitsBinaryReplies()
     {
         const QList<QByteArrayList> cases { { "{}", "{}", "" },

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <curl/curl.h>
+
+#include <memory>
+
+/**
+ * A form made with curl_formadd from fields in memory and files in memory, as one that libcurl sends from where the
+ * files are. The form API copies them.
+ */
+class MimeForm
+{
+public:
+    /// The form, which may be null, and the bytes that it points to outlive this object; this object ends before the
+    /// handle.
+    MimeForm(CURL* handle, const curl_httppost* form);
+
+    /// Makes the form the body of the next request of the handle. The bytes on the wire are those of the form API.
+    void attach() const;
+
+private:
+    void add(const curl_httppost& field);
+
+    struct MimeDeleter
+    {
+        void operator()(curl_mime* mime) const { curl_mime_free(mime); }
+    };
+
+    CURL* const mHandle;
+    const std::unique_ptr<curl_mime, MimeDeleter> mMime;
+};
