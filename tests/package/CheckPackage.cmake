@@ -31,8 +31,10 @@ endfunction()
 run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${prefix}")
 
 # With CMake: the examples are consumers.
+string(JOIN ":" prefixes "${prefix}" ${DEPENDENCIES})
+set(ENV{CMAKE_PREFIX_PATH} "${prefixes}")
 run(${CMAKE_COMMAND} -S "${SOURCE_DIR}/examples" -B "${work}/examples" -G "${GENERATOR}"
-    "-DCMAKE_PREFIX_PATH=${prefix};${DEPENDENCIES}" -D CMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror")
+    -D CMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror")
 run(${CMAKE_COMMAND} --build "${work}/examples")
 run_consumer("${work}/examples/post")
 
