@@ -5,6 +5,7 @@
 
 #include <tavrel/FileDownloader.h>
 #include <tavrel/HTTPCurl.h>
+#include <tavrel/PeerTrust.h>
 #include <tavrel/TavrelInitializer.h>
 
 #include <QCommandLineParser>
@@ -123,6 +124,7 @@ int main(int argc, char* argv[])
         { QStringLiteral("resume"), QStringLiteral("Continue an interrupted download.") },
         { QStringLiteral("agent"), QStringLiteral("The user agent to send."), QStringLiteral("text") },
         { QStringLiteral("cookies"), QStringLiteral("Keep cookies in this folder."), QStringLiteral("folder") },
+        { QStringLiteral("verify"), QStringLiteral("Refuse a server without a certificate of a known authority.") },
         { QStringLiteral("force"), QStringLiteral("Replace FILE if it exists.") },
     });
     parser.addPositionalArgument(QStringLiteral("URL"), QStringLiteral("What to download."));
@@ -160,5 +162,10 @@ int main(int argc, char* argv[])
     downloader.client().setStallTimeOut(static_cast<int>(stall));
     downloader.setResumable(parser.isSet(QStringLiteral("resume")));
     downloader.client().setUserAgent(parser.value(QStringLiteral("agent")));
+    PeerTrust trust;
+    if (parser.isSet(QStringLiteral("verify"))) {
+        trust.setCertificateAuthorities(PeerTrust::System);
+    }
+    downloader.setTrust(trust);
     return fetch(application, downloader, options);
 }

@@ -14,6 +14,8 @@ void Options::addTo(QCommandLineParser& parser)
     parser.addOptions({
         { QStringLiteral("settings"), QStringLiteral("The target, as settings-dialog saves it."),
             QStringLiteral("file") },
+        { QStringLiteral("known-hosts"), QStringLiteral("Refuse an SFTP server whose key is not in FILE."),
+            QStringLiteral("file") },
         { QStringLiteral("list"), QStringLiteral("List what is on the server below PATH.") },
         { QStringLiteral("fetch"), QStringLiteral("Fetch all files below PATH."), QStringLiteral("folder") },
         { QStringLiteral("remove"), QStringLiteral("Remove the PATHs; without one, all that is in the site.") },
@@ -35,6 +37,10 @@ bool Options::fail(const QString& fault)
 bool Options::read(const QCommandLineParser& parser)
 {
     mSettings = parser.value(QStringLiteral("settings"));
+    if (parser.isSet(QStringLiteral("known-hosts"))
+        && !mTrust.setKnownHosts(parser.value(QStringLiteral("known-hosts")))) {
+        return fail(mTrust.fault());
+    }
     mPaths = parser.positionalArguments();
     if (mSettings.isEmpty()) {
         return fail(QStringLiteral("needs --settings FILE; see --help"));

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <tavrel/PeerTrust.h>
+
 #include <QString>
 #include <QStringList>
 
@@ -19,6 +21,7 @@ public:
     const QString& fault() const { return mFault; }
     Action action() const { return mAction; }
     const QString& settings() const { return mSettings; }
+    const PeerTrust& trust() const { return mTrust; }
     /// The local folder of Publish and Fetch.
     const QString& folder() const { return mFolder; }
     /// On the server.
@@ -33,6 +36,7 @@ private:
     QString mFault;
     Action mAction = Publish;
     QString mSettings;
+    PeerTrust mTrust;
     QString mFolder;
     QStringList mPaths;
     int mMode = -1;

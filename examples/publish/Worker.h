@@ -3,6 +3,7 @@
 #include "Report.h"
 
 #include <tavrel/FTPSettings.h>
+#include <tavrel/PeerTrust.h>
 
 #include <foundation/Thread.h>
 
@@ -15,7 +16,7 @@ class Worker : public Thread
 
 public:
     /// The task outlives the worker.
-    Worker(const FTPSettings& settings, Task& task);
+    Worker(const FTPSettings& settings, Task& task, const PeerTrust& trust = PeerTrust());
     ~Worker() override;
 
     /// To be used after the thread has finished.
@@ -31,5 +32,6 @@ protected:
 private:
     FTPSettings mSettings;
     Task& mTask;
+    PeerTrust mTrust;
     Report mReport;
 };
