@@ -56,6 +56,7 @@ public:
         FUNC_PARAM_ERROR = 2, ///< an argument that the operation refuses; the message names both
         REQUEST_IN_PROGRESS = 3, ///< called by a slot while a request of the object is running
         UNKNOWN_LISTING = 4, ///< listDetailed() understands no line of a listing
+        TIME_NOT_KEPT = 5, ///< a file was transferred without its modification time
     };
 
     /// For callers of rm() that share code with other file stores.
@@ -63,6 +64,9 @@ public:
 
     /// How the names in a listing are encoded.
     enum NameEncoding { Latin1 = 0, Utf8 = 1 };
+
+    /// Where an upload writes.
+    enum UploadMode { InPlace = 0, TemporaryName = 1 };
 
     explicit FTPCurl(QObject* parent = nullptr);
     ~FTPCurl() override;
@@ -125,6 +129,8 @@ public:
     /// Sets the permission bits of a file or directory, 0 to 07777; -1 does nothing. A server's refusal returns false
     /// and is not left in error(); any other failure is.
     bool internal_chmod(const QString& filePath, int mode);
+    /// Gives a file or a directory another path. Over FTP most servers replace an existing file, over SFTP they refuse.
+    bool rename(const QString& from, const QString& to);
     /// Removes a file, or a directory with all that is below it, which may include what is behind a symbolic link. It
     /// goes on past what cannot be removed; the result is that of the last step, the removal of path itself.
     bool removeResource(const QString& path);
@@ -175,6 +181,24 @@ public:
     /// 86400; 0, the default, waits as long as libcurl does. False, with FUNC_PARAM_ERROR, for any other value.
     bool setStallTimeOut(int seconds);
     int stallTimeOut() const;
+    /// InPlace, the default, writes the remote file itself. TemporaryName writes a file beside it, NAME.XXXXXXXX.part,
+    /// and renames that when its size on the server is that of the source. Where the server does not replace a file
+    /// by a rename, as over SFTP, the old file is renamed to NAME.XXXXXXXX.old first and removed afterwards: for about
+    /// one round trip there is no file of that name, and a connection that breaks then leaves the other two. After any
+    /// other failure the old file is as it was, and the temporary one is removed if the server still answers and no
+    /// interruption was requested. A time-out (28) does not count as sent.
+    bool setUploadMode(UploadMode mode);
+    UploadMode uploadMode() const;
+    /// Whether an upload succeeds only if the size of the file on the server is that of the source; otherwise it fails
+    /// with CURLE_PARTIAL_FILE, also when the server does not tell the size. A time-out (28) then does not count as
+    /// sent. Off by default.
+    void setVerifyUploads(bool verify);
+    bool verifiesUploads() const;
+    /// Whether putFile() gives the remote file the modification time of the local one, and getFile() the local file
+    /// that of the remote one, to the second. If the time cannot be set or is not known, the transfer is complete and
+    /// fails with TIME_NOT_KEPT. Over SFTP it takes libcurl 7.73 to set a remote time. Off by default.
+    void setKeepModificationTime(bool keep);
+    bool keepsModificationTime() const;
     /// The encoding of the names that list(), listRecursively() and removeResource() read. Latin1, the default, loses
     /// all other characters: "10 €.txt" is listed as "10 ?.txt". With Utf8, names are what the server sends.
     bool setNameEncoding(NameEncoding encoding);

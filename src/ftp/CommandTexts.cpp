@@ -1,5 +1,7 @@
 #include "CommandTexts.h"
 
+#include <QDateTime>
+
 namespace {
 
 constexpr int MIN_MODE_DIGITS = 4;
@@ -51,6 +53,24 @@ QStringList CommandTexts::changeMode(const QString& path, int mode) const
     }
     const QString arguments = octal + QLatin1Char(' ') + path;
     return { QStringLiteral("CHMOD ") + arguments, QStringLiteral("SITE CHMOD ") + arguments };
+}
+
+QStringList CommandTexts::rename(const QString& from, const QString& to) const
+{
+    if (mIsSftp) {
+        return { QStringLiteral("rename ") + quoted(from) + QLatin1Char(' ') + quoted(to) };
+    }
+    return { QStringLiteral("RNFR ") + from, QStringLiteral("RNTO ") + to };
+}
+
+QStringList CommandTexts::setTime(const QString& path, const QDateTime& time) const
+{
+    if (mIsSftp) {
+        const QString date = time.toUTC().toString(QStringLiteral("yyyyMMdd hh:mm:ss"));
+        return { QStringLiteral("mtime \"%1 GMT\" ").arg(date) + quoted(path) };
+    }
+    const QString arguments = time.toUTC().toString(QStringLiteral("yyyyMMddhhmmss")) + QLatin1Char(' ') + path;
+    return { QStringLiteral("MFMT ") + arguments, QStringLiteral("MDTM ") + arguments };
 }
 
 QString CommandTexts::remove(const QString& path, bool isDirectory) const

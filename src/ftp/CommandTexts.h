@@ -5,6 +5,8 @@
 #include <QString>
 #include <QStringList>
 
+class QDateTime;
+
 /// The raw commands that follow a request. FTP and both kinds of FTPS share one set, SFTP has that of libcurl.
 class CommandTexts
 {
@@ -21,6 +23,10 @@ public:
     QString makeDirectory(const QString& path) const;
     /// To be tried in turn: servers know the one or the other.
     QStringList changeMode(const QString& path, int mode) const;
+    /// One after the other.
+    QStringList rename(const QString& from, const QString& to) const;
+    /// To be tried in turn.
+    QStringList setTime(const QString& path, const QDateTime& time) const;
     QString remove(const QString& path, bool isDirectory) const;
 
 private:

@@ -61,10 +61,10 @@ int FTPCurl::Private::request(VFSCurlData::Kind kind, QIODevice* device, const R
     return session.perform(data);
 }
 
-int FTPCurl::Private::requestCommand(VFSCurlData::Kind kind, const QString& command)
+int FTPCurl::Private::requestCommands(VFSCurlData::Kind kind, const QStringList& commands)
 {
     VFSCurlData data { kind, &client, nullptr, QTime::currentTime(), url(path(QString())) };
-    return session.performCommand(data, command);
+    return session.performCommands(data, commands);
 }
 
 CommandTexts FTPCurl::Private::commandTexts(const char* signature) const
@@ -184,7 +184,7 @@ bool FTPCurl::Private::makeDirectory(const RemotePath& directory)
 {
     const CommandTexts texts = commandTexts("bool FTPCurl::internal_mkdir(const QString &)");
     const RemotePath path = directory.withoutTrailingSlash();
-    const int code = requestCommand(VFSCurlData::Command, texts.makeDirectory(commandPath(path)));
+    const int code = requestCommands(VFSCurlData::Command, { texts.makeDirectory(commandPath(path)) });
     const bool success = setResult(code, QStringLiteral("Can't createDirectory %1").arg(path.canonical()));
     client.setExistingResourceCache(path.canonical(), success ? 1 : 0);
     return success;
@@ -196,7 +196,7 @@ bool FTPCurl::Private::changeMode(const RemotePath& resource, int mode)
     const RemotePath path = resource.withoutTrailingSlash();
     int code = CURLE_OK;
     for (const QString& command : texts.changeMode(commandPath(path), mode)) {
-        code = requestCommand(VFSCurlData::Command, command);
+        code = requestCommands(VFSCurlData::Command, { command });
         if (code != CURLE_QUOTE_ERROR) {
             return setResult(code, QStringLiteral("Can't change the mode of %1").arg(path.canonical()));
         }

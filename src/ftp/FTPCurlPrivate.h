@@ -12,6 +12,7 @@
 #include <optional>
 #include <vector>
 
+class QFileDevice;
 struct DirectoryLevel;
 struct ListingEntry;
 
@@ -47,7 +48,7 @@ struct FTPCurl::Private
 
     // Requests; they return libcurl's result or -1.
     int request(VFSCurlData::Kind kind, QIODevice* device, const RemotePath& path);
-    int requestCommand(VFSCurlData::Kind kind, const QString& command);
+    int requestCommands(VFSCurlData::Kind kind, const QStringList& commands);
     /// Ends the process when the protocol is not known.
     CommandTexts commandTexts(const char* signature) const;
     QString commandPath(const RemotePath& path) const;
@@ -74,6 +75,18 @@ struct FTPCurl::Private
     bool removeTree(const RemotePath& path);
     bool enterOrRemove(const RemotePath& path, std::vector<DirectoryLevel>& levels);
 
+    // Publishing
+    bool rename(const RemotePath& from, const RemotePath& to);
+    RemotePath besides(const RemotePath& file, const QString& suffix) const;
+    bool isChecked() const { return uploadMode != InPlace || verifyUploads; }
+    int upload(QIODevice* device, const RemotePath& target);
+    int compareSize(const RemotePath& file, qint64 size);
+    int replace(const RemotePath& target, const RemotePath& part);
+    void discard(const RemotePath& part);
+    bool setRemoteTime(const RemotePath& file, const QDateTime& time);
+    bool setLocalTime(QFileDevice& file);
+    bool failToKeepTime(const QString& path);
+
     // Transfers
     bool putData(const QByteArray& data, const RemotePath& target, bool createDirectories);
     bool putDevice(QIODevice* device, const QString& source, const RemotePath& target);
@@ -85,6 +98,9 @@ struct FTPCurl::Private
     int filePermissions = -1;
     // Deliberate: nothing changes it yet; it gives the paths of any protocol the leading slash that SFTP has.
     bool forceLeadingSlash = false;
+    UploadMode uploadMode = InPlace;
+    bool verifyUploads = false;
+    bool keepModificationTime = false;
     bool isMlsdRefused = false; ///< by the server of the session
     NameEncoding nameEncoding = Latin1;
     int stallTimeOut = 0; ///< in seconds; 0: none

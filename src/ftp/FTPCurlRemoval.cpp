@@ -32,7 +32,7 @@ bool FTPCurl::Private::removeOne(const QString& path, bool isDirectory)
     const CommandTexts texts = commandTexts("bool FTPCurl::removeSimpleResource(const QString &, bool)");
     // Deliberate: over SFTP the path is sent as it was given.
     const QString target = texts.isSftp() ? path : remote.relative();
-    const int code = requestCommand(VFSCurlData::Removal, texts.remove(target, isDirectory));
+    const int code = requestCommands(VFSCurlData::Removal, { texts.remove(target, isDirectory) });
     const bool success = setResult(code, QStringLiteral("Can't removeResource %1").arg(path));
     client.setExistingResourceCache(path, success ? 0 : 1);
     return success;

@@ -5,6 +5,7 @@
 
 #include <QBuffer>
 #include <QFile>
+#include <QFileInfo>
 
 namespace {
 
@@ -48,7 +49,10 @@ bool FTPCurl::putFile(const QString& source, const QString& target, bool createD
     if (!file.open(QIODevice::ReadOnly)) {
         return mPrivate->refuse(QStringLiteral("putFile: source cant be opened ") + source, __LINE__);
     }
-    return mPrivate->putDevice(&file, source, *path);
+    if (!mPrivate->putDevice(&file, source, *path)) {
+        return false;
+    }
+    return !keepsModificationTime() || mPrivate->setRemoteTime(*path, QFileInfo(source).lastModified());
 }
 
 bool FTPCurl::putDataFromIoDevice(QIODevice* device, const QString& source, const QString& target)
@@ -70,7 +74,8 @@ bool FTPCurl::getFile(const QString& source, const QString& target)
     WriteBatch batch(file);
     // A full disk may be noticed only when the last bytes are written.
     const auto finish = [&] { return !file.isOpen() || (batch.flush() && file.flush()); };
-    return mPrivate->download(source, batch, finish);
+    return mPrivate->download(source, batch, finish)
+        && (!keepsModificationTime() || !file.isOpen() || mPrivate->setLocalTime(file));
 }
 
 bool FTPCurl::Private::putData(const QByteArray& data, const RemotePath& target, bool createDirectories)
@@ -80,7 +85,7 @@ bool FTPCurl::Private::putData(const QByteArray& data, const RemotePath& target,
     }
     QByteArray content = data;
     QBuffer buffer(&content);
-    const int code = request(VFSCurlData::Upload, &buffer, target);
+    const int code = upload(&buffer, target);
     const bool success = setResult(code, QStringLiteral("Can't putData to %1").arg(target.canonical()));
     client.setExistingResourceCache(target.canonical(), success ? 1 : -1);
     return success;
@@ -88,11 +93,11 @@ bool FTPCurl::Private::putData(const QByteArray& data, const RemotePath& target,
 
 bool FTPCurl::Private::putDevice(QIODevice* device, const QString& source, const RemotePath& target)
 {
-    const int code = request(VFSCurlData::Upload, device, target);
+    const int code = upload(device, target);
     closeIfOpen(device);
     // Deliberate: these come from servers that took the file and were slow, or odd, to say so.
-    const bool isTolerated = (code == CURLE_OPERATION_TIMEDOUT && stallTimeOut == 0)
-        || (code == CURLE_RECV_ERROR && isPersonalPages(settings));
+    const bool isTolerated = (code == CURLE_OPERATION_TIMEDOUT && stallTimeOut == 0 && !isChecked())
+        || (code == CURLE_RECV_ERROR && isPersonalPages(settings) && !isChecked());
     const QString context = QStringLiteral("Can't putFile %1 to %2").arg(source, target.canonical());
     const bool success = setResult(isTolerated ? CURLE_OK : code, context);
     client.setExistingResourceCache(target.canonical(), success ? 1 : -1);

@@ -10,7 +10,6 @@
 #include <QIODevice>
 #include <QRegularExpression>
 #include <QScopedValueRollback>
-#include <QStringList>
 
 namespace {
 
@@ -213,17 +212,21 @@ int FTPSession::perform(VFSCurlData& data)
     return isRepeated ? run(data) : code;
 }
 
-int FTPSession::performCommand(VFSCurlData& data, const QString& command)
+int FTPSession::performCommands(VFSCurlData& data, const QStringList& commands)
 {
     if (!mHandle || mIsRunning) {
         return perform(data);
     }
-    const std::unique_ptr<curl_slist, StringListDeleter> commands(
-        curl_slist_append(nullptr, command.toUtf8().constData()));
-    if (!commands) {
-        return CURLE_OUT_OF_MEMORY;
+    std::unique_ptr<curl_slist, StringListDeleter> list;
+    for (const QString& command : commands) {
+        curl_slist* const longer = curl_slist_append(list.get(), command.toUtf8().constData());
+        if (!longer) {
+            return CURLE_OUT_OF_MEMORY;
+        }
+        static_cast<void>(list.release());
+        list.reset(longer);
     }
-    curl_easy_setopt(mHandle, CURLOPT_POSTQUOTE, commands.get());
+    curl_easy_setopt(mHandle, CURLOPT_POSTQUOTE, list.get());
     const int code = perform(data);
     curl_easy_setopt(mHandle, CURLOPT_POSTQUOTE, nullptr);
     return code;

@@ -11,6 +11,7 @@
 
 #include <QNetworkProxy>
 #include <QString>
+#include <QStringList>
 
 #include <curl/curl.h>
 
@@ -63,8 +64,8 @@ public:
     /// Runs a request of its owner to the end. The result is libcurl's; -1 when the session is closed;
     /// CURLE_ABORTED_BY_CALLBACK if an interruption was requested; CURLE_RECURSIVE_API_CALL within another request.
     int perform(VFSCurlData& data);
-    /// Runs a request and then a command in the words of its protocol.
-    int performCommand(VFSCurlData& data, const QString& command);
+    /// Runs a request and then commands in the words of its protocol, up to the first that fails.
+    int performCommands(VFSCurlData& data, const QStringList& commands);
 
     /// Its trust is that of the next open().
     PeerCheck& peerCheck() { return mPeerCheck; }

@@ -67,6 +67,8 @@ void RequestOptions::set(CURL* easy, VFSCurlData& data)
     const bool uploads = data.type == VFSCurlData::Upload;
     const bool downloads = hasBody(data.type) && !uploads;
     const bool isBodyless = !hasBody(data.type);
+    const bool asksForTime = data.type == VFSCurlData::ExistenceTest
+        || (data.type == VFSCurlData::Download && data.owner->keepsModificationTime());
     curl_easy_setopt(easy, CURLOPT_URL, encodedUrl(data.url).constData());
     curl_easy_setopt(easy, CURLOPT_UPLOAD, uploads ? 1L : 0L);
     curl_easy_setopt(easy, CURLOPT_PROGRESSDATA, &data);
@@ -75,7 +77,7 @@ void RequestOptions::set(CURL* easy, VFSCurlData& data)
     curl_easy_setopt(easy, CURLOPT_INFILESIZE_LARGE, uploads ? remainingSize(*data.device) : curl_off_t { -1 });
     curl_easy_setopt(easy, CURLOPT_HEADERDATA, &data);
     curl_easy_setopt(easy, CURLOPT_NOBODY, isBodyless ? 1L : 0L);
-    curl_easy_setopt(easy, CURLOPT_FILETIME, data.type == VFSCurlData::ExistenceTest ? 1L : 0L);
+    curl_easy_setopt(easy, CURLOPT_FILETIME, asksForTime ? 1L : 0L);
     curl_easy_setopt(easy, CURLOPT_HEADER, isBodyless ? 0L : 1L);
     if (data.owner->ftpSettings().ftpProtocol() == FTPSettings::SFTP) {
         setSftpOptions(easy, data);

@@ -15,12 +15,13 @@
 
 static const TavrelInitializer initializer;
 
-/// Much to upload; calls a function when a part of it has been read.
+/// Much to upload; calls a function when a part of it has been read, and may fail after another.
 class Source : public QBuffer
 {
 public:
-    explicit Source(std::function<void()> onPart)
+    explicit Source(std::function<void()> onPart, qint64 readable = 64 << 20)
         : mOnPart(std::move(onPart))
+        , mReadable(readable)
     {
         setData(QByteArray(64 << 20, 'x'));
     }
@@ -31,11 +32,12 @@ protected:
         if (pos() >= (8 << 20) && mOnPart) {
             std::exchange(mOnPart, nullptr)();
         }
-        return QBuffer::readData(data, size);
+        return pos() < mReadable ? QBuffer::readData(data, size) : -1;
     }
 
 private:
     std::function<void()> mOnPart;
+    qint64 mReadable;
 };
 
 /// Every test runs over each protocol, and over SFTP with both servers.
@@ -243,6 +245,30 @@ private Q_SLOTS:
         QCOMPARE(entries[2].path, mFtp->canonicalizedFilePath("tree/sub/"));
     }
 
+    void publishesWholeFilesOnly()
+    {
+        const QDateTime noon(QDate(2020, 1, 31), QTime(12, 0), Qt::UTC);
+        QFile local(mFolder.filePath("local"));
+        QVERIFY(FileUtils::writeFileContent(local.fileName(), "new"));
+        QVERIFY(local.open(QIODevice::ReadWrite) && local.setFileTime(noon, QFileDevice::FileModificationTime));
+        mFtp->setVerifyUploads(true);
+        mFtp->setKeepModificationTime(true);
+        QVERIFY(mFtp->setUploadMode(FTPCurl::TemporaryName));
+        QVERIFY2(mFtp->putData("old", "whole/a \"b", true), qPrintable(mFtp->errorText()));
+        QVERIFY2(mFtp->putFile(local.fileName(), "whole/a \"b", false), qPrintable(mFtp->errorText()));
+        QCOMPARE(onDisk("whole/a \"b"), QByteArray("new"));
+        QCOMPARE(QFileInfo(mDisk + "whole/a \"b").lastModified(), noon);
+        QVERIFY(mFtp->rename("whole/a \"b", "whole/c"));
+        QFile copy(mFolder.filePath("copy"));
+        QVERIFY2(mFtp->getFile("whole/c", copy.fileName()), qPrintable(mFtp->errorText()));
+        QCOMPARE(QFileInfo(copy).lastModified(), noon);
+        Source broken(nullptr, 8 << 20);
+        QVERIFY(!mFtp->putDataFromIoDevice(&broken, "memory", "whole/c"));
+        QCOMPARE(mFtp->error(), ErrorableCode::of(CURLE_READ_ERROR));
+        QCOMPARE(onDisk("whole/c"), QByteArray("new"));
+        QCOMPARE(QDir(mDisk + "whole").entryList(QDir::Files), QStringList("c"));
+    }
+
     void endsWhatHasStalled()
     {
         QVERIFY(mFtp->setStallTimeOut(1));
@@ -255,6 +281,7 @@ private Q_SLOTS:
         QVERIFY(!success);
         QCOMPARE(mFtp->error(), ErrorableCode::of(CURLE_OPERATION_TIMEDOUT));
         QVERIFY2(elapsed < 20000, qPrintable(QString::number(elapsed)));
+        QVERIFY(mFtp->setStallTimeOut(0)); // the servers may take their time to wake up
         QVERIFY2(mFtp->putData("x", "b", false), qPrintable(mFtp->errorMessage()));
     }
 

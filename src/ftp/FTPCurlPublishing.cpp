@@ -1,0 +1,170 @@
+#include "ErrorSource.h"
+#include "FTPCurlPrivate.h"
+
+#include <foundation/raiseError.h>
+
+#include <QDateTime>
+#include <QFileDevice>
+#include <QRandomGenerator>
+
+bool FTPCurl::rename(const QString& from, const QString& to)
+{
+    const auto source = mPrivate->accept(from, "rename", "rename: from is empty", __LINE__);
+    if (!source) {
+        return false;
+    }
+    const auto target = mPrivate->accept(to, "rename", "rename: to is empty", __LINE__);
+    return target && mPrivate->rename(*source, *target);
+}
+
+bool FTPCurl::setUploadMode(UploadMode mode)
+{
+    if (mode != InPlace && mode != TemporaryName) {
+        return mPrivate->refuse(QStringLiteral("setUploadMode: %1 is no mode").arg(mode), __LINE__);
+    }
+    mPrivate->uploadMode = mode;
+    return true;
+}
+
+FTPCurl::UploadMode FTPCurl::uploadMode() const
+{
+    return mPrivate->uploadMode;
+}
+
+void FTPCurl::setVerifyUploads(bool verify)
+{
+    mPrivate->verifyUploads = verify;
+}
+
+bool FTPCurl::verifiesUploads() const
+{
+    return mPrivate->verifyUploads;
+}
+
+void FTPCurl::setKeepModificationTime(bool keep)
+{
+    mPrivate->keepModificationTime = keep;
+}
+
+bool FTPCurl::keepsModificationTime() const
+{
+    return mPrivate->keepModificationTime;
+}
+
+bool FTPCurl::Private::rename(const RemotePath& from, const RemotePath& to)
+{
+    const CommandTexts texts = commandTexts("bool FTPCurl::rename(const QString &, const QString &)");
+    const RemotePath source = from.withoutTrailingSlash();
+    const RemotePath target = to.withoutTrailingSlash();
+    const int code = requestCommands(VFSCurlData::Command, texts.rename(commandPath(source), commandPath(target)));
+    // Nothing is known any more of the files below a directory that has moved.
+    const auto isBelow = [&](const QString& key) {
+        return key.startsWith(source.canonical() + QLatin1Char('/'))
+            || key.startsWith(target.canonical() + QLatin1Char('/'));
+    };
+    for (auto known = existingResources.begin(); known != existingResources.end();) {
+        if (isBelow(known.key())) {
+            known = existingResources.erase(known);
+        } else {
+            ++known;
+        }
+    }
+    const bool success
+        = setResult(code, QStringLiteral("Can't rename %1 to %2").arg(source.canonical(), target.canonical()));
+    client.setExistingResourceCache(source.canonical(), success ? 0 : -1);
+    client.setExistingResourceCache(target.canonical(), success ? 1 : -1);
+    return success;
+}
+
+RemotePath FTPCurl::Private::besides(const RemotePath& file, const QString& suffix) const
+{
+    const QString number = QStringLiteral("%1").arg(QRandomGenerator::global()->generate(), 8, 16, QLatin1Char('0'));
+    return path(file.withoutTrailingSlash().canonical() + QLatin1Char('.') + number + suffix);
+}
+
+/// The result is libcurl's, CURLE_PARTIAL_FILE if the server has not got the whole file.
+int FTPCurl::Private::upload(QIODevice* device, const RemotePath& target)
+{
+    const bool isInPlace = uploadMode == InPlace;
+    const RemotePath written = isInPlace ? target : besides(target, QStringLiteral(".part"));
+    const qint64 size = device ? qMax(device->size() - device->pos(), qint64 { 0 }) : 0;
+    int code = request(VFSCurlData::Upload, device, written);
+    if (code == CURLE_OK && isChecked()) {
+        code = compareSize(written, size);
+    }
+    if (isInPlace) {
+        return code;
+    }
+    if (code == CURLE_OK) {
+        code = replace(target, written);
+    }
+    if (code != CURLE_OK) {
+        discard(written);
+    }
+    return code;
+}
+
+int FTPCurl::Private::compareSize(const RemotePath& file, qint64 size)
+{
+    const int code = request(VFSCurlData::ExistenceTest, nullptr, file);
+    curl_off_t found = -1;
+    curl_easy_getinfo(session.handle(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &found);
+    return code == CURLE_OK && found != size ? CURLE_PARTIAL_FILE : code;
+}
+
+int FTPCurl::Private::replace(const RemotePath& target, const RemotePath& part)
+{
+    const CommandTexts texts = commandTexts("int FTPCurl::replace(const RemotePath &, const RemotePath &)");
+    const RemotePath old = besides(target, QStringLiteral(".old"));
+    const QStringList rename = texts.rename(commandPath(part), commandPath(target));
+    int code = requestCommands(VFSCurlData::Command, rename);
+    if (code != CURLE_QUOTE_ERROR) {
+        return code;
+    }
+    // The server does not replace a file by a rename. In one request, so that the name is missing for a moment only.
+    code = requestCommands(VFSCurlData::Command, texts.rename(commandPath(target), commandPath(old)) + rename);
+    if (code == CURLE_OK) {
+        requestCommands(VFSCurlData::Removal, { texts.remove(commandPath(old), false) });
+    } else {
+        const RequestReason reason = session.reason();
+        requestCommands(VFSCurlData::Command, texts.rename(commandPath(old), commandPath(target)));
+        session.setReason(reason);
+    }
+    return code;
+}
+
+void FTPCurl::Private::discard(const RemotePath& part)
+{
+    const RequestReason reason = session.reason();
+    const CommandTexts texts = commandTexts("void FTPCurl::discard(const RemotePath &)");
+    requestCommands(VFSCurlData::Removal, { texts.remove(commandPath(part), false) });
+    session.setReason(reason);
+}
+
+bool FTPCurl::Private::setRemoteTime(const RemotePath& file, const QDateTime& time)
+{
+    const CommandTexts texts = commandTexts("bool FTPCurl::putFile(const QString &, const QString &, bool)");
+    for (const QString& command : texts.setTime(commandPath(file), time)) {
+        const int code = requestCommands(VFSCurlData::Command, { command });
+        if (code != CURLE_QUOTE_ERROR) {
+            return setResult(code, QStringLiteral("Can't set the time of %1").arg(file.canonical()));
+        }
+    }
+    return failToKeepTime(file.canonical());
+}
+
+bool FTPCurl::Private::setLocalTime(QFileDevice& file)
+{
+    curl_off_t time = -1;
+    curl_easy_getinfo(session.handle(), CURLINFO_FILETIME_T, &time);
+    return (time >= 0
+               && file.setFileTime(QDateTime::fromSecsSinceEpoch(time, Qt::UTC), QFileDevice::FileModificationTime))
+        || failToKeepTime(file.fileName());
+}
+
+bool FTPCurl::Private::failToKeepTime(const QString& path)
+{
+    raiseError(client, TIME_NOT_KEPT, "TIME_NOT_KEPT", { ERROR_SOURCE, __LINE__ },
+        QStringLiteral("Can't keep the modification time of %1").arg(path));
+    return false;
+}
