@@ -128,8 +128,9 @@ public:
     void setLimitDownload(qint64 bytes);
     /// Keeps the connections of a successful request open for the next ones of this object, which then need no new TCP
     /// and TLS handshake. Off by default. Cookies and results are the same either way. A failed or interrupted request
-    /// closes the connections; so do setTrust(), false and the destructor, which must then run before that of TavrelInitializer.
-    /// When the server closes a kept connection without a byte of answer, the request is sent again on a new one.
+    /// closes the connections; so do setTrust(), false and the destructor, which must then run before that of
+    /// TavrelInitializer. When the server closes a kept connection without a byte of answer, the request is sent again
+    /// on a new one.
     void setKeepConnections(bool on);
     /// Replaces the default user agent, that of a desktop browser; empty restores it.
     void setUserAgent(const QString& agent);

@@ -20,8 +20,7 @@ bool HTTPCurl::checkTrust()
 {
     const QString fault = mState->peerCheck.faultForTls();
     if (!fault.isEmpty()) {
-        raiseError(
-            *this, BAD_PARAMETER, "BAD_PARAMETER", { __FILE__, __LINE__ }, QStringLiteral("setTrust: ") + fault);
+        raiseError(*this, BAD_PARAMETER, "BAD_PARAMETER", { __FILE__, __LINE__ }, QStringLiteral("setTrust: ") + fault);
     }
     return fault.isEmpty();
 }

@@ -103,8 +103,8 @@ private Q_SLOTS:
             QVERIFY2(sinceAsked.elapsed() <= 300, qPrintable(QString::number(sinceAsked.elapsed())));
             QVERIFY(!success);
             const bool hasStalled = isBounded && stalls;
-            QCOMPARE(client.error(),
-                ErrorableCode::of(hasStalled ? CURLE_OPERATION_TIMEDOUT : CURLE_ABORTED_BY_CALLBACK));
+            QCOMPARE(
+                client.error(), ErrorableCode::of(hasStalled ? CURLE_OPERATION_TIMEDOUT : CURLE_ABORTED_BY_CALLBACK));
         }
     }
 
