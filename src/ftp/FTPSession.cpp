@@ -187,6 +187,7 @@ void FTPSession::release()
 {
     if (mHandle) {
         TransferLoop::detach(mHandle);
+        PeerCheck::detach(mHandle);
         curl_easy_setopt(mHandle, CURLOPT_ERRORBUFFER, nullptr);
         mHandle = nullptr;
     }

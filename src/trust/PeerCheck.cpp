@@ -117,6 +117,13 @@ CURLcode PeerCheck::onTlsContext(CURL* /*easy*/, void* context, void* self)
     return CURLE_OK;
 }
 
+void PeerCheck::detach(CURL* easy)
+{
+    curl_easy_setopt(easy, CURLOPT_SSL_CTX_FUNCTION, nullptr);
+    curl_easy_setopt(easy, SSH_HOST_KEY_FUNCTION, nullptr);
+    curl_easy_setopt(easy, CURLOPT_SSH_KEYFUNCTION, nullptr);
+}
+
 void PeerCheck::setSshOptions(CURL* easy, const QString& host, int port)
 {
     forgetPeer();

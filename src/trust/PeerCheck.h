@@ -36,6 +36,8 @@ public:
 
     /// Adds to the options of a new handle those of a trust that covers TLS.
     void setTlsOptions(CURL* easy);
+    /// Takes the callbacks off a handle that outlives the object; files and pins stay.
+    static void detach(CURL* easy);
     /// Has a handle call watch() for its connections.
     void watchTls(CURL* easy);
     /// Has a new handle record the host key, and accept it or not.
