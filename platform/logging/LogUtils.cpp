@@ -15,16 +15,27 @@ bool isPrintable(QChar character, bool isText)
     return isText ? character.category() != QChar::Other_Control : character >= ' ' && character <= '~';
 }
 
+void appendEscaped(QString& text, QChar character)
+{
+    static const char digits[] = "0123456789abcdef";
+    text += QLatin1String("\\x");
+    text += QLatin1Char(digits[character.cell() >> 4]);
+    text += QLatin1Char(digits[character.cell() & 0xf]);
+}
+
 /// Makes all bytes visible: many message handlers cut an entry at a NUL. Bytes that are not UTF-8 are shown one by one.
 QString printable(const QByteArray& bytes)
 {
     const QString decoded = QString::fromUtf8(bytes.constData(), bytes.size());
     const bool isText = decoded.toUtf8() == bytes;
     QString text;
+    text.reserve(bytes.size());
     for (const QChar character : isText ? decoded : QString::fromLatin1(bytes.constData(), bytes.size())) {
-        text += isPrintable(character, isText)
-            ? QString(character)
-            : QStringLiteral("\\x%1").arg(character.unicode(), 2, 16, QLatin1Char('0'));
+        if (isPrintable(character, isText)) {
+            text += character;
+        } else {
+            appendEscaped(text, character);
+        }
     }
     return text;
 }

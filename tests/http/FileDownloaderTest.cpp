@@ -150,10 +150,11 @@ private Q_SLOTS:
             std::atomic<int> successes { 0 };
             FileDownloader downloader;
             const auto again = [&] {
-                successes += downloader.error().isEmpty() ? 1 : 0;
-                if (successes < 20) {
-                    downloader.download(server.url(), name.arg(successes));
+                const int now = successes + (downloader.error().isEmpty() ? 1 : 0);
+                if (now < 20) {
+                    downloader.download(server.url(), name.arg(now));
                 }
+                successes = now; // last, as the test may end then
             };
             type == Qt::AutoConnection ? connect(&downloader, &QThread::finished, this, again, Qt::DirectConnection)
                                        : connect(&downloader, &FileDownloader::done, this, again, type);

@@ -152,7 +152,7 @@ private Q_SLOTS:
         };
         row("", Secured::SECURED_PROTOCOL_ERROR_LAMBDA, "Null response!!");
         row("{", Secured::SECURED_PROTOCOL_ERROR_LAMBDA, "Couldn't parse response!!\n");
-        row(QByteArray(10 << 20, '['), Secured::SECURED_PROTOCOL_ERROR_LAMBDA, "Couldn't parse response!!\n");
+        row(QByteArray(1 << 20, '['), Secured::SECURED_PROTOCOL_ERROR_LAMBDA, "Couldn't parse response!!\n");
         row("[]", Secured::SECURED_PROTOCOL_ERROR_LAMBDA, "Wrong json format");
         row(json("{'success':'true','data':{}}"), Secured::SECURED_PROTOCOL_ERROR_LAMBDA, "Wrong json format");
         row(json("{'success':true}"), Secured::SECURED_PROTOCOL_ERROR_LAMBDA, "Wrong json format");
