@@ -226,7 +226,7 @@ public:
 Q_SIGNALS:
     /// Bytes of an upload; at most once in 70 ms. The URL holds the user and the password: do not show it.
     void progressUpload(QString url, qint64 transferred, qint64 contentlength);
-    /// The same moments without the URL.
+    /// Emitted with progressUpload(), but without the URL.
     void uploadProgress(qint64 sent, qint64 total);
     /// A line that the server sent, over FTP and FTPS.
     void infoServer(QString info);

@@ -11,8 +11,8 @@
  *
  * PeerTrust() trusts anyone, which is the default of every client. With any other trust a server is accepted before
  * user, password, path or data are sent, or the request fails with libcurl's code (60 for a certificate or a host key,
- * 90 for a public key, 77 for a file of authorities that cannot be read) and a message with what was expected and
- * what the server showed. A protocol for which a trust says nothing is refused: HTTPS and FTPS need authorities or a
+ * 90 for a public key, 77 for a file of authorities that cannot be read) and a message with the expected and the shown
+ * key. A protocol for which a trust says nothing is refused: HTTPS and FTPS need authorities or a
  * public key, SFTP needs known hosts, and HTTP and FTP cannot be verified.
  *
  * A setter that refuses its argument returns false, and from then on isValid() is false and no client accepts the

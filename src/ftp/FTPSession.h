@@ -20,7 +20,7 @@
 
 class FTPCurl;
 
-/// What the server and libcurl said about a request.
+/// The server's and libcurl's texts about a request.
 struct RequestReason
 {
     QString reply; ///< the last line of the server

@@ -6,7 +6,7 @@
 
 namespace KnownHostsFile {
 
-/// What a file says of a server; without the file, nothing.
+/// The entries of a file for a server; none without the file.
 KnownHosts read(const QString& path, const QByteArray& host, int port);
 
 /// Appends the key of a server whose verdict is Unknown, in one piece, and creates the file if necessary. The result is

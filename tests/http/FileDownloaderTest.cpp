@@ -119,7 +119,7 @@ private Q_SLOTS:
             };
             connect(sDownloader, &FileDownloader::done, sDownloader, onDone, Qt::DirectConnection);
             sDownloader->download(silent.url(), path("page"));
-            // Whoever gets the warning may ask the downloader.
+            // A handler of the warning may ask the downloader.
             const auto askingHandler
                 = [](QtMsgType, const QMessageLogContext&, const QString&) { sDownloader->error(); };
             const QtMessageHandler usualHandler = qInstallMessageHandler(askingHandler);
