@@ -13,6 +13,8 @@
 #include <future>
 
 using Secured = SecuredHTTPCurl;
+/// A body, the error that it causes, and the message.
+using Case = std::tuple<QByteArray, Secured::Error, QString>;
 
 static const TavrelInitializer initializer;
 
@@ -33,14 +35,6 @@ static QByteArray sha256(const QByteArray& bytes)
     return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex();
 }
 
-static QByteArray printedBy(const QString& command)
-{
-    QProcess shell;
-    shell.start("sh", { "-c", command });
-    shell.waitForFinished();
-    return shell.readAllStandardOutput();
-}
-
 class SecuredHTTPCurlTest : public QObject
 {
     Q_OBJECT
@@ -55,12 +49,11 @@ private Q_SLOTS:
 
     void keepsOneKeyPerFolder()
     {
-        {
-            std::vector<std::future<void>> started(8);
-            for (std::future<void>& client : started) {
-                client = std::async(std::launch::async, [] { const SecuredHTTPCurl created; });
-            }
+        std::vector<std::future<void>> started(8);
+        for (std::future<void>& client : started) {
+            client = std::async(std::launch::async, [] { const SecuredHTTPCurl created; });
         }
+        started.clear(); // waits for them
         const QByteArray key = FileUtils::readFileContent(SecuredHTTPCurl::keyFilePath());
         QCOMPARE(key.size(), 16);
         QCOMPARE(QFile::permissions(SecuredHTTPCurl::keyFilePath()) & 0x77, QFile::Permissions());
@@ -90,16 +83,14 @@ private Q_SLOTS:
 
     void opensEnvelopes()
     {
-        const auto opened
-            = [](const QByteArray& envelope) { return SecuredEnvelope::open(envelope + "abc").value_or("refused"); };
-        const auto length = [](const char* hex) { return "###" + QByteArray::fromHex(hex); };
-        QCOMPARE(opened(length("02000000")), QByteArray("ab"));
-        QCOMPARE(opened(length("0a000000")), "abc" + QByteArray(7, 0));
-        QCOMPARE(opened(length("03000001")), "abc" + QByteArray(16 << 20, 0));
-        QCOMPARE(opened(length("04000001")), QByteArray("refused"));
-        QCOMPARE(opened(length("ffffffff")), QByteArray());
-        QCOMPARE(opened("##!1234"), QByteArray("refused"));
-        QCOMPARE(opened("###"), QByteArray("refused"));
+        const QList<QPair<QByteArray, QByteArray>> cases { { "02000000", "ab" },
+            { "0a000000", "abc" + QByteArray(7, 0) }, { "03000001", "abc" + QByteArray(16 << 20, 0) },
+            { "04000001", "refused" }, { "ffffffff", "" }, { "", "refused" } };
+        for (const auto& row : cases) {
+            const QByteArray envelope = "###" + QByteArray::fromHex(row.first) + "abc";
+            QCOMPARE(SecuredEnvelope::open(envelope).value_or("refused"), row.second);
+        }
+        QCOMPARE(SecuredEnvelope::open("##!1234abc").value_or("refused"), QByteArray("refused"));
     }
 
     void ciphersAreGenuineOrNothing()
@@ -120,99 +111,78 @@ private Q_SLOTS:
         QVERIFY(CryptoUtils::generateRandomKey(-8).isEmpty());
     }
 
-    void takesRsaKeysOnly_data()
-    {
-        QTest::addColumn<QString>("command");
-        QTest::addColumn<bool>("isTaken");
-        QTest::newRow("RSA") << "openssl genrsa 1024 | openssl rsa -pubout" << true;
-        QTest::newRow("RSA in its older form") << "openssl genrsa 2048 | openssl rsa -RSAPublicKey_out" << true;
-        QTest::newRow("too small") << "openssl genrsa 1023 | openssl rsa -pubout" << false;
-        QTest::newRow("elliptic") << "openssl ecparam -genkey -name prime256v1 | openssl ec -pubout" << false;
-        QTest::newRow("private") << "openssl genrsa 1024" << false;
-        QTest::newRow("without end") << "openssl genrsa 1024 | openssl rsa -pubout | head -n 4" << false;
-        QTest::newRow("text") << "yes | head -c 1000000" << false;
-    }
     void takesRsaKeysOnly()
     {
-        QFETCH(QString, command);
-        QFETCH(bool, isTaken);
-        CryptoUtils::RSACipher cipher(1024);
-        QVERIFY(cipher.encrypt("text").isNull());
-        QCOMPARE(cipher.setPublicKey(printedBy(command)), isTaken);
-        QCOMPARE(cipher.encrypt("text").size() >= 128, isTaken);
+        const QList<QPair<QString, bool>> cases { { "openssl genrsa 1024 | openssl rsa -pubout", true },
+            { "openssl genrsa 2048 | openssl rsa -RSAPublicKey_out", true },
+            { "openssl genrsa 1023 | openssl rsa -pubout", false },
+            { "openssl ecparam -genkey -name prime256v1 | openssl ec -pubout", false },
+            { "openssl genrsa 1024", false }, { "openssl genrsa 1024 | openssl rsa -pubout | head -n 4", false },
+            { "yes | head -c 1000000", false } };
+        for (const auto& row : cases) {
+            QProcess shell;
+            shell.start("sh", { "-c", row.first });
+            QVERIFY(shell.waitForFinished());
+            CryptoUtils::RSACipher cipher(1024);
+            QVERIFY(cipher.encrypt("text").isNull());
+            QVERIFY2(cipher.setPublicKey(shell.readAllStandardOutput()) == row.second, qPrintable(row.first));
+            QCOMPARE(cipher.encrypt("text").size() >= 128, row.second);
+        }
     }
 
-    void judgesTheHandshake_data()
-    {
-        QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<int>("error");
-        QTest::addColumn<QString>("message");
-        const auto row = [](const QByteArray& body, Secured::Error error, const char* message) {
-            QTest::newRow(body.left(60)) << body << int(error) << message;
-        };
-        row("", Secured::SECURED_PROTOCOL_ERROR_LAMBDA, "Null response!!");
-        row("{", Secured::SECURED_PROTOCOL_ERROR_LAMBDA, "Couldn't parse response!!\n");
-        row(QByteArray(1 << 20, '['), Secured::SECURED_PROTOCOL_ERROR_LAMBDA, "Couldn't parse response!!\n");
-        row("[]", Secured::SECURED_PROTOCOL_ERROR_LAMBDA, "Wrong json format");
-        row(json("{'success':'true','data':{}}"), Secured::SECURED_PROTOCOL_ERROR_LAMBDA, "Wrong json format");
-        row(json("{'success':true}"), Secured::SECURED_PROTOCOL_ERROR_LAMBDA, "Wrong json format");
-        row(json("{'success':false,'data':{'upload_max_filesize':1}}"), Secured::SECURED_PROTOCOL_ERROR_LAMBDA,
-            "request rejected by server");
-        row(json("{'success':false,'data':'upload_max_filesize!'}"), Secured::SECURED_PROTOCOL_ERROR_UPLOAD,
-            "upload_max_filesize");
-        row(json("{'success':true,'data':{'pubkey':1}}"), Secured::PUBLIC_KEY_ERROR, "");
-    }
     void judgesTheHandshake()
     {
-        QFETCH(QByteArray, body);
-        ScriptedServer server(page(body));
+        const auto rejection = Secured::SECURED_PROTOCOL_ERROR_LAMBDA;
+        const std::vector<Case> cases { { "", rejection, "Null response!!" },
+            { "{", rejection, "Couldn't parse response!!\n" },
+            { QByteArray(1 << 20, '['), rejection, "Couldn't parse response!!\n" },
+            { "[]", rejection, "Wrong json format" },
+            { "{'success':'true','data':{}}", rejection, "Wrong json format" },
+            { "{'success':true}", rejection, "Wrong json format" },
+            { "{'success':false,'data':{'upload_max_filesize':1}}", rejection, "request rejected by server" },
+            { "{'success':false,'data':'upload_max_filesize!'}", Secured::SECURED_PROTOCOL_ERROR_UPLOAD,
+                "upload_max_filesize" },
+            { "{'success':true,'data':{'pubkey':1}}", Secured::PUBLIC_KEY_ERROR, "" } };
         SecuredHTTPCurl client;
-        QVERIFY(!client.handshake(server.url()));
-        QVERIFY(client.response().isEmpty());
-        QCOMPARE(client.error().typeName(), QString("SecuredHTTPCurl::Error"));
-        QVERIFY(client.error().location().contains("SecuredHTTPCurl:"));
-        QTEST(client.error().value(), "error");
-        QTEST(client.errorMessage(), "message");
-        QVERIFY(server.requests().at(0).contains("get_pubkey"));
-        QVERIFY(!client.postForm(server.url(), { { "secret", 1 } })); // encrypted again
-        QVERIFY(!server.requests().last().contains("secret"));
+        for (const auto& [body, error, message] : cases) {
+            ScriptedServer server(page(json(body)));
+            QVERIFY2(!client.handshake(server.url()), body.left(60));
+            QVERIFY(client.response().isEmpty());
+            QCOMPARE(client.error(), ErrorableCode::of(error));
+            QVERIFY(client.error().location().contains("SecuredHTTPCurl:"));
+            QCOMPARE(client.errorMessage(), message);
+            QVERIFY(server.requests().at(0).contains("get_pubkey"));
+            QVERIFY(!client.postForm(server.url(), { { "secret", 1 } })); // encrypted again
+            QVERIFY(!server.requests().last().contains("secret"));
+        }
         QVERIFY(!client.handshake(QString()));
         QCOMPARE(client.error(), ErrorableCode::of(HTTPCurl::EMPTY_URL));
         client.setCryptedMode(false);
         QVERIFY(client.handshake(QString()));
     }
 
-    void judgesReplies_data()
-    {
-        QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<int>("error");
-        QTest::addColumn<QString>("message"); // %1 stands for the body
-        const auto row = [](const QByteArray& body, Secured::Error error, const char* message) {
-            QTest::newRow(body) << body << int(error) << message;
-        };
-        row(json("{'success':false}"), Secured::SECURED_PROTOCOL_ERROR_LAMBDA, "ERROR : %1");
-        row(json("{'success':false,'data':{'error_message':'#NO_SESSION# '}}"), Secured::SECURED_PROTOCOL_ERROR_LAMBDA,
-            "ERROR : %1");
-        row(json("{'success':true,'data':{}}"), Secured::CRYPTO_FORMAT, "Crypto WRONG FORMAT");
-        row("", Secured::CRYPTO_FORMAT, "Crypto WRONG FORMAT");
-        row(QByteArray("long enough to be a cipher, with a NUL: \0 and more", 49), Secured::CRYPTO_FORMAT,
-            "Crypto WRONG FORMAT");
-    }
     void judgesReplies()
     {
-        QFETCH(QByteArray, body);
-        QFETCH(QString, message);
-        if (!message.contains("%1")) {
-            const QByteArray logged = message.toUtf8() + "\nLOG:" + QByteArray(body).replace('\0', "\\x00");
-            QTest::ignoreMessage(QtDebugMsg, logged.constData());
+        const auto rejection = Secured::SECURED_PROTOCOL_ERROR_LAMBDA;
+        const QString format = "Crypto WRONG FORMAT";
+        const std::vector<Case> cases { { "{'success':false}", rejection, "" },
+            { "{'success':false,'data':{'error_message':'#NO_SESSION# '}}", rejection, "" },
+            { "{'success':true,'data':{}}", Secured::CRYPTO_FORMAT, format }, { "", Secured::CRYPTO_FORMAT, format },
+            { { "long enough to be a cipher, with a NUL: \0 and more", 49 }, Secured::CRYPTO_FORMAT, format } };
+        for (const auto& [text, error, message] : cases) {
+            const QByteArray body = json(text);
+            if (!message.isEmpty()) {
+                const QByteArray logged = message.toUtf8() + "\nLOG:" + QByteArray(body).replace('\0', "\\x00");
+                QTest::ignoreMessage(QtDebugMsg, logged.constData());
+            }
+            ScriptedServer server(page(body));
+            SecuredHTTPCurl client;
+            QVERIFY2(!client.postForm(server.url(), {}, "file", true), body);
+            QCOMPARE(client.error(), ErrorableCode::of(error));
+            QCOMPARE(client.errorMessage(), message.isEmpty() ? "ERROR : " + body : message);
+            QCOMPARE(client.response() + client.binaryResponse(), QByteArray());
+            QCOMPARE(server.requests().size(), 1);
         }
-        ScriptedServer server(page(body));
-        SecuredHTTPCurl client;
-        QVERIFY(!client.postForm(server.url(), {}, "file", true));
-        QTEST(client.error().value(), "error");
-        QCOMPARE(client.errorMessage(), message.replace("%1", body));
-        QCOMPARE(client.response() + client.binaryResponse(), QByteArray());
-        QCOMPARE(server.requests().size(), 1);
     }
 
     void recoversFromALostSessionOnce()
