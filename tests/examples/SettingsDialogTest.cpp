@@ -18,22 +18,21 @@ private Q_SLOTS:
             QTest::keyClicks(dialog.findChild<QLineEdit*>(field), text);
         };
         const auto complaints = [&dialog] {
-            QStringList texts;
+            QString texts;
             for (const QLabel* label : dialog.findChildren<QLabel*>()) {
-                texts << (label->isVisible() && !label->styleSheet().isEmpty() ? QStringList(label->text())
-                                                                               : QStringList());
+                texts += label->isVisible() && !label->styleSheet().isEmpty() ? label->text() : "";
             }
             return texts;
         };
         QCOMPARE(dialog.findChild<QLineEdit*>("port")->placeholderText(), QString("21"));
         QVERIFY(!dialog.saveFile(path));
-        QCOMPARE(complaints(), QStringList("Host is empty"));
+        QCOMPARE(complaints(), QString("Host is empty"));
         type("host", "sftp.example.org ");
-        QCOMPARE(complaints(), QStringList());
+        QCOMPARE(complaints(), QString());
         type("user", "anna");
         QVERIFY(!dialog.saveFile(path));
         QVERIFY(!QFile::exists(path));
-        QCOMPARE(complaints(), QStringList("Password is empty"));
+        QCOMPARE(complaints(), QString("Password is empty"));
         type("pwd", "secret");
         type("port", "2222x");
         type("ftp_folder", "www");
