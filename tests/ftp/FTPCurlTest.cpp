@@ -32,53 +32,37 @@ class FTPCurlTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void namesPaths_data()
-    {
-        QTest::addColumn<int>("protocol");
-        QTest::addColumn<QString>("folder");
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<QString>("canonical");
-        QTest::addColumn<QString>("relative");
-        const auto row
-            = [](const char* name, int protocol, const char* folder, const char* path, const char* canonical,
-                  const char* relative) { QTest::newRow(name) << protocol << folder << path << canonical << relative; };
-        row("a file", 1, "www", "index.html", "/./www/index.html", "www/index.html");
-        row("a directory", 1, "www", "img/", "/./www/img/", "www/img/");
-        row("an absolute path", 1, "www", "/abs/x", "/./abs/x", "abs/x");
-        row("nothing", 1, "www", "", "", "");
-        row("nothing, over SFTP", 8, "www", "", "/", "");
-        row("over SFTP", 8, "www", "index.html", "//./www/index.html", "www/index.html");
-        row("without a folder", 4, "", "a/", "/./a/", "a/");
-        row("many slashes", 2, "/www//", "a///b", "/./www/a/b", "www/a/b");
-        row("many slashes at the end", 1, "www", "a//", "/./www/a/", "www/a/");
-        row("the root", 1, "www", "/", "/./", "");
-        row("a canonical path", 1, "www", "/./www/a", "/./www/a", "www/a");
-        row("the same, over SFTP", 8, "www", "//./www/a/", "//./www/a/", "www/a/");
-        row("characters of URLs", 1, "w%41", "a#b?c%20;d", "/./w%41/a#b?c%20;d", "w%41/a#b?c%20;d");
-    }
     void namesPaths()
     {
-        QFETCH(int, protocol);
-        QFETCH(QString, folder);
-        QFETCH(QString, path);
-        FTPCurl ftp;
-        QVERIFY(ftp.initHost(FtpTarget(protocol, 2121, folder)));
-        const QUrl url = ftp.generateUrl(path);
-        QTEST(url.path(QUrl::FullyDecoded), "canonical");
-        QTEST(ftp.canonicalizedFilePath(path), "canonical");
-        QTEST(ftp.canonicalizedRelativeFilePath(path), "relative");
-        QCOMPARE(url.scheme(), QString(protocol == 8 ? "sftp" : protocol == 4 ? "ftps" : "ftp"));
-        QCOMPARE(url.password(QUrl::FullyDecoded), QString("p@ss: w/rd%1"));
-        QVERIFY(url.port() == 2121 && url.userName() == "perf");
+        const QMap<QString, int> protocols { { "ftp", FTPSettings::FTP }, { "ftps", FTPSettings::FTPS_IMPLICIT },
+            { "sftp", FTPSettings::SFTP } };
+        // A scheme, the folder of the settings, a path, and its canonical and relative forms.
+        const QList<QStringList> cases { { "ftp", "www", "index.html", "/./www/index.html", "www/index.html" },
+            { "ftp", "www", "img/", "/./www/img/", "www/img/" }, { "ftp", "www", "/abs/x", "/./abs/x", "abs/x" },
+            { "ftp", "www", "", "", "" }, { "sftp", "www", "", "/", "" },
+            { "sftp", "www", "index.html", "//./www/index.html", "www/index.html" },
+            { "ftps", "", "a/", "/./a/", "a/" }, { "ftp", "/www//", "a///b", "/./www/a/b", "www/a/b" },
+            { "ftp", "www", "a//", "/./www/a/", "www/a/" }, { "ftp", "www", "/", "/./", "" },
+            { "ftp", "www", "/./www/a", "/./www/a", "www/a" }, { "sftp", "www", "//./www/a/", "//./www/a/", "www/a/" },
+            { "ftp", "w%41", "a#b?c%20;d", "/./w%41/a#b?c%20;d", "w%41/a#b?c%20;d" } };
+        for (const QStringList& row : cases) {
+            FTPCurl ftp;
+            QVERIFY(ftp.initHost(FtpTarget(protocols[row.at(0)], 2121, row.at(1))));
+            const QString path = row.at(2);
+            const QUrl url = ftp.generateUrl(path);
+            const QString canonical = ftp.canonicalizedFilePath(path);
+            QCOMPARE(QStringList({ url.scheme(), row.at(1), path, canonical, ftp.canonicalizedRelativeFilePath(path) }),
+                row);
+            QCOMPARE(url.path(QUrl::FullyDecoded), canonical);
+            QCOMPARE(url.password(QUrl::FullyDecoded), QString("p@ss: w/rd%1"));
+            QCOMPARE(url.authority().remove(QRegularExpression(":.*@")), QString("perf127.0.0.1:2121"));
+        }
     }
 
     void refusesWithAReason_data()
     {
         QTest::addColumn<Operation>("operation");
-        QTest::addColumn<QString>("message");
-        const auto row = [](const char* message, const Operation& operation) {
-            QTest::newRow(message) << operation << QString::fromUtf8(message);
-        };
+        const auto row = [](const char* message, const Operation& operation) { QTest::newRow(message) << operation; };
         const QString source = fileWith("x");
         row("resourceExists: resource is empty",
             [](FTPCurl& ftp) { return ftp.resourceExists("", *std::make_unique<bool>()); });
@@ -99,20 +83,11 @@ private Q_SLOTS:
         row("setStallTimeOut: -1 is not between 0 and 86400", FTP(setStallTimeOut(-1)));
         row("setNameEncoding: 2 is no encoding", FTP(setNameEncoding(static_cast<FTPCurl::NameEncoding>(2))));
         row("initHost: port 65536 is above 65535", FTP(initHost(FtpTarget(FTPSettings::FTP, 65536))));
-        const auto odd = [](const char* name, const Operation& operation) {
-            QTest::newRow(name) << operation << QString("%1: the path holds a control character").arg(name);
-        };
-        odd("resourceExists", [](FTPCurl& ftp) { return ftp.resourceExists("a\nDELE b", *std::make_unique<bool>()); });
-        odd("list", [](FTPCurl& ftp) { return ftp.list("a\r\nDELE b", *std::make_unique<VirtualFileList>()); });
-        odd("createDirectory", FTP(createDirectoryIfNecessary("a\nb/c")));
-        odd("internal_mkdir", FTP(internal_mkdir("a\rb")));
-        odd("internal_chmod", FTP(internal_chmod("a\tb", 0644)));
-        odd("removeResource", FTP(removeResource(QString("a") + QChar(0) + "b")));
-        odd("removeSimpleResource", FTP(removeSimpleResource("a\nb", false)));
-        odd("putData", FTP(putData("x", "a\nb", true)));
-        odd("putFile", FTP(putFile(source, "a\nb", true)));
-        odd("putDataFromIoDevice", FTP(putDataFromIoDevice(nullptr, "", "a\nb")));
-        odd("getFile", FTP(getFile("a\nb", source)));
+        row("list: the path holds a control character",
+            [](FTPCurl& ftp) { return ftp.list("a\tb", *std::make_unique<VirtualFileList>()); });
+        row("createDirectory: the path holds a control character", FTP(createDirectoryIfNecessary("a\nb/c")));
+        row("internal_mkdir: the path holds a control character", FTP(internal_mkdir("a\r\nDELE b")));
+        row("getFile: the path holds a control character", FTP(getFile(QString("a") + QChar(0) + "b", source)));
     }
     void refusesWithAReason()
     {
@@ -121,7 +96,7 @@ private Q_SLOTS:
         QVERIFY(!operation(session.ftp));
         QCOMPARE(session.ftp.error(), ErrorableCode::of(FTPCurl::FUNC_PARAM_ERROR));
         QVERIFY(session.ftp.error().location().startsWith("FTPCurl:"));
-        QTEST(session.ftp.errorMessage(), "message");
+        QCOMPARE(session.ftp.errorMessage(), QString(QTest::currentDataTag()));
         QVERIFY(session.server.commands().isEmpty());
     }
 
@@ -129,7 +104,8 @@ private Q_SLOTS:
     {
         FTPCurl ftp;
         QByteArray data = "x";
-        QVERIFY(!ftp.getData("a", data) && data.isEmpty());
+        QVERIFY(!ftp.getData("a", data));
+        QCOMPARE(data, QByteArray());
         QCOMPARE(ftp.error(), ErrorableCode::of(FTPCurl::NOT_INITIALIZED));
         QCOMPARE(ftp.error().name(), QString("Error::NOT_INITIALIZED"));
         VFSCurlData request { VFSCurlData::Plain, &ftp, nullptr, QTime::currentTime(), ftp.generateUrl("a") };
@@ -139,14 +115,15 @@ private Q_SLOTS:
         ftp.close(); // does nothing
         QVERIFY(ftp.hasError());
         for (const int type : { -1, 7 }) {
-            ftp.initHost(FtpTarget(1, 1));
+            ftp.initHost(FtpTarget(FTPSettings::FTP, 1));
             request.type = type;
             QCOMPARE(performCurlRequest(request), -1);
         }
         Thread interrupted;
         interrupted.requestInterruption();
         interrupted.addThreadableChild(&ftp);
-        QVERIFY(!ftp.initHost(FtpTarget(1, 1)) && !ftp.isValid());
+        QVERIFY(!ftp.initHost(FtpTarget(FTPSettings::FTP, 1)));
+        QVERIFY(!ftp.isValid());
         QVERIFY(ftp.curlhandle());
     }
 
@@ -159,45 +136,40 @@ private Q_SLOTS:
         QCOMPARE(FTPCurl::progress(nullptr, 0, 0, 1, 1), 0);
     }
 
-    void endsTheProcessForAnUnknownProtocol_data()
-    {
-        QTest::addColumn<Operation>("operation");
-        QTest::newRow("bool FTPCurl::list(const QString &, VirtualFileList &)") << listing;
-        QTest::newRow("bool FTPCurl::internal_mkdir(const QString &)") << FTP(internal_mkdir("a"));
-        QTest::newRow("bool FTPCurl::internal_chmod(const QString &, int)") << FTP(internal_chmod("a", 1));
-        QTest::newRow("bool FTPCurl::removeSimpleResource(const QString &, bool)")
-            << FTP(removeSimpleResource("a", true));
-    }
     void endsTheProcessForAnUnknownProtocol()
     {
-        QFETCH(Operation, operation);
-        QFile messages(fileWith(""));
-        messages.open(QIODevice::ReadWrite);
-        const pid_t child = fork();
-        if (child == 0) {
-            dup2(messages.handle(), STDERR_FILENO);
-            qInstallMessageHandler(nullptr);
-            FTPCurl ftp;
-            ftp.initHost(FtpTarget(3, 1));
-            operation(ftp);
-            _exit(0);
+        const std::map<QByteArray, Operation> cases { { "list(const QString &, VirtualFileList &)", listing },
+            { "internal_mkdir(const QString &)", FTP(internal_mkdir("a")) },
+            { "internal_chmod(const QString &, int)", FTP(internal_chmod("a", 1)) },
+            { "removeSimpleResource(const QString &, bool)", FTP(removeSimpleResource("a", true)) } };
+        for (const auto& [function, operation] : cases) {
+            QFile messages(fileWith(""));
+            messages.open(QIODevice::ReadWrite);
+            const pid_t child = fork();
+            if (child == 0) {
+                dup2(messages.handle(), STDERR_FILENO);
+                qInstallMessageHandler(nullptr);
+                FTPCurl ftp;
+                ftp.initHost(FtpTarget(3, 1));
+                operation(ftp);
+                _exit(0);
+            }
+            int status = 0;
+            waitpid(child, &status, 0);
+            messages.seek(0);
+            QCOMPARE(WIFSIGNALED(status) ? WTERMSIG(status) : 0, SIGABRT);
+            QCOMPARE(messages.readAll().trimmed(), "bool FTPCurl::" + function + ": Unknown protocol");
         }
-        int status = 0;
-        waitpid(child, &status, 0);
-        messages.seek(0);
-        QVERIFY(WIFSIGNALED(status) && WTERMSIG(status) == SIGABRT);
-        QCOMPARE(messages.readAll().trimmed(), QByteArray(QTest::currentDataTag()) + ": Unknown protocol");
     }
 
     void converses_data()
     {
         QTest::addColumn<Operation>("operation");
         QTest::addColumn<QByteArrayList>("refused");
-        QTest::addColumn<QString>("commands");
-        QTest::addColumn<QString>("outcome"); // a message, or "ok"
+        QTest::addColumn<QStringList>("told"); // commands, and a message or "ok"
         const auto row = [](const char* name, const Operation& operation, const QByteArrayList& refused,
                              const QString& commands, const QString& outcome = "ok") {
-            QTest::newRow(name) << operation << refused << commands << outcome;
+            QTest::newRow(name) << operation << refused << QStringList { commands, outcome };
         };
         const auto failure = [](const QString& context, CURLcode code) {
             return context + "  CURL error : " + curl_easy_strerror(code) + QString(" (%1)").arg(int(code));
@@ -245,8 +217,8 @@ private Q_SLOTS:
         };
         Session session(play, "www");
         const bool success = operation(session.ftp);
-        QTEST(QString::fromUtf8(session.server.commands().join('|')), "commands");
-        QTEST(success ? "ok" : session.ftp.errorMessage(), "outcome");
+        const QString outcome = success ? "ok" : session.ftp.errorMessage();
+        QTEST(QStringList({ session.server.commands().join('|'), outcome }), "told");
         QCOMPARE(success, !session.ftp.hasError());
     }
 
@@ -422,7 +394,7 @@ private Q_SLOTS:
         ScriptedFtpServer server(play);
         FTPCurl ftp;
         const auto session = [&](const QString& host) {
-            ftp.initHost(FtpTarget(1, server.port()).at(host));
+            ftp.initHost(FtpTarget(FTPSettings::FTP, server.port()).at(host));
             const QByteArray loopback = "::127.0.0.1:" + QByteArray::number(server.port());
             connectTo.reset(curl_slist_append(nullptr, loopback.constData()));
             curl_easy_setopt(ftp.curlhandle(), CURLOPT_CONNECT_TO, connectTo.get());
@@ -435,7 +407,8 @@ private Q_SLOTS:
         session("www.FTPPerso.provider.example");
         QVERIFY2(ftp.putDataFromIoDevice(&device, "x", "a"), qPrintable(ftp.errorMessage()));
         // It takes an unreadable file for an empty one.
-        QVERIFY(!ftp.putFile("/no/such", "a", false) && server.uploaded().isEmpty());
+        QVERIFY(!ftp.putFile("/no/such", "a", false));
+        QCOMPARE(server.uploaded(), QByteArray());
         QVERIFY(ftp.errorMessage().startsWith("Can't putData to /./a"));
     }
 

@@ -61,20 +61,15 @@ private Q_SLOTS:
     void isInterruptedAtOnce_data()
     {
         QTest::addColumn<Operation>("operation");
-        QTest::addColumn<QByteArray>("silentAt");
-        const auto row = [](const QByteArray& silentAt, const char* name, const Operation& operation) {
-            QTest::newRow(name + (" at " + silentAt)) << operation << silentAt;
-        };
-        row("after STOR", "put", uploads);
-        row("after LIST", "remove", removes);
-        row("endless RETR", "get", downloads);
-        row("endless LIST", "list", lists);
-        row("CHMOD", "chmod", FTP(internal_chmod("a", 0644)));
+        QTest::newRow("after STOR") << uploads;
+        QTest::newRow("endless RETR") << downloads;
+        QTest::newRow("endless LIST") << lists;
+        QTest::newRow("CHMOD") << FTP(internal_chmod("a", 0644));
     }
     void isInterruptedAtOnce()
     {
         QFETCH(Operation, operation);
-        QFETCH(QByteArray, silentAt);
+        const QByteArray silentAt = QTest::currentDataTag();
         const QByteArray verb = silentAt.split(' ').last();
         std::promise<void> isThere;
         FtpPlay play;
@@ -91,7 +86,7 @@ private Q_SLOTS:
         Thread thread;
         FTPCurl ftp;
         thread.addThreadableChild(&ftp);
-        QVERIFY(ftp.initHost(FtpTarget(1, server.port())));
+        QVERIFY(ftp.initHost(FtpTarget(FTPSettings::FTP, server.port())));
         Interrupter interrupter(thread, isThere.get_future());
         const bool success = operation(ftp);
         const qint64 elapsed = interrupter.elapsed();
@@ -124,72 +119,50 @@ private Q_SLOTS:
         QVERIFY(ftp.initHost(FtpTarget(FTPSettings::FTP, 1)));
     }
 
-    void goesOnAfterAFault_data()
-    {
-        QTest::addColumn<Operation>("operation");
-        QTest::addColumn<QByteArray>("at");
-        QTest::addColumn<QByteArray>("reply");
-        const auto row = [](const QByteArray& at, const QByteArray& reply, const Operation& operation) {
-            QTest::newRow(at + ": " + reply) << operation << at << reply;
-        };
-        row("PASS", "530 not you", lists);
-        row("after RETR", "451 disk", downloads);
-        row("after LIST", "421 time is up", lists);
-        row("PASV", "227 nonsense", downloads);
-        row("MKD", "999 nonsense", makes);
-        row("MKD", "nonsense", makes);
-        row("PASV", "421 idle for too long", downloads);
-    }
     void goesOnAfterAFault()
     {
-        QFETCH(Operation, operation);
-        QFETCH(QByteArray, at);
-        QFETCH(QByteArray, reply);
-        // The first connection plays the fault, the next one does not.
-        FtpPlay play;
-        std::atomic<int> faults { 1 };
-        play.replies = { { at, reply } };
-        play.isDue = [&] { return faults-- > 0; };
-        play.listing = [](const QByteArray&) { return "-rw-r--r-- 1 a b 1 Jan 1 2020 one\r\n"; };
-        play.content = "content";
-        Session session(play);
-        curl_easy_setopt(session.ftp.curlhandle(), CURLOPT_TIMEOUT_MS, 800L);
-        operation(session.ftp);
-        QByteArray data;
-        QVERIFY2(session.ftp.getData("dir/a", data), qPrintable(session.ftp.errorMessage()));
-        QCOMPARE(data, QByteArray("content"));
+        const std::vector<std::tuple<QByteArray, QByteArray, Operation>> cases { { "PASS", "530 not you", lists },
+            { "after RETR", "451 disk", downloads }, { "after LIST", "421 time is up", lists },
+            { "PASV", "227 nonsense", downloads }, { "MKD", "999 nonsense", makes }, { "MKD", "nonsense", makes },
+            { "PASV", "421 idle for too long", downloads } };
+        for (const auto& [at, reply, operation] : cases) {
+            // The first connection plays the fault, the next one does not.
+            FtpPlay play;
+            std::atomic<int> faults { 1 };
+            play.replies = { { at, reply } };
+            play.isDue = [&] { return faults-- > 0; };
+            play.listing = [](const QByteArray&) { return "-rw-r--r-- 1 a b 1 Jan 1 2020 one\r\n"; };
+            play.content = "content";
+            Session session(play);
+            curl_easy_setopt(session.ftp.curlhandle(), CURLOPT_TIMEOUT_MS, 800L);
+            operation(session.ftp);
+            QByteArray data;
+            QVERIFY2(session.ftp.getData("dir/a", data), at + ": " + reply);
+            QCOMPARE(data, QByteArray("content"));
+        }
     }
 
-    void partsFromASilentServer_data()
-    {
-        QTest::addColumn<QByteArray>("silentAt");
-        QTest::newRow("at QUIT") << QByteArray("QUIT");
-        QTest::newRow("after an upload") << QByteArray("after STOR");
-        QTest::newRow("after a command") << QByteArray("MKD");
-    }
     void partsFromASilentServer()
     {
-        QFETCH(QByteArray, silentAt);
-        FtpPlay play;
-        play.replies = { { silentAt, FtpPlay::SILENCE } };
-        ScriptedFtpServer server(play);
-        const FtpTarget target(1, server.port());
-        QElapsedTimer parting;
-        auto ftp = std::make_unique<FTPCurl>();
-        const auto talk = [&] {
-            ftp->initHost(target);
-            curl_easy_setopt(ftp->curlhandle(), CURLOPT_TIMEOUT_MS, 200L);
-            silentAt == "MKD" ? makes(*ftp) : uploads(*ftp);
-            parting.start();
-        };
-        talk();
-        QVERIFY(ftp->initHost(target) && parting.elapsed() < 300);
-        talk();
-        ftp->close();
-        QVERIFY(parting.elapsed() < 300);
-        talk();
-        ftp.reset();
-        QVERIFY2(parting.elapsed() < 300, qPrintable(QString::number(parting.elapsed())));
+        const std::map<QByteArray, Operation> talks { { "QUIT", uploads }, { "after STOR", uploads },
+            { "MKD", makes } };
+        for (const auto& [silentAt, talk] : talks) {
+            FtpPlay play;
+            play.replies = { { silentAt, FtpPlay::SILENCE } };
+            ScriptedFtpServer server(play);
+            auto ftp = std::make_unique<FTPCurl>();
+            const QList<std::function<void()>> partings { [&] { ftp->initHost(FtpTarget(FTPSettings::FTP, 1)); },
+                [&] { ftp->close(); }, [&] { ftp.reset(); } };
+            for (const auto& part : partings) {
+                ftp->initHost(FtpTarget(FTPSettings::FTP, server.port()));
+                curl_easy_setopt(ftp->curlhandle(), CURLOPT_TIMEOUT_MS, 200L);
+                talk(*ftp);
+                QElapsedTimer sinceParting;
+                sinceParting.start();
+                part();
+                QVERIFY2(sinceParting.elapsed() < 300, silentAt);
+            }
+        }
     }
 };
 
