@@ -5,12 +5,7 @@
 #include <cstdlib>
 #include <vector>
 
-static void require(bool condition)
-{
-    if (!condition) {
-        std::abort();
-    }
-}
+static const auto require = [](bool condition) { condition ? void() : std::abort(); };
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, size_t size)
 {

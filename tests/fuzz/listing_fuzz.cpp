@@ -6,12 +6,7 @@
 
 #include <cstdlib>
 
-static void require(bool condition)
-{
-    if (!condition) {
-        std::abort();
-    }
-}
+static const auto require = [](bool condition) { condition ? void() : std::abort(); };
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, size_t size)
 {
