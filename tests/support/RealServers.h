@@ -3,7 +3,6 @@
 #include <QCoreApplication>
 #include <QMap>
 #include <QProcess>
-#include <QRegularExpression>
 #include <QTemporaryDir>
 
 /// Servers on loopback, in a temporary folder, for the lifetime of the object.
@@ -63,11 +62,8 @@ private:
         if (!process.waitForFinished() || process.exitCode() != 0) {
             qFatal("servers: %s", process.readAllStandardError().constData());
         }
-        static const QRegularExpression line("(\\w+)='(.*)'\n");
-        auto lines = line.globalMatch(process.readAllStandardOutput());
-        while (lines.hasNext()) {
-            const QRegularExpressionMatch match = lines.next();
-            mPrinted.insert(match.captured(1), match.captured(2));
+        for (const QString& line : QString(process.readAllStandardOutput()).split('\n')) {
+            mPrinted.insert(line.section('=', 0, 0), line.section('\'', 1, 1));
         }
     }
 

@@ -90,22 +90,14 @@ bool ScriptedFtpServer::transfer(QTcpSocket& control, QTcpServer& dataServer, co
         return false;
     }
     const std::unique_ptr<QTcpSocket> data(dataServer.nextPendingConnection());
-    verb == "STOR" ? receive(*data) : send(*data, outgoing(verb));
+    const QByteArray outgoing = verb == "LIST" ? mPlay.listing(mDirectory) : mPlay.content;
+    if (verb == "STOR") {
+        receive(*data);
+    } else {
+        while (mServer.send(*data, outgoing) && mPlay.isEndless) { }
+    }
     mServer.endConnection(*data);
     return say(control, replyTo("after " + verb, "226 done"));
-}
-
-QByteArray ScriptedFtpServer::outgoing(const QByteArray& verb) const
-{
-    if (verb == "RETR") {
-        return mPlay.content;
-    }
-    return mPlay.listing ? mPlay.listing(mDirectory) : QByteArray();
-}
-
-void ScriptedFtpServer::send(QTcpSocket& data, const QByteArray& bytes)
-{
-    while (mServer.send(data, bytes) && mPlay.isEndless) { }
 }
 
 void ScriptedFtpServer::receive(QTcpSocket& data)

@@ -18,7 +18,8 @@ struct FtpPlay
     QMap<QByteArray, QByteArray> replies;
     /// Tells whether such a reply is due, else the usual one is given; always, without a function.
     std::function<bool()> isDue;
-    std::function<QByteArray(const QByteArray& directory)> listing; ///< what LIST sends
+    /// What LIST sends.
+    std::function<QByteArray(const QByteArray& directory)> listing = [](const QByteArray&) { return QByteArray(); };
     QByteArray content; ///< what RETR sends
     bool isEndless = false; ///< LIST and RETR send theirs again and again, until the client has gone
     std::function<void(const QByteArray& command)> onCommand; ///< called on the server's thread before the reply
@@ -41,8 +42,6 @@ private:
     QByteArray replyTo(const QByteArray& key, const QByteArray& usual) const;
     bool say(QTcpSocket& control, const QByteArray& reply);
     bool transfer(QTcpSocket& control, QTcpServer& dataServer, const QByteArray& verb);
-    QByteArray outgoing(const QByteArray& verb) const;
-    void send(QTcpSocket& data, const QByteArray& bytes);
     void receive(QTcpSocket& data);
 
     FtpPlay mPlay;
