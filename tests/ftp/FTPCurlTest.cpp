@@ -228,12 +228,15 @@ private Q_SLOTS:
         play.replies = { { "SIZE", "550 no" }, { "MDTM", "550 no" }, { "STOR refused", "550 no" } };
         Session session(play);
         bool exists = true;
-        QVERIFY(session.ftp.resourceExists("a", exists) && !exists);
+        QVERIFY(session.ftp.resourceExists("a", exists));
+        QVERIFY(!exists);
         const int asked = session.server.commands().size();
-        QVERIFY(session.ftp.resourceExists("/./a/", exists) && !exists);
+        QVERIFY(session.ftp.resourceExists("/./a/", exists));
+        QVERIFY(!exists);
         QCOMPARE(session.server.commands().size(), asked);
         QVERIFY(session.ftp.putData("x", "a", false));
-        QVERIFY(session.ftp.resourceExists("a", exists) && exists);
+        QVERIFY(session.ftp.resourceExists("a", exists));
+        QVERIFY(exists);
         QVERIFY(!session.ftp.putData("x", "refused", false));
         QCOMPARE(session.ftp.existingResourceCacheValue("refused"), -1);
         session.ftp.initHost(FtpTarget(1, session.server.port()));
@@ -243,7 +246,8 @@ private Q_SLOTS:
         play.replies = { { "SIZE", "500 what" }, { "MDTM", "500 what" } };
         ScriptedFtpServer ignorant(play);
         session.ftp.initHost(FtpTarget(1, ignorant.port()));
-        QVERIFY(session.ftp.resourceExists("anything", exists) && exists); // the server cannot tell
+        QVERIFY(session.ftp.resourceExists("anything", exists));
+        QVERIFY(exists); // the server cannot tell
     }
 
     void signalsUploadsAndNothingElse()
@@ -255,9 +259,12 @@ private Q_SLOTS:
         const QSignalSpy amounts(&session.ftp, &FTPCurl::uploadProgress);
         const QSignalSpy lines(&session.ftp, &FTPCurl::infoServer);
         QByteArray data;
-        QVERIFY(session.ftp.putData("", "empty", false) && session.ftp.getData("a", data));
-        QVERIFY(data == play.content && session.server.uploaded().isEmpty());
-        QVERIFY(signalled.isEmpty() && lines.first().first() == "220 scripted");
+        QVERIFY(session.ftp.putData("", "empty", false));
+        QVERIFY(session.ftp.getData("a", data));
+        QCOMPARE(data, play.content);
+        QVERIFY(session.server.uploaded().isEmpty());
+        QVERIFY(signalled.isEmpty());
+        QCOMPARE(lines.first().first().toString(), QString("220 scripted"));
         QBuffer source(&play.content);
         VFSCurlData request { VFSCurlData::Upload, &session.ftp, &source, QTime::currentTime(),
             session.ftp.generateUrl("a") };
@@ -265,7 +272,8 @@ private Q_SLOTS:
         QCOMPARE(FTPCurl::progress(&request, 0, 0, 9, 4), 0);
         QCOMPARE(FTPCurl::progress(&request, 0, 0, 9, 8), 0); // too soon
         QCOMPARE(signalled.size(), 1);
-        QVERIFY(signalled.first().at(1) == 4 && signalled.first().at(2) == 9);
+        QCOMPARE(signalled.first().at(1).toInt(), 4);
+        QCOMPARE(signalled.first().at(2).toInt(), 9);
         QCOMPARE(amounts.value(0), QVariantList({ 4, 9 }));
     }
 
@@ -316,7 +324,8 @@ private Q_SLOTS:
         Session session;
         QBuffer rest;
         rest.setData("content");
-        QVERIFY(rest.open(QIODevice::ReadOnly) && rest.seek(3));
+        QVERIFY(rest.open(QIODevice::ReadOnly));
+        QVERIFY(rest.seek(3));
         QVERIFY(session.ftp.putDataFromIoDevice(&rest, "memory", "a"));
         QCOMPARE(session.server.uploaded(), QByteArray("tent"));
         QFile missing("/no/such");
@@ -325,7 +334,8 @@ private Q_SLOTS:
         QVERIFY(!session.ftp.putDataFromIoDevice(nullptr, "none", "a"));
         QFile sink(fileWith(""));
         sink.open(QIODevice::WriteOnly);
-        QVERIFY(!session.ftp.putDataFromIoDevice(&sink, "a sink", "a") && !sink.isOpen());
+        QVERIFY(!session.ftp.putDataFromIoDevice(&sink, "a sink", "a"));
+        QVERIFY(!sink.isOpen());
         QCOMPARE(session.ftp.error(), ErrorableCode::of(CURLE_READ_ERROR));
         QCOMPARE(session.server.commands().count("STOR a"), 1);
     }
@@ -344,7 +354,8 @@ private Q_SLOTS:
         ftp.initHost(FtpTarget(1, full.port()));
         QVERIFY(ftp.getFile("a", target));
         QCOMPARE(FileUtils::readFileContent(target), QByteArray("content"));
-        QVERIFY(!ftp.getFile("a", "/dev/full") && !ftp.getFile("a", "/no/such/file"));
+        QVERIFY(!ftp.getFile("a", "/dev/full"));
+        QVERIFY(!ftp.getFile("a", "/no/such/file"));
         QCOMPARE(ftp.error(), ErrorableCode::of(CURLE_WRITE_ERROR));
     }
 
@@ -364,7 +375,8 @@ private Q_SLOTS:
         play.replies = { { at, reply } };
         Session session(play);
         curl_easy_setopt(session.ftp.curlhandle(), CURLOPT_TIMEOUT_MS, 200L);
-        QVERIFY(session.ftp.putFile(fileWith("x"), "a", false) && !session.ftp.hasError());
+        QVERIFY(session.ftp.putFile(fileWith("x"), "a", false));
+        QVERIFY(!session.ftp.hasError());
         QCOMPARE(session.ftp.existingResourceCacheValue("a"), 1);
         QVERIFY(!session.ftp.putData("x", "b", false)); // that one does not
         QCOMPARE(session.ftp.error(), ErrorableCode::of(CURLE_OPERATION_TIMEDOUT));

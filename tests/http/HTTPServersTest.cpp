@@ -24,7 +24,8 @@ private Q_SLOTS:
         HTTPCurl client;
         QByteArray data;
         for (QString url : { mServers.http("/moved/large"), mServers.https("/moved/large") }) {
-            QVERIFY(client.getData(url, data) && data == content);
+            QVERIFY(client.getData(url, data));
+            QCOMPARE(data, content);
             QCOMPARE(client.redirectedURL(), url.remove("/moved"));
         }
         QVERIFY(client.getFile(mServers.https("/large"), mFolder.filePath("large")));
@@ -91,7 +92,8 @@ private Q_SLOTS:
         const QByteArray text = reply["form"].toObject()["data_json"].toString().toUtf8();
         QCOMPARE(QJsonDocument::fromJson(text).object(), json);
         const QJsonObject received = reply["files"].toObject()["sendfile"].toObject();
-        QVERIFY(received["name"] == "photo.png" && received["sha256"] == QString(digest));
+        QCOMPARE(received["name"].toString(), QString("photo.png"));
+        QCOMPARE(received["sha256"].toString(), QString(digest));
         QCOMPARE(client.binaryResponse(), QByteArray("\0\1binary\xff", 9));
     }
 
