@@ -150,7 +150,7 @@ private Q_SLOTS:
                 dup2(messages.handle(), STDERR_FILENO);
                 qInstallMessageHandler(nullptr);
                 FTPCurl ftp;
-                ftp.initHost(FtpTarget(3, 1));
+                ftp.initHost(FtpTarget(FTPSettings::FTP | FTPSettings::FTPS_EXPLICIT, 1));
                 operation(ftp);
                 _exit(0);
             }
@@ -239,13 +239,13 @@ private Q_SLOTS:
         QVERIFY(exists);
         QVERIFY(!session.ftp.putData("x", "refused", false));
         QCOMPARE(session.ftp.existingResourceCacheValue("refused"), -1);
-        session.ftp.initHost(FtpTarget(1, session.server.port()));
+        session.ftp.initHost(FtpTarget(FTPSettings::FTP, session.server.port()));
         QCOMPARE(session.ftp.existingResourceCacheValue("a"), 1);
         QVERIFY(session.ftp.removeSimpleResource("a", false));
         QCOMPARE(session.ftp.existingResourceCacheValue("a"), 0);
         play.replies = { { "SIZE", "500 what" }, { "MDTM", "500 what" } };
         ScriptedFtpServer ignorant(play);
-        session.ftp.initHost(FtpTarget(1, ignorant.port()));
+        session.ftp.initHost(FtpTarget(FTPSettings::FTP, ignorant.port()));
         QVERIFY(session.ftp.resourceExists("anything", exists));
         QVERIFY(exists); // the server cannot tell
     }
@@ -348,10 +348,10 @@ private Q_SLOTS:
         ScriptedFtpServer full(play);
         const QString target = fileWith("as it was");
         FTPCurl ftp;
-        ftp.initHost(FtpTarget(1, empty.port()));
+        ftp.initHost(FtpTarget(FTPSettings::FTP, empty.port()));
         QVERIFY(ftp.getFile("a", target));
         QCOMPARE(FileUtils::readFileContent(target), QByteArray("as it was"));
-        ftp.initHost(FtpTarget(1, full.port()));
+        ftp.initHost(FtpTarget(FTPSettings::FTP, full.port()));
         QVERIFY(ftp.getFile("a", target));
         QCOMPARE(FileUtils::readFileContent(target), QByteArray("content"));
         QVERIFY(!ftp.getFile("a", "/dev/full"));

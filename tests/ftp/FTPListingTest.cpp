@@ -118,7 +118,7 @@ private Q_SLOTS:
         const QByteArray page = "HTTP/1.1 200 OK\r\nContent-Length: 6\r\n\r\n<html>";
         ScriptedServer proxy(ScriptedServer::replying(page));
         FTPCurl ftp;
-        ftp.initHost(FtpTarget(1, 21).at("ftp.example"));
+        ftp.initHost(FtpTarget(FTPSettings::FTP, 21).at("ftp.example"));
         curl_easy_setopt(ftp.curlhandle(), CURLOPT_PROXY, proxy.url().toUtf8().constData());
         VirtualFileList files;
         QVERIFY(ftp.list("a", files));
@@ -165,7 +165,7 @@ private Q_SLOTS:
             }
         });
         ScriptedFtpServer server(play);
-        ftp.initHost(FtpTarget(1, server.port()));
+        ftp.initHost(FtpTarget(FTPSettings::FTP, server.port()));
         thread.addThreadableChild(&ftp);
         VirtualFileList files;
         QVERIFY(!ftp.list("", files));
