@@ -11,7 +11,7 @@ QByteArray publicKeyOf(const X509* certificate)
 {
     unsigned char* bytes = nullptr;
     const int size = certificate ? i2d_X509_PUBKEY(X509_get_X509_PUBKEY(certificate), &bytes) : 0;
-    const QByteArray key(reinterpret_cast<const char*>(bytes), qMax(size, 0)); // NOLINT
+    QByteArray key(reinterpret_cast<const char*>(bytes), qMax(size, 0)); // NOLINT
     OPENSSL_free(bytes);
     return key;
 }

@@ -156,7 +156,7 @@ QByteArray DetailedListing::takeLine()
     if (end > mPosition && mListing.at(end - 1) == '\r') {
         --end;
     }
-    const QByteArray line = mListing.mid(mPosition, end - mPosition);
+    QByteArray line = mListing.mid(mPosition, end - mPosition);
     mPosition = next;
     return line;
 }
