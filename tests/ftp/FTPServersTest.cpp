@@ -257,7 +257,7 @@ private Q_SLOTS:
         QCOMPARE(entries[0].size, qint64 { 5 });
         QCOMPARE(entries[0].permissions, 0644);
         QCOMPARE(entries[0].timePrecision, mIsSftp ? RemoteEntry::ToTheDay : RemoteEntry::ToTheSecond);
-        QCOMPARE(entries[0].modified, mIsSftp ? noon.addSecs(-12 * 60 * 60) : noon);
+        QCOMPARE(entries[0].modified, mIsSftp ? noon.addSecs(qint64 { -12 } * 60 * 60) : noon);
         QCOMPARE(entries[1].kind, RemoteEntry::Link);
         QCOMPARE(entries[1].name, QString("l"));
         QCOMPARE(entries[2].kind, RemoteEntry::Directory);

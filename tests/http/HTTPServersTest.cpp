@@ -101,7 +101,7 @@ private:
     /// Serves 12 MiB under the name "resumed", as a file that was modified some seconds ago.
     QByteArray serve(const QByteArray& text, int age) const
     {
-        const QByteArray content = text.repeated(4 << 20);
+        QByteArray content = text.repeated(4 << 20);
         QFile file(mServers.served("resumed"));
         file.open(QIODevice::WriteOnly | QIODevice::Unbuffered);
         file.write(content);
