@@ -90,7 +90,8 @@ bool ScriptedFtpServer::transfer(QTcpSocket& control, QTcpServer& dataServer, co
         return false;
     }
     const std::unique_ptr<QTcpSocket> data(dataServer.nextPendingConnection());
-    const QByteArray outgoing = verb == "LIST" ? mPlay.listing(mDirectory) : mPlay.content;
+    const bool isListing = mPlay.listing && (verb == "LIST" || verb == "MLSD");
+    const QByteArray outgoing = isListing ? mPlay.listing(mDirectory) : verb == "RETR" ? mPlay.content : QByteArray();
     if (verb == "STOR") {
         receive(*data);
     } else {

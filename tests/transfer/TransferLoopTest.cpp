@@ -94,7 +94,7 @@ private Q_SLOTS:
             QVERIFY(client.setStallTimeOut(isBounded ? 1 : 0));
             QElapsedTimer sinceAsked;
             std::thread asking([&] {
-                QThread::msleep(isBounded ? 1570 : 270); // well into it, and not when a timer of libcurl runs out
+                QThread::msleep(isBounded ? 2770 : 270); // well into it, and not when a timer of libcurl runs out
                 sinceAsked.start();
                 owner.requestInterruption();
             });
