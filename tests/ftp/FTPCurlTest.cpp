@@ -48,7 +48,7 @@ private Q_SLOTS:
         for (const QStringList& row : cases) {
             FTPCurl ftp;
             QVERIFY(ftp.initHost(FtpTarget(protocols[row.at(0)], 2121, row.at(1))));
-            const QString path = row.at(2);
+            const QString& path = row.at(2);
             const QUrl url = ftp.generateUrl(path);
             const QString canonical = ftp.canonicalizedFilePath(path);
             QCOMPARE(QStringList({ url.scheme(), row.at(1), path, canonical, ftp.canonicalizedRelativeFilePath(path) }),
