@@ -80,6 +80,12 @@ CURLcode TransferLoop::run(CURL* easy, const Interruption* interruption)
     }
     code = runToEnd(interruption);
     const CURLcode result = code == CURLM_OK ? resultOf(easy) : toEasyCode(code);
+    if (result == CURLE_OPERATION_TIMEDOUT || result == CURLE_ABORTED_BY_CALLBACK) {
+        // libcurl leaks parts of an SSH session that is removed while it waits, but not of one that ends.
+        int running = 0;
+        mSockets.shutDown();
+        curl_multi_perform(mMulti.get(), &running);
+    }
     curl_multi_remove_handle(mMulti.get(), easy);
     return result;
 }

@@ -116,7 +116,7 @@ private:
         QFETCH(Script, script);
         const ScriptedServer server(script);
         const QString url = scheme.isEmpty() ? unreachableUrl() : server.url(scheme);
-        return uploads ? client.postForm(url, {}, QByteArray(24 << 20, 'x'), false) : client.testURLResponse(url);
+        return uploads ? client.postForm(url, {}, QByteArray(8 << 20, 'x'), false) : client.testURLResponse(url);
     }
 
     QTemporaryDir mFolder;
