@@ -10,7 +10,6 @@ bool HTTPCurl::setTrust(const PeerTrust& trust)
     if (!checkIdle()) {
         return false;
     }
-    mState->keptLoop.reset(); // Its peers were accepted under other rules.
     mState->keptLoop.reset(); // Its connections are to servers that another trust has accepted.
     mState->peerCheck.setTrust(trust);
     return checkTrust();
