@@ -18,7 +18,7 @@ struct FtpPlay
     QMap<QByteArray, QByteArray> replies;
     /// Tells whether such a reply is due, else the usual one is given; always, without a function.
     std::function<bool()> isDue;
-    /// What LIST sends.
+    /// The answer to LIST and MLSD.
     std::function<QByteArray(const QByteArray& directory)> listing = [](const QByteArray&) { return QByteArray(); };
     QByteArray content; ///< what RETR sends
     bool isEndless = false; ///< LIST and RETR send theirs again and again, until the client has gone
