@@ -1,5 +1,6 @@
 #pragma once
 
+#include <tavrel/FTPOptions.h>
 #include <tavrel/FTPSettings.h>
 #include <tavrel/PeerTrust.h>
 #include <tavrel/RemoteEntry.h>
@@ -12,7 +13,6 @@
 
 #include <QByteArray>
 #include <QFlags>
-#include <QScopedPointer>
 #include <QString>
 #include <QUrl>
 #include <QVector>
@@ -25,14 +25,14 @@ class QIODevice;
 /**
  * Client for a remote file store over FTP, FTPS (explicit or implicit TLS) or SFTP.
  *
- * initHost() opens a session; its requests share one libcurl handle and its connection, which is made when the first
- * request needs it. A path is relative to the folder and the public sub-folder of the settings, or starts with "/".
- * Both kinds start at the login directory over FTP and FTPS, and at the root of the server over SFTP. A path with a
- * control character (below U+0020) is refused.
+ * initHost() opens a session; its requests share one libcurl handle and its connection, which the first request makes.
+ * A path is relative to the folder and the public sub-folder of the settings, or starts with "/"; both start at the
+ * login directory over FTP and FTPS, at the root of the server over SFTP. One with a control character (below
+ * U+0020) is refused.
  *
- * An operation returns true on success. Otherwise error() holds the reason: a value of Error, or a CURLcode named
- * "code" whose message names the operation. After any failure the session can be used again; a connection that may
- * be in disorder is replaced. Certificates and host keys are not verified unless setTrust() asks for it.
+ * An operation returns true on success. Otherwise error() holds a value of Error, or a CURLcode named "code" whose
+ * message names the operation. After any failure the session can be used again; a connection that may be in disorder
+ * is replaced. The settings of FTPOptions hold for all sessions of the object.
  *
  * Cancellation: tie the object to a Thread with Thread::addThreadableChild(); after requestInterruption() on that
  * thread, every operation returns within 0.3 s, with INTERRUPTED or CURLE_ABORTED_BY_CALLBACK. Closing a session and
@@ -44,7 +44,7 @@ class QIODevice;
  *
  * Threads: an object is used by one thread at a time and emits its signals there.
  */
-class TAVREL_EXPORT FTPCurl : public Threadable, public Errorable
+class TAVREL_EXPORT FTPCurl : public Threadable, public Errorable, public FTPOptions
 {
     Q_OBJECT
 
@@ -52,7 +52,7 @@ public:
     /// The numbers are part of the interface.
     enum Error {
         NOT_INITIALIZED = 0, ///< an operation outside a session
-        INTERRUPTED = 1, ///< stopped by an interruption
+        INTERRUPTED = 1,
         FUNC_PARAM_ERROR = 2, ///< an argument that the operation refuses; the message names both
         REQUEST_IN_PROGRESS = 3, ///< called by a slot while a request of the object is running
         UNKNOWN_LISTING = 4, ///< listDetailed() understands no line of a listing
@@ -62,12 +62,6 @@ public:
     /// For callers of rm() that share code with other file stores.
     enum IOModeFlags { NoModeFlags = 0 };
 
-    /// How the names in a listing are encoded.
-    enum NameEncoding { Latin1 = 0, Utf8 = 1 };
-
-    /// Where an upload writes.
-    enum UploadMode { InPlace = 0, TemporaryName = 1 };
-
     explicit FTPCurl(QObject* parent = nullptr);
     ~FTPCurl() override;
 
@@ -76,13 +70,13 @@ public:
     /// a system that is slow to name it.
     bool initHost(const FTPSettings& settings);
     /// Which servers the next sessions accept; anyone by default. Ends an open session, so call it before initHost(). A
-    /// trust that is not valid is refused with FUNC_PARAM_ERROR, by every initHost() until another one is set, too;
-    /// initHost() also refuses a protocol that the trust does not cover. A refusal of the server shows at the first
-    /// request, before user and password are sent; it covers the data connections of FTPS.
+    /// trust that is not valid is refused with FUNC_PARAM_ERROR, also by every initHost() until another one is set;
+    /// initHost() also refuses a protocol that the trust does not cover. A server is refused at the first request,
+    /// before user and password are sent; data connections of FTPS are covered.
     bool setTrust(const PeerTrust& trust);
-    /// The key that the server of this or the last session has shown, also one that was refused: "sha256//…" of the TLS
-    /// public key, "SHA256:…" of the SSH host key. Empty before the first connection and over FTP. Over SFTP without
-    /// known hosts it takes libcurl 7.84, over FTPS a libcurl with the OpenSSL that this library uses.
+    /// The key that the server of this or the last session has shown, even if refused: "sha256//…" of the TLS public
+    /// key, "SHA256:…" of the SSH host key. Empty before the first connection and over FTP. Over SFTP without known
+    /// hosts it takes libcurl 7.84, over FTPS a libcurl with the OpenSSL that this library uses.
     QString peerFingerprint() const;
     /// Ends the session and clears the error. What is known of existing resources stays.
     void close();
@@ -106,17 +100,16 @@ public:
     /// Appends all entries below a directory that are no directories, depth first. What was found before a failure
     /// stays in files.
     bool listRecursively(const QString& path, VirtualFileList& files);
-
     /// Appends the entries of a directory with sizes, times and permissions as far as the server shows them: by MLSD,
-    /// else from the lines of LIST; over SFTP from the lines that its server shows. Links are not followed, names are
-    /// read as UTF-8, and a listing in an unknown style is refused with UNKNOWN_LISTING.
+    /// else from lines as list() reads them. Links are not followed, names are read as UTF-8, and a listing in an
+    /// unknown style is refused with UNKNOWN_LISTING.
     bool listDetailed(const QString& path, QVector<RemoteEntry>& entries);
 
-    /// Tells whether a file exists, or a directory when path ends in a slash; false when that could not be found out.
-    /// Answers come from a cache that lives as long as the object and keeps one answer for a path with and without its
-    /// slash: the answer no for an existing directory that was asked for without the slash holds for the directory.
+    /// Tells whether a file exists, or a directory when path ends in a slash. Answers are cached as long as the object
+    /// lives, one for a path with and without its slash: the answer no for an existing directory that was asked for
+    /// without the slash holds for the directory.
     bool resourceExists(const QString& path, bool& exists);
-    /// 1: exists; 0: does not; -1: not known. A directory with and without its slash is the same resource.
+    /// 1: exists; 0: does not; -1: not known.
     int existingResourceCacheValue(const QString& path) const;
     void setExistingResourceCache(const QString& path, int value);
 
@@ -137,21 +130,19 @@ public:
     /// Removes one file or one empty directory. Over SFTP path is sent as it is given and starts at the root of the
     /// server, without the folders of the settings.
     bool removeSimpleResource(const QString& path, bool isDirectory);
-    /// Removes a directory if it is empty, and clears the error. Over SFTP path starts at the root of the server, as in
-    /// removeSimpleResource().
+    /// Removes a directory, given as to removeSimpleResource(), if it is empty, and clears the error.
     void tryRemoveDirIfEmpty(const QString& path);
     /// removeResource(); the flags have no effect.
     bool rm(const QString& path, QFlags<IOModeFlags> flags);
 
-    /// Uploads write the remote file in place: one that fails leaves what was sent. They can create the missing
-    /// directories first, and record in the cache that the file exists, or that this is no longer known.
+    /// Uploads write the remote file in place: one that fails leaves a part. They can create the missing directories
+    /// first, and record in the cache that the file exists, or that this is no longer known.
     bool putData(const QByteArray& data, const QString& target, bool createDirectories);
     bool putFile(const QString& source, const QString& target, bool createDirectories);
     /// Uploads a device of known size() from its position to its end, and closes it; source names it in messages. A
     /// device that cannot be opened or read is refused before the server hears of it. A time-out (libcurl's 28) counts
     /// as sent.
     bool putDataFromIoDevice(QIODevice* device, const QString& source, const QString& target);
-
     /// Downloads a file into data, which is emptied first and holds what arrived when the request fails.
     bool getData(const QString& source, QByteArray& data);
     /// Downloads into a local file. It is truncated when the first byte arrives, not touched when there is none, and
@@ -159,50 +150,13 @@ public:
     bool getFile(const QString& source, const QString& target);
 
     /// libcurl's handle of the session, for options of the application's own; null outside a session. It stays the
-    /// object's.
-    ///
-    /// Each request sets CURLOPT_URL, UPLOAD, PROGRESSDATA, WRITEDATA, READDATA, HEADERDATA, INFILESIZE_LARGE, NOBODY,
-    /// HEADER, FILETIME, BUFFERSIZE, QUICK_EXIT and the functions and data of OPENSOCKET and CLOSESOCKET, over SFTP
-    /// also NEW_FILE_PERMS and NEW_DIRECTORY_PERMS. A command sets and resets CURLOPT_POSTQUOTE, a listing
-    /// CUSTOMREQUEST. A failed data connection over FTPS sets SSLVERSION. All other options stay as they are until the
-    /// session ends.
+    /// object's. Each request sets CURLOPT_URL, UPLOAD, PROGRESSDATA, WRITEDATA, READDATA, HEADERDATA,
+    /// INFILESIZE_LARGE, NOBODY, HEADER, FILETIME, BUFFERSIZE, QUICK_EXIT and functions and data of OPENSOCKET and
+    /// CLOSESOCKET, over SFTP also NEW_FILE_PERMS and NEW_DIRECTORY_PERMS. A command sets and resets POSTQUOTE, a
+    /// listing CUSTOMREQUEST, a resumed transfer RESUME_FROM_LARGE and RANGE. A failed data connection over FTPS sets
+    /// SSLVERSION. All other options stay as they are until the session ends.
     CURL* curlhandle() const;
     const FTPSettings& ftpSettings() const;
-    /// Permission bits that uploaded files and new directories get over SFTP, 0 to 0777; -1, the default, leaves them
-    /// to the server. The server takes off the bits of its umask. Other values are refused with FUNC_PARAM_ERROR.
-    int filePermissions() const;
-    void setFilePermissions(int permissions);
-    int folderPermissions() const;
-    void setFolderPermissions(int permissions);
-
-    /// Ends a request with CURLE_OPERATION_TIMEDOUT when no byte has come or gone for so many seconds, be it while
-    /// connecting, during a transfer or while an answer is due; over SFTP up to 6 s later after the last byte of a
-    /// file and in commands. An upload that ends with this code then fails instead of counting as sent. From 1 to
-    /// 86400; 0, the default, waits as long as libcurl does. False, with FUNC_PARAM_ERROR, for any other value.
-    bool setStallTimeOut(int seconds);
-    int stallTimeOut() const;
-    /// InPlace, the default, writes the remote file itself. TemporaryName writes a file beside it, NAME.XXXXXXXX.part,
-    /// and renames that when its size on the server is that of the source. Where the server does not replace a file
-    /// by a rename, as over SFTP, the old file is renamed to NAME.XXXXXXXX.old first and removed afterwards: for about
-    /// one round trip there is no file of that name, and a connection that breaks then leaves the other two. After any
-    /// other failure the old file is as it was, and the temporary one is removed if the server still answers and no
-    /// interruption was requested. A time-out (28) does not count as sent.
-    bool setUploadMode(UploadMode mode);
-    UploadMode uploadMode() const;
-    /// Whether an upload succeeds only if the size of the file on the server is that of the source; otherwise it fails
-    /// with CURLE_PARTIAL_FILE, also when the server does not tell the size. A time-out (28) then does not count as
-    /// sent. Off by default.
-    void setVerifyUploads(bool verify);
-    bool verifiesUploads() const;
-    /// Whether putFile() gives the remote file the modification time of the local one, and getFile() the local file
-    /// that of the remote one, to the second. If the time cannot be set or is not known, the transfer is complete and
-    /// fails with TIME_NOT_KEPT. Over SFTP it takes libcurl 7.73 to set a remote time. Off by default.
-    void setKeepModificationTime(bool keep);
-    bool keepsModificationTime() const;
-    /// The encoding of the names that list(), listRecursively() and removeResource() read. Latin1, the default, loses
-    /// all other characters: "10 €.txt" is listed as "10 ?.txt". With Utf8, names are what the server sends.
-    bool setNameEncoding(NameEncoding encoding);
-    NameEncoding nameEncoding() const;
 
     /// The last line that the server sent in reply to the last request, such as "552 disk quota exceeded". Empty over
     /// SFTP, and when no reply has come. A password in it is replaced by "***", as in errorDetail().
@@ -233,7 +187,4 @@ Q_SIGNALS:
 
 private:
     friend class FTPSession;
-    struct Private;
-
-    const QScopedPointer<Private> mPrivate;
 };

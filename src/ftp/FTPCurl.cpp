@@ -28,7 +28,7 @@ QString schemeOf(FTPSettings::Protocol protocol)
 
 FTPCurl::FTPCurl(QObject* parent)
     : Threadable(parent)
-    , mPrivate(new Private(*this))
+    , FTPOptions(*this)
 {
     Errorable::sErrorMessages.insert(ErrorableCode::of(INTERRUPTED), QStringLiteral("Interruption"));
     warnIfNotInitialized(ERROR_SOURCE, "FTPCurl", __LINE__);
@@ -103,26 +103,6 @@ CURL* FTPCurl::curlhandle() const
 const FTPSettings& FTPCurl::ftpSettings() const
 {
     return mPrivate->settings;
-}
-
-int FTPCurl::filePermissions() const
-{
-    return mPrivate->filePermissions;
-}
-
-void FTPCurl::setFilePermissions(int permissions)
-{
-    mPrivate->setPermissions(mPrivate->filePermissions, permissions, "setFilePermissions");
-}
-
-int FTPCurl::folderPermissions() const
-{
-    return mPrivate->folderPermissions;
-}
-
-void FTPCurl::setFolderPermissions(int permissions)
-{
-    mPrivate->setPermissions(mPrivate->folderPermissions, permissions, "setFolderPermissions");
 }
 
 QUrl FTPCurl::generateUrl(const QString& path) const

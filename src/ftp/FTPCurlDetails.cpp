@@ -39,7 +39,7 @@ bool FTPCurl::Private::listDetailed(const RemotePath& directory, QVector<RemoteE
         }
     }
     if (!reader.isUnderstood()) {
-        raiseError(client, UNKNOWN_LISTING, "UNKNOWN_LISTING", { ERROR_SOURCE, __LINE__ },
+        raiseError(client, FTPCurl::UNKNOWN_LISTING, "UNKNOWN_LISTING", { ERROR_SOURCE, __LINE__ },
             QStringLiteral("The listing of %1 is in no known style").arg(directory.canonical()));
         return false;
     }

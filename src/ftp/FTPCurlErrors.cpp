@@ -14,7 +14,28 @@ QString textOf(int code)
     return QString::fromUtf8(code < 0 ? "Unknown error" : curl_easy_strerror(static_cast<CURLcode>(code)));
 }
 
+/// A server may repeat what it got, and the text of libcurl may hold a URL.
+QString withoutPassword(QString text, const QString& password)
+{
+    if (!password.isEmpty()) {
+        const QString mask = QStringLiteral("***");
+        text.replace(password, mask);
+        text.replace(QString::fromLatin1(QUrl::toPercentEncoding(password)), mask, Qt::CaseInsensitive);
+    }
+    return text;
+}
+
 } // namespace
+
+QString FTPCurl::serverReply() const
+{
+    return withoutPassword(mPrivate->session.reason().reply, mPrivate->settings.pwd());
+}
+
+QString FTPCurl::errorDetail() const
+{
+    return withoutPassword(mPrivate->session.reason().detail, mPrivate->settings.pwd());
+}
 
 bool FTPCurl::Private::setResult(int code, const QString& context)
 {
@@ -30,20 +51,20 @@ bool FTPCurl::Private::setResult(int code, const QString& context)
 
 bool FTPCurl::Private::refuse(const QString& message, int line)
 {
-    raiseError(client, FUNC_PARAM_ERROR, "FUNC_PARAM_ERROR", { ERROR_SOURCE, line }, message);
+    raiseError(client, FTPCurl::FUNC_PARAM_ERROR, "FUNC_PARAM_ERROR", { ERROR_SOURCE, line }, message);
     return false;
 }
 
 bool FTPCurl::Private::stopInterrupted(int line)
 {
-    raiseError(client, INTERRUPTED, "INTERRUPTED", { ERROR_SOURCE, line });
+    raiseError(client, FTPCurl::INTERRUPTED, "INTERRUPTED", { ERROR_SOURCE, line });
     return false;
 }
 
 bool FTPCurl::Private::checkIdle()
 {
     if (session.isRunning()) {
-        raiseError(client, REQUEST_IN_PROGRESS, "REQUEST_IN_PROGRESS", { ERROR_SOURCE, __LINE__ },
+        raiseError(client, FTPCurl::REQUEST_IN_PROGRESS, "REQUEST_IN_PROGRESS", { ERROR_SOURCE, __LINE__ },
             QStringLiteral("A request is already running on this object"));
     }
     return !session.isRunning();

@@ -22,7 +22,7 @@ struct ListingEntry;
  * A QString is a path that a caller or a listing gave, a RemotePath a canonical one. Functions that return bool raise
  * an error of the client when they return false.
  */
-struct FTPCurl::Private
+struct FTPOptions::Private
 {
     explicit Private(FTPCurl& owner)
         : client(owner)

@@ -17,40 +17,6 @@ bool FTPCurl::rename(const QString& from, const QString& to)
     return target && mPrivate->rename(*source, *target);
 }
 
-bool FTPCurl::setUploadMode(UploadMode mode)
-{
-    if (mode != InPlace && mode != TemporaryName) {
-        return mPrivate->refuse(QStringLiteral("setUploadMode: %1 is no mode").arg(mode), __LINE__);
-    }
-    mPrivate->uploadMode = mode;
-    return true;
-}
-
-FTPCurl::UploadMode FTPCurl::uploadMode() const
-{
-    return mPrivate->uploadMode;
-}
-
-void FTPCurl::setVerifyUploads(bool verify)
-{
-    mPrivate->verifyUploads = verify;
-}
-
-bool FTPCurl::verifiesUploads() const
-{
-    return mPrivate->verifyUploads;
-}
-
-void FTPCurl::setKeepModificationTime(bool keep)
-{
-    mPrivate->keepModificationTime = keep;
-}
-
-bool FTPCurl::keepsModificationTime() const
-{
-    return mPrivate->keepModificationTime;
-}
-
 bool FTPCurl::Private::rename(const RemotePath& from, const RemotePath& to)
 {
     const CommandTexts texts = commandTexts("bool FTPCurl::rename(const QString &, const QString &)");
@@ -164,7 +130,7 @@ bool FTPCurl::Private::setLocalTime(QFileDevice& file)
 
 bool FTPCurl::Private::failToKeepTime(const QString& path)
 {
-    raiseError(client, TIME_NOT_KEPT, "TIME_NOT_KEPT", { ERROR_SOURCE, __LINE__ },
+    raiseError(client, FTPCurl::TIME_NOT_KEPT, "TIME_NOT_KEPT", { ERROR_SOURCE, __LINE__ },
         QStringLiteral("Can't keep the modification time of %1").arg(path));
     return false;
 }

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <tavrel/tavrel_export.h>
+
+#include <QScopedPointer>
+#include <QString>
+
+class FTPCurl;
+
+/**
+ * The settings of an FTPCurl beside those of its server; they hold for all its sessions.
+ *
+ * The setters that return bool refuse all other values than the documented ones with FTPCurl::FUNC_PARAM_ERROR; the
+ * setting then stays as it is.
+ */
+class TAVREL_EXPORT FTPOptions
+{
+public:
+    enum NameEncoding { Latin1 = 0, Utf8 = 1 };
+    enum UploadMode { InPlace = 0, TemporaryName = 1 };
+
+    /// Permission bits that uploaded files and new directories get over SFTP, 0 to 0777; -1, the default, leaves them
+    /// to the server. The server takes off the bits of its umask. Other values are refused as described above.
+    int filePermissions() const;
+    void setFilePermissions(int permissions);
+    int folderPermissions() const;
+    void setFolderPermissions(int permissions);
+
+    /// Ends a request with CURLE_OPERATION_TIMEDOUT when no byte has come or gone for so many seconds, be it while
+    /// connecting, during a transfer or while an answer is due; over SFTP up to 6 s later after the last byte of a
+    /// file and in commands. An upload that ends with this code then fails instead of counting as sent. From 1 to
+    /// 86400; 0, the default, waits as long as libcurl does.
+    bool setStallTimeOut(int seconds);
+    int stallTimeOut() const;
+
+    /// InPlace, the default, writes the remote file itself. TemporaryName writes a file beside it, NAME.XXXXXXXX.part,
+    /// and renames that when its size on the server is that of the source. Where the server does not replace a file
+    /// by a rename, as over SFTP, the old file is renamed to NAME.XXXXXXXX.old first and removed afterwards: for about
+    /// one round trip there is no file of that name, and a connection that breaks then leaves the other two. After any
+    /// other failure the old file is as it was, and the temporary one is removed if the server still answers and no
+    /// interruption was requested. A time-out (28) does not count as sent.
+    bool setUploadMode(UploadMode mode);
+    UploadMode uploadMode() const;
+    /// Whether an upload succeeds only if the size of the file on the server is that of the source; otherwise it fails
+    /// with CURLE_PARTIAL_FILE, also when the server does not tell the size. A time-out (28) then does not count as
+    /// sent. Off by default.
+    void setVerifyUploads(bool verify);
+    bool verifiesUploads() const;
+    /// Whether putFile() gives the remote file the modification time of the local one, and getFile() the local file
+    /// that of the remote one, to the second. If the time cannot be set or is not known, the transfer is complete and
+    /// fails with TIME_NOT_KEPT. Over SFTP it takes libcurl 7.73 to set a remote time. Off by default.
+    void setKeepModificationTime(bool keep);
+    bool keepsModificationTime() const;
+
+    /// The encoding of the names that list(), listRecursively() and removeResource() read. Latin1, the default, loses
+    /// all other characters: "10 €.txt" is listed as "10 ?.txt". With Utf8, names are what the server sends.
+    bool setNameEncoding(NameEncoding encoding);
+    NameEncoding nameEncoding() const;
+
+protected:
+    explicit FTPOptions(FTPCurl& client);
+    ~FTPOptions();
+
+    struct Private;
+    const QScopedPointer<Private> mPrivate; ///< the state of the client
+
+private:
+    Q_DISABLE_COPY(FTPOptions)
+};
