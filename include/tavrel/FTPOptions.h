@@ -57,6 +57,20 @@ public:
     bool setNameEncoding(NameEncoding encoding);
     NameEncoding nameEncoding() const;
 
+    /// The key with which the next sessions log in over SFTP, before the password: OpenSSH's or PEM files, the public
+    /// one only if the private one does not hold it, the passphrase empty for a key without one. Files that cannot be
+    /// read are refused; a wrong passphrase shows as a key that the server does not accept. Without a key, the
+    /// default, libcurl tries id_rsa of ~/.ssh and of the current folder. libssh2 before 1.11 signs with RSA keys only
+    /// as servers since OpenSSH 8.8 refuse; use Ed25519 or ECDSA.
+    bool setSshKey(
+        const QString& privateKey, const QString& publicKey = QString(), const QString& passphrase = QString());
+    void clearSshKey();
+    /// Whether the next sessions log in over SFTP with the keys of the agent at SSH_AUTH_SOCK, after that of
+    /// setSshKey() and before the password, which then takes a second connection. Off by default: libcurl asks the
+    /// agent after the password, and not at all with a key of setSshKey().
+    void setUseSshAgent(bool use);
+    bool usesSshAgent() const;
+
 protected:
     explicit FTPOptions(FTPCurl& client);
     ~FTPOptions();

@@ -29,12 +29,17 @@ QString withoutPassword(QString text, const QString& password)
 
 QString FTPCurl::serverReply() const
 {
-    return withoutPassword(mPrivate->session.reason().reply, mPrivate->settings.pwd());
+    return mPrivate->withoutSecrets(mPrivate->session.reason().reply);
 }
 
 QString FTPCurl::errorDetail() const
 {
-    return withoutPassword(mPrivate->session.reason().detail, mPrivate->settings.pwd());
+    return mPrivate->withoutSecrets(mPrivate->session.reason().detail);
+}
+
+QString FTPCurl::Private::withoutSecrets(const QString& text)
+{
+    return withoutPassword(withoutPassword(text, settings.pwd()), session.sshLogin().passphrase());
 }
 
 bool FTPCurl::Private::setResult(int code, const QString& context)

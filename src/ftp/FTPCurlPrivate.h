@@ -35,6 +35,7 @@ struct FTPOptions::Private
 
     // Errors
     bool setResult(int code, const QString& context);
+    QString withoutSecrets(const QString& text);
     bool refuse(const QString& message, int line);
     bool stopInterrupted(int line);
     bool checkIdle();

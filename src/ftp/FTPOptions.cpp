@@ -100,3 +100,24 @@ FTPOptions::NameEncoding FTPOptions::nameEncoding() const
 {
     return mPrivate->nameEncoding;
 }
+
+bool FTPOptions::setSshKey(const QString& privateKey, const QString& publicKey, const QString& passphrase)
+{
+    const QString fault = mPrivate->session.sshLogin().setKey(privateKey, publicKey, passphrase);
+    return fault.isEmpty() || mPrivate->refuse(QStringLiteral("setSshKey: ") + fault, __LINE__);
+}
+
+void FTPOptions::clearSshKey()
+{
+    mPrivate->session.sshLogin().clearKey();
+}
+
+void FTPOptions::setUseSshAgent(bool use)
+{
+    mPrivate->session.sshLogin().setUseAgent(use);
+}
+
+bool FTPOptions::usesSshAgent() const
+{
+    return mPrivate->session.sshLogin().usesAgent();
+}

@@ -152,6 +152,7 @@ void FTPSession::setTrust(const FTPSettings& settings)
         QUrl url;
         url.setHost(settings.host(), QUrl::DecodedMode);
         mPeerCheck.setSshOptions(mHandle, url.host(QUrl::FullyEncoded), settings.port());
+        mSshLogin.setOptions(mHandle);
     } else {
         mPeerCheck.setTlsOptions(mHandle);
     }
@@ -209,6 +210,9 @@ int FTPSession::perform(VFSCurlData& data)
     }
     const qint64 position = positionOf(data.device);
     code = run(data);
+    if (code == CURLE_LOGIN_DENIED && mProtocol == FTPSettings::SFTP && mSshLogin.fallBack(mHandle)) {
+        code = run(data);
+    }
     const bool isRepeated = isReconnectionRefused(code, data.type) && rewind(data, position);
     return isRepeated ? run(data) : code;
 }

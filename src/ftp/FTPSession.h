@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ProgressThrottle.h"
+#include "SshLogin.h"
 
 #include <tavrel/FTPSettings.h>
 #include <tavrel/VFSCurlData.h>
@@ -69,6 +70,8 @@ public:
 
     /// Its trust is that of the next open().
     PeerCheck& peerCheck() { return mPeerCheck; }
+    /// Likewise.
+    SshLogin& sshLogin() { return mSshLogin; }
 
     /// Of the last request. It can be put back after further ones that only clean up.
     const RequestReason& reason() const { return mReason; }
@@ -94,6 +97,7 @@ private:
     CURL* mHandle = nullptr;
     TlsResumption mTlsResumption; ///< before the loop, whose end closes the connections
     PeerCheck mPeerCheck; ///< likewise
+    SshLogin mSshLogin;
     std::unique_ptr<TransferLoop> mLoop;
     FTPSettings::Protocol mProtocol = FTPSettings::FTP;
     bool mIsRunning = false;

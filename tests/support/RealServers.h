@@ -30,7 +30,7 @@ public:
     QString http(const QString& path) const { return "http://127.0.0.1:" + mPrinted["HTTP_PORT"] + path; }
     QString https(const QString& path) const { return "https://127.0.0.1:" + mPrinted["HTTPS_PORT"] + path; }
     QString php() const { return "http://127.0.0.1:" + mPrinted["PHP_PORT"] + '/'; }
-    /// A file that the servers share: "cert.pem" and "key.pem" of TLS.
+    /// A file of the servers: "cert.pem" and "key.pem" of TLS, the keys of OpenSSH's user.
     QString file(const QString& name) const { return mFolder.filePath(name); }
     /// A file that nginx serves.
     QString served(const QString& name) const { return mFolder.filePath("www/" + name); }
