@@ -153,7 +153,7 @@ public:
     /// object's. Each request sets CURLOPT_URL, UPLOAD, PROGRESSDATA, WRITEDATA, READDATA, HEADERDATA,
     /// INFILESIZE_LARGE, NOBODY, HEADER, FILETIME, BUFFERSIZE, QUICK_EXIT and functions and data of OPENSOCKET and
     /// CLOSESOCKET, over SFTP also NEW_FILE_PERMS and NEW_DIRECTORY_PERMS. A command sets and resets POSTQUOTE, a
-    /// listing CUSTOMREQUEST, a resumed transfer RESUME_FROM_LARGE and RANGE. A failed data connection over FTPS sets
+    /// listing CUSTOMREQUEST, a resumed transfer RESUME_FROM_LARGE and APPEND. A failed data connection over FTPS sets
     /// SSLVERSION. All other options stay as they are until the session ends.
     CURL* curlhandle() const;
     const FTPSettings& ftpSettings() const;

@@ -46,6 +46,13 @@ public:
     /// sent. Off by default.
     void setVerifyUploads(bool verify);
     bool verifiesUploads() const;
+    /// Whether getFile() and putFile() continue a target that is there from an earlier transfer, if its last bytes, up
+    /// to 64 KiB, are the same in the source; only these are compared. Otherwise, or if the target is longer or the
+    /// server does not append, the transfer starts anew: a download then replaces the local file when the remote one
+    /// has come completely, and makes it empty if that is. An upload takes two more requests, and a time-out (28) does
+    /// not count as sent. Uploads with TemporaryName always start anew. Off by default.
+    void setResumeTransfers(bool resume);
+    bool resumesTransfers() const;
     /// Whether putFile() gives the remote file the modification time of the local one, and getFile() the local file
     /// that of the remote one, to the second. If the time cannot be set or is not known, the transfer is complete and
     /// fails with TIME_NOT_KEPT. Over SFTP it takes libcurl 7.73 to set a remote time. Off by default.

@@ -12,6 +12,7 @@
 #include <optional>
 #include <vector>
 
+class QFile;
 class QFileDevice;
 struct DirectoryLevel;
 struct ListingEntry;
@@ -80,7 +81,10 @@ struct FTPOptions::Private
     bool rename(const RemotePath& from, const RemotePath& to);
     RemotePath besides(const RemotePath& file, const QString& suffix) const;
     bool isChecked() const { return uploadMode != InPlace || verifyUploads; }
-    int upload(QIODevice* device, const RemotePath& target);
+    /// Whether an upload whose end the server has not confirmed counts as sent.
+    bool isTrusting() const { return !isChecked() && !resumeTransfers; }
+    int upload(QIODevice* device, const RemotePath& target, qint64 sent = 0);
+    int findSize(const RemotePath& file, qint64& size);
     int compareSize(const RemotePath& file, qint64 size);
     int replace(const RemotePath& target, const RemotePath& part);
     void discard(const RemotePath& part);
@@ -90,8 +94,18 @@ struct FTPOptions::Private
 
     // Transfers
     bool putData(const QByteArray& data, const RemotePath& target, bool createDirectories);
-    bool putDevice(QIODevice* device, const QString& source, const RemotePath& target);
-    bool download(const QString& source, QIODevice& device, const std::function<bool()>& finish);
+    bool putFile(QFile& file, const RemotePath& target);
+    bool putDevice(QIODevice* device, const QString& source, const RemotePath& target, qint64 sent = 0);
+    bool setUploadResult(int code, const QString& source, const RemotePath& target);
+    bool download(const RemotePath& source, QIODevice& device, const std::function<bool()>& finish);
+    bool setDownloadResult(int code, const RemotePath& source);
+
+    // Resumed transfers
+    int append(QIODevice* device, const RemotePath& target, qint64 sent);
+    int requestRest(QIODevice& device, const RemotePath& path, qint64 offset);
+    bool resumeDownload(const RemotePath& source, const QString& target);
+    bool replaceFile(const RemotePath& source, const QString& target);
+    int findSent(QFile& file, const RemotePath& target, qint64& sent);
 
     FTPCurl& client;
     bool initialized = false;
@@ -102,6 +116,7 @@ struct FTPOptions::Private
     UploadMode uploadMode = InPlace;
     bool verifyUploads = false;
     bool keepModificationTime = false;
+    bool resumeTransfers = false;
     bool isMlsdRefused = false; ///< by the server of the session
     NameEncoding nameEncoding = Latin1;
     int stallTimeOut = 0; ///< in seconds; 0: none

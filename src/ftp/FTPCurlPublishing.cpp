@@ -48,15 +48,16 @@ RemotePath FTPCurl::Private::besides(const RemotePath& file, const QString& suff
     return path(file.withoutTrailingSlash().canonical() + QLatin1Char('.') + number + suffix);
 }
 
-/// The result is libcurl's, CURLE_PARTIAL_FILE if the server has not got the whole file.
-int FTPCurl::Private::upload(QIODevice* device, const RemotePath& target)
+/// From the position of the device, after what was sent before. The result is libcurl's, CURLE_PARTIAL_FILE if the
+/// server has not got the whole file.
+int FTPCurl::Private::upload(QIODevice* device, const RemotePath& target, qint64 sent)
 {
     const bool isInPlace = uploadMode == InPlace;
     const RemotePath written = isInPlace ? target : besides(target, QStringLiteral(".part"));
     const qint64 size = device ? qMax(device->size() - device->pos(), qint64 { 0 }) : 0;
-    int code = request(VFSCurlData::Upload, device, written);
+    int code = sent > 0 ? append(device, target, sent) : request(VFSCurlData::Upload, device, written);
     if (code == CURLE_OK && isChecked()) {
-        code = compareSize(written, size);
+        code = compareSize(written, sent + size);
     }
     if (isInPlace) {
         return code;
@@ -70,11 +71,21 @@ int FTPCurl::Private::upload(QIODevice* device, const RemotePath& target)
     return code;
 }
 
-int FTPCurl::Private::compareSize(const RemotePath& file, qint64 size)
+/// Negative if the server does not tell it.
+int FTPCurl::Private::findSize(const RemotePath& file, qint64& size)
 {
     const int code = request(VFSCurlData::ExistenceTest, nullptr, file);
     curl_off_t found = -1;
     curl_easy_getinfo(session.handle(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &found);
+    // Over SFTP libcurl gives no size for an empty file.
+    size = found < 0 && settings.ftpProtocol() == FTPSettings::SFTP ? 0 : found;
+    return code;
+}
+
+int FTPCurl::Private::compareSize(const RemotePath& file, qint64 size)
+{
+    qint64 found = -1;
+    const int code = findSize(file, found);
     return code == CURLE_OK && found != size ? CURLE_PARTIAL_FILE : code;
 }
 

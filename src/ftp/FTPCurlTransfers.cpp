@@ -49,7 +49,7 @@ bool FTPCurl::putFile(const QString& source, const QString& target, bool createD
     if (!file.open(QIODevice::ReadOnly)) {
         return mPrivate->refuse(QStringLiteral("putFile: source cant be opened ") + source, __LINE__);
     }
-    if (!mPrivate->putDevice(&file, source, *path)) {
+    if (!mPrivate->putFile(file, *path)) {
         return false;
     }
     return !keepsModificationTime() || mPrivate->setRemoteTime(*path, QFileInfo(source).lastModified());
@@ -64,17 +64,25 @@ bool FTPCurl::putDataFromIoDevice(QIODevice* device, const QString& source, cons
 bool FTPCurl::getData(const QString& source, QByteArray& data)
 {
     data.clear();
+    const auto path = mPrivate->accept(source, "getFile", "getFile: source is empty", __LINE__);
     QBuffer buffer(&data);
-    return mPrivate->download(source, buffer, [] { return true; });
+    return path && mPrivate->download(*path, buffer, [] { return true; });
 }
 
 bool FTPCurl::getFile(const QString& source, const QString& target)
 {
+    const auto path = mPrivate->accept(source, "getFile", "getFile: source is empty", __LINE__);
+    if (!path) {
+        return false;
+    }
+    if (mPrivate->resumeTransfers && QFileInfo(target).size() > 0) {
+        return mPrivate->resumeDownload(*path, target);
+    }
     QFile file(target);
     WriteBatch batch(file);
     // A full disk may be noticed only when the last bytes are written.
     const auto finish = [&] { return !file.isOpen() || (batch.flush() && file.flush()); };
-    return mPrivate->download(source, batch, finish)
+    return mPrivate->download(*path, batch, finish)
         && (!keepsModificationTime() || !file.isOpen() || mPrivate->setLocalTime(file));
 }
 
@@ -91,29 +99,44 @@ bool FTPCurl::Private::putData(const QByteArray& data, const RemotePath& target,
     return success;
 }
 
-bool FTPCurl::Private::putDevice(QIODevice* device, const QString& source, const RemotePath& target)
+bool FTPCurl::Private::putFile(QFile& file, const RemotePath& target)
 {
-    const int code = upload(device, target);
+    qint64 sent = 0;
+    const int code = resumeTransfers && uploadMode == InPlace ? findSent(file, target, sent) : CURLE_OK;
+    const bool isComplete = sent > 0 && sent == file.size();
+    return code != CURLE_OK || isComplete ? setUploadResult(code, file.fileName(), target)
+                                          : putDevice(&file, file.fileName(), target, sent);
+}
+
+bool FTPCurl::Private::putDevice(QIODevice* device, const QString& source, const RemotePath& target, qint64 sent)
+{
+    const int code = upload(device, target, sent);
     closeIfOpen(device);
     // Deliberate: these come from servers that took the file and were slow, or odd, to say so.
-    const bool isTolerated = (code == CURLE_OPERATION_TIMEDOUT && stallTimeOut == 0 && !isChecked())
-        || (code == CURLE_RECV_ERROR && isPersonalPages(settings) && !isChecked());
+    const bool isTolerated = (code == CURLE_OPERATION_TIMEDOUT && stallTimeOut == 0 && isTrusting())
+        || (code == CURLE_RECV_ERROR && isPersonalPages(settings) && isTrusting());
+    return setUploadResult(isTolerated ? CURLE_OK : code, source, target);
+}
+
+bool FTPCurl::Private::setUploadResult(int code, const QString& source, const RemotePath& target)
+{
     const QString context = QStringLiteral("Can't putFile %1 to %2").arg(source, target.canonical());
-    const bool success = setResult(isTolerated ? CURLE_OK : code, context);
+    const bool success = setResult(code, context);
     client.setExistingResourceCache(target.canonical(), success ? 1 : -1);
     return success;
 }
 
-bool FTPCurl::Private::download(const QString& source, QIODevice& device, const std::function<bool()>& finish)
+bool FTPCurl::Private::download(const RemotePath& source, QIODevice& device, const std::function<bool()>& finish)
 {
-    const auto path = accept(source, "getFile", "getFile: source is empty", __LINE__);
-    if (!path) {
-        return false;
-    }
-    int code = request(VFSCurlData::Download, &device, *path);
+    int code = request(VFSCurlData::Download, &device, source);
     const bool isComplete = finish();
     if (code == CURLE_OK && !isComplete) {
         code = CURLE_WRITE_ERROR;
     }
-    return setResult(code, QStringLiteral("Can't getFile for %1").arg(path->canonical()));
+    return setDownloadResult(code, source);
+}
+
+bool FTPCurl::Private::setDownloadResult(int code, const RemotePath& source)
+{
+    return setResult(code, QStringLiteral("Can't getFile for %1").arg(source.canonical()));
 }

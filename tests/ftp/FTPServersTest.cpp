@@ -289,6 +289,52 @@ private Q_SLOTS:
         QCOMPARE(QDir(mDisk + "whole").entryList(QDir::Files), QStringList("c"));
     }
 
+    void continuesTransfers()
+    {
+        QByteArray source(200000, '\0');
+        QRandomGenerator(1).fillRange(reinterpret_cast<quint32*>(source.data()), source.size() / 4);
+        // Only the last bytes are compared, so a target that was continued keeps another first byte.
+        const QByteArray marked = '!' + source.mid(1);
+        const int cut = QRandomGenerator::global()->bounded(1 << 17, source.size());
+        QByteArray changed = marked;
+        changed[source.size() - 1000] = changed[source.size() - 1000] + 1;
+        const struct
+        {
+            const char* target;
+            QByteArray before;
+            QByteArray after;
+        } rows[] = { { "cut", marked.left(cut), marked }, { "cut early", source.left(7), source },
+            { "complete", marked, marked }, { "other bytes at the end", changed, source },
+            { "other bytes in a short one", marked.left(7), source }, { "longer", marked + 'x', source },
+            { "much longer", marked + marked, source }, { "empty", "", source }, { "missing", {}, source } };
+        const QString local = mFolder.filePath("resumed");
+        const bool refusesToAppend = mTarget->port() == mServers.strictFtp().port;
+        mFtp->setResumeTransfers(true);
+        mFtp->setVerifyUploads(true);
+        for (const auto& row : rows) {
+            const QString remote = mDisk + "resumed";
+            for (const bool isUpload : { true, false }) {
+                const QByteArray what = QByteArray(row.target) + (isUpload ? ", up" : ", down");
+                const QString target = isUpload ? remote : local;
+                QVERIFY(FileUtils::writeFileContent(isUpload ? local : remote, source));
+                QFile::remove(target);
+                QVERIFY(row.before.isNull() || FileUtils::writeFileContent(target, row.before));
+                QVERIFY(row.before.isNull() || !isUpload || QFile::setPermissions(target, QFile::Permissions(0x6666)));
+                const bool success
+                    = isUpload ? mFtp->putFile(local, "resumed", false) : mFtp->getFile("resumed", local);
+                QVERIFY2(success, qPrintable(what + mFtp->errorText()));
+                const bool isAnew = isUpload && refusesToAppend && row.before == marked.left(cut);
+                QVERIFY2(FileUtils::readFileContent(target) == (isAnew ? source : row.after), what);
+            }
+        }
+        // A failure leaves a local file that is another.
+        QVERIFY(!mFtp->getFile("missing", local));
+        QCOMPARE(FileUtils::readFileContent(local), source);
+        QVERIFY(mFtp->putData("", "nothing", false));
+        QVERIFY2(mFtp->getFile("nothing", local), qPrintable(mFtp->errorText()));
+        QCOMPARE(QFileInfo(local).size(), qint64 { 0 });
+    }
+
     void endsWhatHasStalled()
     {
         QVERIFY(mFtp->setStallTimeOut(1));
