@@ -82,7 +82,7 @@ struct FTPOptions::Private
     RemotePath besides(const RemotePath& file, const QString& suffix) const;
     bool isChecked() const { return uploadMode != InPlace || verifyUploads; }
     /// Whether an upload whose end the server has not confirmed counts as sent.
-    bool isTrusting() const { return !isChecked() && !resumeTransfers; }
+    bool isLenient() const { return !isChecked() && !resumeTransfers; }
     int upload(QIODevice* device, const RemotePath& target, qint64 sent = 0);
     int findSize(const RemotePath& file, qint64& size);
     int compareSize(const RemotePath& file, qint64 size);

@@ -113,8 +113,8 @@ bool FTPCurl::Private::putDevice(QIODevice* device, const QString& source, const
     const int code = upload(device, target, sent);
     closeIfOpen(device);
     // Deliberate: these come from servers that took the file and were slow, or odd, to say so.
-    const bool isTolerated = (code == CURLE_OPERATION_TIMEDOUT && stallTimeOut == 0 && isTrusting())
-        || (code == CURLE_RECV_ERROR && isPersonalPages(settings) && isTrusting());
+    const bool isTolerated = (code == CURLE_OPERATION_TIMEDOUT && stallTimeOut == 0 && isLenient())
+        || (code == CURLE_RECV_ERROR && isPersonalPages(settings) && isLenient());
     return setUploadResult(isTolerated ? CURLE_OK : code, source, target);
 }
 

@@ -13,7 +13,7 @@ class ResumedFile : public QFile
 {
 public:
     /// How many bytes at the end are compared.
-    static constexpr qint64 TAIL_BYTES = 64 * 1024;
+    static constexpr qint64 TAIL_BYTES = 65536;
 
     explicit ResumedFile(const QString& path);
 
