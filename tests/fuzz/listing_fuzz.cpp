@@ -1,5 +1,6 @@
-// Feeds arbitrary bytes, as a server's answer to LIST, to the reader of listings.
+// Feeds arbitrary bytes, as a server's answer to LIST or MLSD, to the readers of listings.
 
+#include <ftp/DetailedListing.h>
 #include <ftp/ListingReader.h>
 
 #include <QDir>
@@ -27,5 +28,15 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, size_t size)
         require(!(entry.isLink && entry.isDir)); // the server is asked later what a link points to
     }
     require(entries <= listing.count('\n') + 1);
+    for (const auto format : { DetailedListing::Format::Lines, DetailedListing::Format::Facts }) {
+        DetailedListing detailed(listing, format, directory + '/');
+        RemoteEntry found;
+        while (detailed.hasNextLine()) {
+            if (detailed.readLine(found)) {
+                require(detailed.isUnderstood() && found.path.startsWith(directory + '/') && found.size >= -1);
+                require(!found.name.isEmpty() && !found.name.contains('/') && found.name != "." && found.name != "..");
+            }
+        }
+    }
     return 0;
 }
