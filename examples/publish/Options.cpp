@@ -1,5 +1,7 @@
 #include "Options.h"
 
+#include <tavrel/FTPCurl.h>
+
 #include <QCommandLineParser>
 
 namespace {
@@ -16,6 +18,11 @@ void Options::addTo(QCommandLineParser& parser)
             QStringLiteral("file") },
         { QStringLiteral("known-hosts"), QStringLiteral("Refuse an SFTP server whose key is not in FILE."),
             QStringLiteral("file") },
+        { QStringLiteral("ssh-key"), QStringLiteral("Log in over SFTP with a private key, before the password."),
+            QStringLiteral("file") },
+        { QStringLiteral("ssh-agent"), QStringLiteral("Log in over SFTP with the SSH agent, before the password.") },
+        { QStringLiteral("whole"), QStringLiteral("Upload under temporary names; rename complete files.") },
+        { QStringLiteral("resume"), QStringLiteral("Continue an interrupted upload of the same files.") },
         { QStringLiteral("list"), QStringLiteral("List what is on the server below PATH.") },
         { QStringLiteral("fetch"), QStringLiteral("Fetch all files below PATH."), QStringLiteral("folder") },
         { QStringLiteral("remove"), QStringLiteral("Remove the PATHs; without one, all that is in the site.") },
@@ -41,6 +48,10 @@ bool Options::read(const QCommandLineParser& parser)
         && !mTrust.setKnownHosts(parser.value(QStringLiteral("known-hosts")))) {
         return fail(mTrust.fault());
     }
+    mSshKey = parser.value(QStringLiteral("ssh-key"));
+    mUsesAgent = parser.isSet(QStringLiteral("ssh-agent"));
+    mUploadsWholeFiles = parser.isSet(QStringLiteral("whole"));
+    mResumes = parser.isSet(QStringLiteral("resume"));
     mPaths = parser.positionalArguments();
     if (mSettings.isEmpty()) {
         return fail(QStringLiteral("needs --settings FILE; see --help"));
@@ -49,6 +60,15 @@ bool Options::read(const QCommandLineParser& parser)
         return fail(QStringLiteral("a path is empty"));
     }
     return readAction(parser) && readPaths();
+}
+
+bool Options::setUp(FTPCurl& client) const
+{
+    client.setUseSshAgent(mUsesAgent);
+    client.setResumeTransfers(mResumes);
+    return client.setNameEncoding(FTPCurl::Utf8)
+        && client.setUploadMode(mUploadsWholeFiles ? FTPCurl::TemporaryName : FTPCurl::InPlace)
+        && (mSshKey.isEmpty() || client.setSshKey(mSshKey)) && client.setTrust(mTrust);
 }
 
 bool Options::readAction(const QCommandLineParser& parser)

@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringList>
 
+class FTPCurl;
 class QCommandLineParser;
 
 /// The command line.
@@ -21,7 +22,8 @@ public:
     const QString& fault() const { return mFault; }
     Action action() const { return mAction; }
     const QString& settings() const { return mSettings; }
-    const PeerTrust& trust() const { return mTrust; }
+    /// Sets a client to what the options ask for, before its session; false if it refuses that.
+    bool setUp(FTPCurl& client) const;
     /// The local folder of Publish and Fetch.
     const QString& folder() const { return mFolder; }
     /// On the server.
@@ -37,6 +39,10 @@ private:
     Action mAction = Publish;
     QString mSettings;
     PeerTrust mTrust;
+    QString mSshKey;
+    bool mUsesAgent = false;
+    bool mUploadsWholeFiles = false;
+    bool mResumes = false;
     QString mFolder;
     QStringList mPaths;
     int mMode = -1;

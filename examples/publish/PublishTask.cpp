@@ -78,12 +78,13 @@ void PublishTask::publishFile(FTPCurl& client, Report& report, const LocalSite::
     }
 }
 
-/// putFile() counts a time-out as success, as the file may have arrived; here all bytes must have been sent.
+/// By default putFile() counts a time-out as success, as the file may have arrived; here all bytes must have been sent.
 bool PublishTask::confirm(FTPCurl& client, Report& report, const QString& path, qint64 size)
 {
+    const bool isCertain = client.resumesTransfers() || client.uploadMode() != FTPCurl::InPlace;
     curl_off_t sent = 0;
     curl_easy_getinfo(client.curlhandle(), CURLINFO_SIZE_UPLOAD_T, &sent);
-    if (sent < size) {
+    if (!isCertain && sent < size) {
         report.incomplete(path, sent > 0);
         report.failedFinally(path, QStringLiteral("the server does not answer"));
         return false;

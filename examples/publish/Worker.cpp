@@ -4,10 +4,12 @@
 
 #include <tavrel/FTPCurl.h>
 
-Worker::Worker(const FTPSettings& settings, Task& task, const PeerTrust& trust)
+#include <utility>
+
+Worker::Worker(const FTPSettings& settings, Task& task, SetUp setUp)
     : mSettings(settings)
     , mTask(task)
-    , mTrust(trust)
+    , mSetUp(std::move(setUp))
     , mReport(task.done(), [this](const QString& text) { Q_EMIT line(text); })
 {
 }
@@ -21,7 +23,7 @@ void Worker::run()
 {
     FTPCurl client; // made here, so that it lives on the thread that uses it
     addThreadableChild(&client);
-    if (client.setTrust(mTrust) && client.initHost(mSettings)) {
+    if (mSetUp(client) && client.initHost(mSettings)) {
         mTask.run(client, mReport);
     } else {
         mReport.failed(mSettings.friendlyLabel(), client);

@@ -3,10 +3,12 @@
 #include "Report.h"
 
 #include <tavrel/FTPSettings.h>
-#include <tavrel/PeerTrust.h>
 
 #include <foundation/Thread.h>
 
+#include <functional>
+
+class FTPCurl;
 class Task;
 
 /// Runs a task on a thread of its own. requestInterruption() ends it within 0.3 s, even if the server is silent.
@@ -15,8 +17,11 @@ class Worker : public Thread
     Q_OBJECT
 
 public:
+    /// Called with the client before its session; false, with the reason in error(), ends the task.
+    using SetUp = std::function<bool(FTPCurl&)>;
+
     /// The task outlives the worker.
-    Worker(const FTPSettings& settings, Task& task, const PeerTrust& trust = PeerTrust());
+    Worker(const FTPSettings& settings, Task& task, SetUp setUp);
     ~Worker() override;
 
     /// To be used after the thread has finished.
@@ -32,6 +37,6 @@ protected:
 private:
     FTPSettings mSettings;
     Task& mTask;
-    PeerTrust mTrust;
+    SetUp mSetUp;
     Report mReport;
 };

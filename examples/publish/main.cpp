@@ -111,10 +111,10 @@ int conclude(const Report& report)
     return report.wasInterrupted() ? Interrupted : report.hasFailures() ? Failed : Done;
 }
 
-int run(const FTPSettings& settings, Task& task, const PeerTrust& trust)
+int run(const FTPSettings& settings, Task& task, const Options& options)
 {
     ProgressLine bar;
-    Worker worker(settings, task, trust);
+    Worker worker(settings, task, [&options](FTPCurl& client) { return options.setUp(client); });
     const InterruptKey interruptKey;
     QTimer refresh;
     const auto showProgress = [&] {
@@ -163,5 +163,5 @@ int main(int argc, char* argv[])
     }
     QString fault = faultOf(settings, options);
     const std::unique_ptr<Task> task = fault.isEmpty() ? makeTask(options, fault) : nullptr;
-    return task ? run(settings, *task, options.trust()) : complain(Failed, fault);
+    return task ? run(settings, *task, options) : complain(Failed, fault);
 }
