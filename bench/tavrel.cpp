@@ -5,6 +5,12 @@
 //   bench_tavrel small URL COUNT COOKIE_FILE
 //   bench_tavrel post URL PATH
 //
+// COUNT GETs over one connection, or with "new" one for each; and the memory of a form post beyond that before it, in
+// sizes of the file.
+//
+//   bench_tavrel kept URL COUNT [new]
+//   bench_tavrel post-memory URL PATH
+//
 // The secured protocol, or plain form posts with "unencrypted". STATE is the folder of the key, with a trailing slash.
 //
 //   bench_tavrel secured-post URL PATH STATE [unencrypted]
@@ -30,8 +36,11 @@
 
 #include <cstdio>
 #include <functional>
+#include <sys/resource.h>
 
 namespace {
+
+constexpr double BYTES_IN_KIB = 1024;
 
 bool fail(const QString& reason)
 {
@@ -80,6 +89,43 @@ bool getSmall(const QString& url, int count, const QString& cookieFile)
         success = client.getData(url, body);
     }
     return finish(client, success, start);
+}
+
+bool getKept(const QString& url, int count, bool keeps)
+{
+    const double start = secondsNow();
+    HTTPCurl client;
+    client.setKeepConnections(keeps);
+    bool success = true;
+    for (int i = 0; success && i < count; ++i) {
+        QByteArray body;
+        success = client.getData(url, body);
+    }
+    return finish(client, success, start);
+}
+
+double peakBytes()
+{
+    rusage usage {};
+    getrusage(RUSAGE_SELF, &usage);
+    return static_cast<double>(usage.ru_maxrss) * BYTES_IN_KIB;
+}
+
+bool printPostMemory(const QString& url, const QString& path)
+{
+    HTTPCurl client;
+    const bool isWarm = client.postForm(url, QJsonObject());
+    const double base = peakBytes();
+    QFile file(path);
+    if (!isWarm || !file.open(QIODevice::ReadOnly)) {
+        return fail(isWarm ? file.errorString() : client.errorText());
+    }
+    const QByteArray content = file.readAll();
+    if (!client.postForm(url, QJsonObject(), content, false)) {
+        return fail(client.errorText());
+    }
+    std::printf("%.6f\n", (peakBytes() - base) / content.size());
+    return true;
 }
 
 /// Client is HTTPCurl or SecuredHTTPCurl; setUp configures it.
@@ -161,6 +207,12 @@ bool run(const QStringList& arguments)
     }
     if (subject == QLatin1String("post") && arguments.size() == 4) {
         return post<HTTPCurl>(url, arguments.at(3));
+    }
+    if (subject == QLatin1String("kept") && arguments.size() >= 4) {
+        return getKept(url, arguments.at(3).toInt(), arguments.size() == 4);
+    }
+    if (subject == QLatin1String("post-memory") && arguments.size() == 4) {
+        return printPostMemory(url, arguments.at(3));
     }
     if (subject.startsWith(QLatin1String("settings-"))) {
         const bool save = subject == QLatin1String("settings-save");
