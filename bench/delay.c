@@ -8,8 +8,6 @@
  * there; the addresses of the device are the caller's work, see delay.sh.
  */
 
-#define _GNU_SOURCE /* for ppoll */
-
 #include <arpa/inet.h>
 #include <errno.h>
 #include <fcntl.h>
@@ -151,13 +149,8 @@ int main(int argc, char* argv[])
     fflush(stdout);
     for (;;) {
         struct pollfd wait = { device, POLLIN, 0 };
-        struct timespec limit = { 1, 0 };
-        if (count > 0) {
-            const int64_t left = queue[first].due > now() ? queue[first].due - now() : 0;
-            limit.tv_sec = left / MICROSECONDS;
-            limit.tv_nsec = left % MICROSECONDS * 1000;
-        }
-        if (ppoll(&wait, 1, &limit, NULL) > 0) {
+        const int64_t left = count > 0 ? queue[first].due - now() : MICROSECONDS;
+        if (poll(&wait, 1, left > 0 ? (int)(left / 1000 + 1) : 0) > 0) {
             take(device, delay);
         }
         deliverDue(device);

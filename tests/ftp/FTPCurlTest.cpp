@@ -82,6 +82,11 @@ private Q_SLOTS:
         });
         row("setStallTimeOut: -1 is not between 0 and 86400", FTP(setStallTimeOut(-1)));
         row("setNameEncoding: 2 is no encoding", FTP(setNameEncoding(static_cast<FTPCurl::NameEncoding>(2))));
+        row("setUploadMode: 2 is no mode", FTP(setUploadMode(static_cast<FTPCurl::UploadMode>(2))));
+        row("setSshKey: the private key \"\" cannot be read", FTP(setSshKey("")));
+        row("setSshKey: the public key \"/no/such\" cannot be read", FTP(setSshKey(source, "/no/such")));
+        row("rename: from is empty", FTP(rename("", "a")));
+        row("rename: to is empty", FTP(rename("a", "")));
         row("initHost: port 65536 is above 65535", FTP(initHost(FtpTarget(FTPSettings::FTP, 65536))));
         row("list: the path holds a control character",
             [](FTPCurl& ftp) { return ftp.list("a\tb", *std::make_unique<VirtualFileList>()); });
@@ -384,6 +389,22 @@ private Q_SLOTS:
         QVERIFY(session.ftp.setStallTimeOut(1));
         QVERIFY(!session.ftp.putFile(fileWith("x"), "a", false)); // the stall time-out was asked for
         QCOMPARE(session.ftp.error(), ErrorableCode::of(CURLE_OPERATION_TIMEDOUT));
+    }
+
+    void tellsWhenATimeIsNotKept()
+    {
+        FtpPlay play;
+        play.replies = { { "MFMT", "500 what" }, { "MDTM", "500 what" } };
+        play.content = "new";
+        Session session(play);
+        session.ftp.setKeepModificationTime(true);
+        const QString local = fileWith("old");
+        QVERIFY(!session.ftp.putFile(local, "a", false));
+        QCOMPARE(session.ftp.error(), ErrorableCode::of(FTPCurl::TIME_NOT_KEPT));
+        QCOMPARE(session.server.uploaded(), QByteArray("old"));
+        QVERIFY(!session.ftp.getFile("a", local));
+        QCOMPARE(session.ftp.error(), ErrorableCode::of(FTPCurl::TIME_NOT_KEPT));
+        QCOMPARE(FileUtils::readFileContent(local), QByteArray("new"));
     }
 
     void tellsWhatTheServerSaid()

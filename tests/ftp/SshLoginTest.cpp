@@ -86,17 +86,6 @@ private Q_SLOTS:
         QVERIFY(qunsetenv("SSH_AUTH_SOCK"));
     }
 
-    void refusesKeysThatCannotBeRead()
-    {
-        FTPCurl ftp;
-        for (const QString& path : { QString(), mServers.file("missing"), mServers.file(".") }) {
-            QVERIFY(!ftp.setSshKey(path));
-            QCOMPARE(ftp.error(), ErrorableCode::of(FTPCurl::FUNC_PARAM_ERROR));
-        }
-        QVERIFY(!ftp.setSshKey(__FILE__, mServers.file("missing")));
-        QVERIFY(ftp.errorMessage().startsWith("setSshKey: the public key "));
-    }
-
 private:
     const RealServers mServers { { "openssh" } };
 };
