@@ -18,12 +18,18 @@ void Options::addTo(QCommandLineParser& parser)
             QStringLiteral("file") },
         { QStringLiteral("known-hosts"), QStringLiteral("Refuse an SFTP server whose key is not in FILE."),
             QStringLiteral("file") },
+        { QStringLiteral("pin"), QStringLiteral("Refuse an FTPS server without this public key."),
+            QStringLiteral("sha256//...") },
         { QStringLiteral("ssh-key"), QStringLiteral("Log in over SFTP with a private key, before the password."),
             QStringLiteral("file") },
         { QStringLiteral("ssh-agent"), QStringLiteral("Log in over SFTP with the SSH agent, before the password.") },
         { QStringLiteral("whole"), QStringLiteral("Upload under temporary names; rename complete files.") },
+        { QStringLiteral("verify"), QStringLiteral("Compare the sizes of uploaded files with the server's.") },
         { QStringLiteral("resume"), QStringLiteral("Continue an interrupted upload of the same files.") },
+        { QStringLiteral("times"), QStringLiteral("Keep the modification times of files.") },
+        { QStringLiteral("stall"), QStringLiteral("Give up after SECONDS without a byte."), QStringLiteral("seconds") },
         { QStringLiteral("list"), QStringLiteral("List what is on the server below PATH.") },
+        { QStringLiteral("details"), QStringLiteral("List PATH with sizes, times and permissions.") },
         { QStringLiteral("fetch"), QStringLiteral("Fetch all files below PATH."), QStringLiteral("folder") },
         { QStringLiteral("remove"), QStringLiteral("Remove the PATHs; without one, all that is in the site.") },
         { QStringLiteral("chmod"), QStringLiteral("Set the permissions of the PATHs."), QStringLiteral("octal mode") },
@@ -48,10 +54,9 @@ bool Options::read(const QCommandLineParser& parser)
         && !mTrust.setKnownHosts(parser.value(QStringLiteral("known-hosts")))) {
         return fail(mTrust.fault());
     }
-    mSshKey = parser.value(QStringLiteral("ssh-key"));
-    mUsesAgent = parser.isSet(QStringLiteral("ssh-agent"));
-    mUploadsWholeFiles = parser.isSet(QStringLiteral("whole"));
-    mResumes = parser.isSet(QStringLiteral("resume"));
+    if (parser.isSet(QStringLiteral("pin")) && !mTrust.pinPublicKey(parser.value(QStringLiteral("pin")))) {
+        return fail(mTrust.fault());
+    }
     mPaths = parser.positionalArguments();
     if (mSettings.isEmpty()) {
         return fail(QStringLiteral("needs --settings FILE; see --help"));
@@ -59,14 +64,29 @@ bool Options::read(const QCommandLineParser& parser)
     if (mPaths.contains(QString())) {
         return fail(QStringLiteral("a path is empty"));
     }
-    return readAction(parser) && readPaths();
+    return readSetUp(parser) && readAction(parser) && readPaths();
+}
+
+bool Options::readSetUp(const QCommandLineParser& parser)
+{
+    mSshKey = parser.value(QStringLiteral("ssh-key"));
+    mUsesAgent = parser.isSet(QStringLiteral("ssh-agent"));
+    mUploadsWholeFiles = parser.isSet(QStringLiteral("whole"));
+    mVerifies = parser.isSet(QStringLiteral("verify"));
+    mResumes = parser.isSet(QStringLiteral("resume"));
+    mKeepsTimes = parser.isSet(QStringLiteral("times"));
+    mStallTimeOut = parser.value(QStringLiteral("stall")).toInt();
+    return mStallTimeOut > 0 || !parser.isSet(QStringLiteral("stall"))
+        || fail(QStringLiteral("--stall takes a number of seconds"));
 }
 
 bool Options::setUp(FTPCurl& client) const
 {
     client.setUseSshAgent(mUsesAgent);
+    client.setVerifyUploads(mVerifies || mKeepsTimes); // a file gets its time when it has arrived
     client.setResumeTransfers(mResumes);
-    return client.setNameEncoding(FTPCurl::Utf8)
+    client.setKeepModificationTime(mKeepsTimes);
+    return client.setStallTimeOut(mStallTimeOut) && client.setNameEncoding(FTPCurl::Utf8)
         && client.setUploadMode(mUploadsWholeFiles ? FTPCurl::TemporaryName : FTPCurl::InPlace)
         && (mSshKey.isEmpty() || client.setSshKey(mSshKey)) && client.setTrust(mTrust);
 }
@@ -74,7 +94,8 @@ bool Options::setUp(FTPCurl& client) const
 bool Options::readAction(const QCommandLineParser& parser)
 {
     const QVector<QPair<QString, Action>> actions { { QStringLiteral("list"), List },
-        { QStringLiteral("fetch"), Fetch }, { QStringLiteral("remove"), Remove }, { QStringLiteral("chmod"), Chmod } };
+        { QStringLiteral("details"), Details }, { QStringLiteral("fetch"), Fetch },
+        { QStringLiteral("remove"), Remove }, { QStringLiteral("chmod"), Chmod } };
     int count = 0;
     for (const auto& action : actions) {
         if (parser.isSet(action.first)) {
@@ -105,6 +126,7 @@ bool Options::readPaths()
     case Fetch:
         return (!mFolder.isEmpty() && mPaths.size() <= 1) || fail(QStringLiteral("needs FOLDER and one PATH at most"));
     case List:
+    case Details:
         return mPaths.size() <= 1 || fail(QStringLiteral("lists one PATH at a time"));
     case Chmod:
         return !mPaths.isEmpty() || fail(QStringLiteral("needs a PATH to change"));

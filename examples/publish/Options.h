@@ -12,7 +12,7 @@ class QCommandLineParser;
 class Options
 {
 public:
-    enum Action { Publish, List, Fetch, Remove, Chmod };
+    enum Action { Publish, List, Details, Fetch, Remove, Chmod };
 
     static void addTo(QCommandLineParser& parser);
 
@@ -33,6 +33,7 @@ public:
 private:
     bool fail(const QString& fault);
     bool readAction(const QCommandLineParser& parser);
+    bool readSetUp(const QCommandLineParser& parser);
     bool readPaths();
 
     QString mFault;
@@ -42,7 +43,10 @@ private:
     QString mSshKey;
     bool mUsesAgent = false;
     bool mUploadsWholeFiles = false;
+    bool mVerifies = false;
     bool mResumes = false;
+    bool mKeepsTimes = false;
+    int mStallTimeOut = 0;
     QString mFolder;
     QStringList mPaths;
     int mMode = -1;

@@ -81,7 +81,8 @@ void PublishTask::publishFile(FTPCurl& client, Report& report, const LocalSite::
 /// By default putFile() counts a time-out as success, as the file may have arrived; here all bytes must have been sent.
 bool PublishTask::confirm(FTPCurl& client, Report& report, const QString& path, qint64 size)
 {
-    const bool isCertain = client.resumesTransfers() || client.uploadMode() != FTPCurl::InPlace;
+    const bool isCertain
+        = client.resumesTransfers() || client.verifiesUploads() || client.uploadMode() != FTPCurl::InPlace;
     curl_off_t sent = 0;
     curl_easy_getinfo(client.curlhandle(), CURLINFO_SIZE_UPLOAD_T, &sent);
     if (!isCertain && sent < size) {

@@ -10,6 +10,8 @@
 
 namespace {
 
+constexpr int OCTAL = 8;
+
 using Step = std::function<bool(const QString& path)>;
 
 /// One step, and one line, per path.
@@ -39,6 +41,28 @@ void ListTask::run(FTPCurl& client, Report& report)
     RemoteTree(client, report).walk(mFolder, [&](const RemoteTree::Entry& entry) {
         report.remark(client.canonicalizedRelativeFilePath(entry.path));
     });
+}
+
+DetailsTask::DetailsTask(QString folder)
+    : mFolder(std::move(folder))
+{
+}
+
+void DetailsTask::run(FTPCurl& client, Report& report)
+{
+    const QString folder = mFolder.isEmpty() ? RemoteTree::siteFolder(client) : mFolder;
+    QVector<RemoteEntry> entries;
+    if (!client.listDetailed(folder, entries)) {
+        return report.failed(folder, client);
+    }
+    for (const RemoteEntry& entry : entries) {
+        const QString mode = entry.permissions < 0 ? QStringLiteral("?") : QString::number(entry.permissions, OCTAL);
+        const QString time = entry.modified.isValid() ? entry.modified.toString(Qt::ISODate) : QStringLiteral("?");
+        report.remark(QStringLiteral("%1  %2  %3  ").arg(mode).arg(entry.size).arg(time) + entry.name);
+    }
+    if (!client.peerFingerprint().isEmpty()) {
+        report.remark(QStringLiteral("key of the server: ") + client.peerFingerprint());
+    }
 }
 
 RemoveTask::RemoveTask(QStringList paths)

@@ -95,6 +95,8 @@ std::unique_ptr<Task> makeTask(const Options& options, QString& fault)
         return fetchTask(options, fault);
     case Options::List:
         return std::make_unique<ListTask>(options.paths().value(0));
+    case Options::Details:
+        return std::make_unique<DetailsTask>(options.paths().value(0));
     case Options::Remove:
         return std::make_unique<RemoveTask>(options.paths());
     case Options::Chmod:

@@ -24,6 +24,7 @@ int send(FormRequest& request, bool crypted, bool handshake)
 {
     SecuredHTTPCurl client;
     client.setCryptedMode(crypted);
+    client.setKeepConnections(true); // one for the handshake and the request
     if (handshake && !client.handshake(request.url())) {
         return complain(Failed, QStringLiteral("handshake: ") + FormRequest::reasonOf(client));
     }

@@ -251,6 +251,11 @@ private Q_SLOTS:
         QVector<RemoteEntry> entries;
         QVERIFY2(mFtp->listDetailed("tree", entries), qPrintable(mFtp->errorText()));
         QCOMPARE(entries.size(), 3);
+        const bool isPlain = mTarget->ftpProtocol() == FTPSettings::FTP;
+        QCOMPARE(mFtp->peerFingerprint().section(QRegularExpression("[:/]"), 0, 0),
+            QString(isPlain   ? ""
+                    : mIsSftp ? "SHA256"
+                              : "sha256"));
         std::sort(entries.begin(), entries.end(), [](const auto& a, const auto& b) { return a.name < b.name; });
         QCOMPARE(entries[0].name, name);
         QCOMPARE(entries[0].kind, RemoteEntry::File);
