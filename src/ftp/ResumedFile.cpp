@@ -15,7 +15,7 @@ ResumedFile::ResumedFile(const QString& path)
 
 bool ResumedFile::open(OpenMode /*mode*/)
 {
-    return QFile::open(WriteOnly | Append);
+    return !mTail.isEmpty() && QFile::open(WriteOnly | Append);
 }
 
 qint64 ResumedFile::writeData(const char* data, qint64 size)

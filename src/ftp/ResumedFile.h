@@ -17,9 +17,10 @@ public:
 
     explicit ResumedFile(const QString& path);
 
+    /// False, too, for a file that is empty or unreadable: there is nothing to compare.
     bool open(OpenMode mode) override;
     qint64 offset() const { return mOffset; }
-    /// Whether all bytes to be compared have come and were the same; false for a file that is empty or unreadable.
+    /// Whether all bytes to be compared have come and were the same.
     bool isConfirmed() const { return !mTail.isEmpty() && mCompared == mTail.size(); }
 
 protected:
