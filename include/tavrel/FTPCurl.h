@@ -20,6 +20,7 @@
 #include <curl/curl.h>
 
 class FTPSession;
+class QDateTime;
 class QIODevice;
 
 /**
@@ -157,6 +158,12 @@ public:
     /// SSLVERSION. All other options stay as they are until the session ends.
     CURL* curlhandle() const;
     const FTPSettings& ftpSettings() const;
+
+    /// Sets the modification time of a remote file, to the second; fails with TIME_NOT_KEPT where the server cannot.
+    bool setModificationTime(const QString& path, const QDateTime& time);
+    /// The size of a remote file in bytes. Fails with CURLE_REMOTE_FILE_NOT_FOUND, or over FTP with
+    /// CURLE_REMOTE_ACCESS_DENIED, when there is none, and with CURLE_PARTIAL_FILE when the server does not tell it.
+    bool fileSize(const QString& path, qint64& size);
 
     /// The last line that the server sent in reply to the last request, such as "552 disk quota exceeded". Empty over
     /// SFTP, and when no reply has come. A password in it is replaced by "***", as in errorDetail().

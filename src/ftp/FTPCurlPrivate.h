@@ -85,6 +85,7 @@ struct FTPOptions::Private
     bool isLenient() const { return !isChecked() && !resumeTransfers; }
     int upload(QIODevice* device, const RemotePath& target, qint64 sent = 0);
     int findSize(const RemotePath& file, qint64& size);
+    bool findUploadedSize(const RemotePath& file, qint64& size);
     int compareSize(const RemotePath& file, qint64 size);
     int replace(const RemotePath& target, const RemotePath& part);
     void discard(const RemotePath& part);

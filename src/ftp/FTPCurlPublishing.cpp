@@ -7,6 +7,12 @@
 #include <QFileDevice>
 #include <QRandomGenerator>
 
+namespace {
+
+const QString SIZE_REPLY = QStringLiteral("213 ");
+
+} // namespace
+
 bool FTPCurl::rename(const QString& from, const QString& to)
 {
     const auto source = mPrivate->accept(from, "rename", "rename: from is empty", __LINE__);
@@ -15,6 +21,25 @@ bool FTPCurl::rename(const QString& from, const QString& to)
     }
     const auto target = mPrivate->accept(to, "rename", "rename: to is empty", __LINE__);
     return target && mPrivate->rename(*source, *target);
+}
+
+bool FTPCurl::setModificationTime(const QString& path, const QDateTime& time)
+{
+    const auto file = mPrivate->accept(path, "setModificationTime", "setModificationTime: path is empty", __LINE__);
+    return file && mPrivate->setRemoteTime(*file, time);
+}
+
+bool FTPCurl::fileSize(const QString& path, qint64& size)
+{
+    const auto file = mPrivate->accept(path, "fileSize", "fileSize: path is empty", __LINE__);
+    if (!file) {
+        return false;
+    }
+    int code = mPrivate->findSize(*file, size);
+    if (code == CURLE_OK && size < 0) {
+        code = CURLE_PARTIAL_FILE;
+    }
+    return mPrivate->setResult(code, QStringLiteral("Can't find the size of %1").arg(file->canonical()));
 }
 
 bool FTPCurl::Private::rename(const RemotePath& from, const RemotePath& to)
@@ -82,10 +107,24 @@ int FTPCurl::Private::findSize(const RemotePath& file, qint64& size)
     return code;
 }
 
+/// One command in place of the three of findSize(), which is asked when the server has another answer. Only after an
+/// upload: otherwise the server may be in ASCII mode, in which the size is another.
+bool FTPCurl::Private::findUploadedSize(const RemotePath& file, qint64& size)
+{
+    if (settings.ftpProtocol() == FTPSettings::SFTP
+        || requestCommands(VFSCurlData::Command, { QStringLiteral("SIZE ") + commandPath(file) }) != CURLE_OK) {
+        return false;
+    }
+    bool isNumber = false;
+    const QString reply = session.reason().reply;
+    size = reply.mid(SIZE_REPLY.size()).trimmed().toLongLong(&isNumber);
+    return isNumber && reply.startsWith(SIZE_REPLY);
+}
+
 int FTPCurl::Private::compareSize(const RemotePath& file, qint64 size)
 {
     qint64 found = -1;
-    const int code = findSize(file, found);
+    const int code = findUploadedSize(file, found) ? CURLE_OK : findSize(file, found);
     return code == CURLE_OK && found != size ? CURLE_PARTIAL_FILE : code;
 }
 
