@@ -1,0 +1,112 @@
+#pragma once
+
+#include <tavrel/FTPCurl.h>
+#include <tavrel/PublishProgress.h>
+#include <tavrel/PublishReport.h>
+#include <tavrel/tavrel_export.h>
+
+#include <foundation/Thread.h>
+
+#include <QScopedPointer>
+#include <QString>
+#include <QStringList>
+
+class FTPSettings;
+class PeerTrust;
+
+/**
+ * Publishes a local folder with its sub-folders to the folder of an FTPSettings, on threads of its own.
+ *
+ * Files are sent over several sessions side by side. Each one counts as sent only when its size on the server agrees. A
+ * file named ".tavrel-site" in the folder on the server records size and SHA-256 of what was sent; the next run sends
+ * only what differs from it. A file that is about to be sent or removed is taken out of the record before, so that a
+ * run that ends at any moment, for any reason, makes a later one send again whatever may not be whole. Visitors
+ * of the site can read the record.
+ *
+ * Local symbolic links to files are followed, those to folders are left out with a remark, and so are entries that are
+ * neither. Names must be valid UTF-8 without control characters; other ones, unreadable files and files that change
+ * while they are sent are failures. Nothing on the server is read, written or removed through a symbolic link that the
+ * listing of its directory shows.
+ *
+ * A lost connection is made again, up to three times for one file; a server that allows fewer sessions gets fewer. A
+ * refused login, an unknown host or a full disk end the run at once, and the other files are not tried.
+ *
+ * requestInterruption() ends a run within 0.3 s with done(false). So does the destructor, which waits for the threads.
+ *
+ * Threads: settings are made on one thread and concern the next publish(). publish(), isPublishing(),
+ * requestInterruption() and report() may be called from any thread. All signals are emitted on the publisher's own
+ * thread; connections to objects of other threads are queued.
+ */
+class TAVREL_EXPORT FolderPublisher : public Thread
+{
+    Q_OBJECT
+
+public:
+    /// The outcome of one file.
+    enum Outcome { Sent, Unchanged, Removed, Failed };
+    Q_ENUM(Outcome)
+
+    static constexpr int MAX_CONNECTIONS = 8;
+
+    explicit FolderPublisher(QObject* parent = nullptr);
+    ~FolderPublisher() override;
+
+    /// Starts to publish and returns at once. False, with a warning in the log, while a run has not emitted done().
+    bool publish(const FTPSettings& settings, const QString& folder);
+    /// From publish() until done() is about to be emitted.
+    bool isPublishing() const;
+    /// The result of the last run; during a run, that of the run before.
+    PublishReport report() const;
+
+    /// Sessions side by side, 1 to MAX_CONNECTIONS; 4 by default. False for other values, which change nothing.
+    bool setConnections(int connections);
+    int connections() const;
+    /// Whether files that the record on the server holds with the same size and SHA-256 are left alone. On by default;
+    /// otherwise all files are sent.
+    void setOnlyChanged(bool onlyChanged);
+    /// Whether the listings of the server are compared with the record, so that files that somebody has removed there,
+    /// or replaced by ones of another size, are sent again. Off by default.
+    void setCheckServer(bool check);
+    /// Whether files that an earlier run has sent and that the folder no longer has are removed from the server, and
+    /// then the directories that became empty. A file whose size is not that of the record, and a link, were not sent
+    /// by this class and stay. Off by default.
+    void setRemoveObsolete(bool remove);
+    /// Whether to report only what would be sent and removed. Nothing is written to the server. Off by default.
+    void setDryRun(bool dryRun);
+    /// Whether files and folders whose name begins with "." are published. On by default.
+    void setHiddenFiles(bool include);
+    /// Globs of paths that are not published: "*" and "?" match within a name, "**" also across slashes, "[abc]" one of
+    /// some characters. A glob without a slash before its end is compared with names at any depth, another one with the
+    /// whole path from the folder; one that ends in a slash matches folders only, and "!" in front publishes again what
+    /// an earlier one has excluded. The lines of a file ".tavrelignore" in the folder count before these; "#" begins a
+    /// comment there. False if a glob is malformed; then none of them is set.
+    bool setExcluded(const QStringList& globs);
+    /// See FTPCurl::setUploadMode(). InPlace by default.
+    bool setUploadMode(FTPCurl::UploadMode mode);
+    /// See FTPCurl::setKeepModificationTime(); one more command per file. Off by default.
+    void setKeepModificationTime(bool keep);
+    /// See FTPCurl::setStallTimeOut(), but 60 s by default.
+    bool setStallTimeOut(int seconds);
+    /// See FTPCurl::setTrust(). False for a trust that is not valid.
+    bool setTrust(const PeerTrust& trust);
+
+Q_SIGNALS:
+    /// At most ten times a second, and once at the end.
+    void progress(const PublishProgress& progress);
+    /// Once for each file that is sent, unchanged, removed or failed; reason is that of a failure.
+    void fileFinished(const QString& path, FolderPublisher::Outcome outcome, const QString& reason);
+    /// Once per run, after all other signals.
+    void done(bool success);
+
+protected:
+    /// Called for each session before it is opened, on one of the threads of the run, for further settings such as
+    /// FTPCurl::setSshKey(). Returning false ends the run with the client's error.
+    virtual bool prepareSession(FTPCurl& client);
+
+    void run() override;
+
+private:
+    struct State;
+
+    const QScopedPointer<State> mState;
+};

@@ -1,0 +1,244 @@
+#include "PlanMaker.h"
+
+#include "LocalScan.h"
+#include "RecordFile.h"
+#include "UploadSource.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace {
+
+constexpr int HASH_BLOCK_BYTES = 256 * 1024;
+
+bool isHidden(const QString& path)
+{
+    return path.startsWith(QLatin1Char('.')) || path.contains(QLatin1String("/."));
+}
+
+} // namespace
+
+PlanMaker::PlanMaker(
+    QByteArray root, const PublishOptions& options, PublishReport& report, std::function<bool()> isStopped)
+    : mRoot(std::move(root))
+    , mOptions(options)
+    , mReport(report)
+    , mIsStopped(std::move(isStopped))
+{
+}
+
+bool PlanMaker::fail(PublishSession& session, FTPFailure::Kind kind)
+{
+    if (kind != FTPFailure::Interrupted) {
+        mFault = FTPFailure::reasonOf(session.client());
+    }
+    return false;
+}
+
+void PlanMaker::fail(PlannedFile& file, const QString& path, const QString& reason)
+{
+    file.state = PlannedFile::Failed;
+    mReport.failed.append({ path, reason });
+}
+
+/// The settings count after the file in the folder. They were checked when they were set.
+void PlanMaker::readFilter()
+{
+    UploadSource file(mRoot + LocalScan::RULES_FILE);
+    if (file.open(QIODevice::ReadOnly)) {
+        for (const QString& glob : mFilter.addLines(QString::fromUtf8(file.readAll()))) {
+            mReport.remarks << QStringLiteral("%1: no glob: %2").arg(QString::fromLatin1(LocalScan::RULES_FILE), glob);
+        }
+    }
+    for (const QString& glob : mOptions.excluded) {
+        mFilter.add(glob);
+    }
+}
+
+bool PlanMaker::readFolder(PublishPlan& plan)
+{
+    readFilter();
+    LocalScan scan(mRoot, mFilter, mOptions.hiddenFiles, mIsStopped);
+    if (!scan.run(plan, mReport)) {
+        mFault = QStringLiteral("%1: %2").arg(QString::fromUtf8(mRoot), scan.fault());
+        return false;
+    }
+    mUnknown = scan.unknown();
+    return !mIsStopped();
+}
+
+bool PlanMaker::readRecord(PublishSession& session, PublishPlan& plan)
+{
+    RecordFile file(session.client());
+    QString remark;
+    session.setEntersDirectories(true); // a site that does not exist yet shows at once
+    const FTPFailure::Kind kind = session.requestPatiently([&] { return file.read(plan.others, remark); });
+    session.setEntersDirectories(false);
+    if (!remark.isEmpty()) {
+        mReport.remarks << remark;
+    }
+    mHasRecord = file.wasFound();
+    mIsRecordOutdated = !remark.isEmpty();
+    return kind == FTPFailure::None || kind == FTPFailure::OfPath || fail(session, kind);
+}
+
+bool PlanMaker::compare(PublishPlan& plan)
+{
+    for (PlannedFile& file : plan.files) {
+        if (mIsStopped()) {
+            return false;
+        }
+        compareFile(plan, file);
+    }
+    for (const PlannedFile& file : plan.files) {
+        if (file.recordedSize >= 0) {
+            presume(plan, file.folder);
+        }
+    }
+    if (mHasRecord) {
+        presume(plan, 0);
+    }
+    return true;
+}
+
+void PlanMaker::compareFile(PublishPlan& plan, PlannedFile& file)
+{
+    const QByteArray path = plan.bytePath(file);
+    const auto entry = plan.others.take(path);
+    if (!entry) {
+        return;
+    }
+    file.recordedSize = entry->size;
+    file.digest = entry->digest;
+    const bool isCandidate = mOptions.onlyChanged && entry->isWhole && entry->size == file.size;
+    if (isCandidate && matches(file, QString::fromUtf8(path))) {
+        file.state = PlannedFile::Unchanged;
+    }
+    if (file.state == PlannedFile::Failed) {
+        // The server still has the file of the record.
+        file.recordedSize = -1;
+        plan.others.entries().insert(path, *entry);
+    }
+}
+
+/// Whether the file has the digest of the record.
+bool PlanMaker::matches(PlannedFile& file, const QString& path)
+{
+    UploadSource source(mRoot + path.toUtf8());
+    if (!source.open(QIODevice::ReadOnly)) {
+        fail(file, path, source.errorString());
+        return false;
+    }
+    QByteArray block(HASH_BLOCK_BYTES, '\0');
+    while (!mIsStopped() && source.read(block.data(), block.size()) > 0) { }
+    return source.bytesRead() == file.size && source.digest() == file.digest;
+}
+
+/// A folder of a file in the record exists, and so do those above it.
+void PlanMaker::presume(PublishPlan& plan, int folder)
+{
+    while (folder >= 0 && !plan.folders[folder].isPresumed) {
+        plan.folders[folder].isPresumed = true;
+        folder = plan.folders[folder].parent;
+    }
+}
+
+bool PlanMaker::checkServer(PublishSession& session, PublishPlan& plan)
+{
+    ServerFolders folders(session.client());
+    for (const PlannedFolder& folder : plan.folders) {
+        const auto begin = plan.files.begin() + folder.firstFile;
+        const auto end = begin + folder.fileCount;
+        if (std::none_of(begin, end, [](const PlannedFile& file) { return file.state == PlannedFile::Unchanged; })) {
+            continue;
+        }
+        const ServerFolders::Entries* entries = nullptr;
+        FTPFailure::Kind kind = session.requestPatiently(
+            [&] { return (entries = folders.list(QString::fromUtf8(folder.path))) != nullptr; });
+        for (auto file = begin; file != end && kind == FTPFailure::None; ++file) {
+            kind = checkFile(session, plan, *file, *entries);
+        }
+        if (kind != FTPFailure::None) {
+            return fail(session, kind);
+        }
+    }
+    return true;
+}
+
+FTPFailure::Kind PlanMaker::checkFile(
+    PublishSession& session, PublishPlan& plan, PlannedFile& file, const ServerFolders::Entries& entries)
+{
+    const QString path = plan.path(file);
+    const RemoteEntry entry = entries.value(QString::fromUtf8(file.name));
+    const bool isAsRecorded = entry.kind == RemoteEntry::File && entry.size == file.size;
+    if (file.state != PlannedFile::Unchanged || isAsRecorded) {
+        return FTPFailure::None;
+    }
+    if (entry.kind == RemoteEntry::Link) {
+        fail(file, path, QStringLiteral("a symbolic link is in its place on the server"));
+        return FTPFailure::None;
+    }
+    // The listing may leave it out, or not understand its line.
+    qint64 size = -1;
+    const FTPFailure::Kind kind
+        = session.requestPatiently([&] { return ServerFolders::sizeOf(session.client(), path, size); });
+    if (kind == FTPFailure::None && size != file.size) {
+        file.state = PlannedFile::ToSend;
+        const QString fault = size < 0 ? QStringLiteral("is missing") : QStringLiteral("has %1 bytes").arg(size);
+        mReport.remarks << QStringLiteral("%1: %2 on the server, sent again").arg(path, fault);
+    }
+    return kind;
+}
+
+bool PlanMaker::findObsolete(PublishSession& session, PublishPlan& plan)
+{
+    ServerFolders folders(session.client());
+    QList<QByteArray> paths = plan.others.entries().keys();
+    std::sort(paths.begin(), paths.end());
+    for (const QByteArray& path : paths) {
+        if (mIsStopped()) {
+            return false;
+        }
+        if (!isKnownToBeGone(QString::fromUtf8(path))) {
+            continue;
+        }
+        const FTPFailure::Kind kind = examine(session, folders, plan, path);
+        if (kind != FTPFailure::None) {
+            return fail(session, kind);
+        }
+    }
+    return true;
+}
+
+/// Whether the folder was read where the file was, and it is not there. A path that is excluded now is none of ours.
+bool PlanMaker::isKnownToBeGone(const QString& path) const
+{
+    const bool isUnknown = std::any_of(mUnknown.begin(), mUnknown.end(), [&path](const QString& unknown) {
+        return unknown.isEmpty() || path == unknown || (unknown.endsWith(QLatin1Char('/')) && path.startsWith(unknown));
+    });
+    return !isUnknown && !mFilter.excludesWithParents(path) && (mOptions.hiddenFiles || !isHidden(path));
+}
+
+/// Plans the removal of a file if it is the one that was sent. Otherwise the record forgets it.
+FTPFailure::Kind PlanMaker::examine(
+    PublishSession& session, ServerFolders& folders, PublishPlan& plan, const QByteArray& path)
+{
+    const QString name = QString::fromUtf8(path);
+    std::optional<RemoteEntry> entry;
+    const FTPFailure::Kind kind = session.requestPatiently([&] { return folders.find(name, entry); });
+    if (kind != FTPFailure::None) {
+        return kind;
+    }
+    SiteRecord::Entry& recorded = plan.others.entries()[path];
+    if (entry && entry->kind == RemoteEntry::File && entry->size == recorded.size) {
+        recorded.isWhole = false;
+        plan.obsolete.push_back({ path });
+        return kind;
+    }
+    if (entry) {
+        mReport.remarks << QStringLiteral("%1: not removed, it is not the file that was sent").arg(name);
+    }
+    plan.others.take(path);
+    mIsRecordOutdated = true;
+    return kind;
+}

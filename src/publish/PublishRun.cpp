@@ -1,0 +1,366 @@
+#include "PublishRun.h"
+
+#include "RecordFile.h"
+
+#include <QSet>
+#include <QTemporaryFile>
+
+#include <algorithm>
+#include <limits>
+#include <set>
+#include <system_error>
+#include <utility>
+
+namespace {
+
+using std::chrono::milliseconds;
+
+/// How soon an interruption is seen.
+constexpr milliseconds WATCH_INTERVAL(50);
+constexpr int PROGRESS_MS = 100;
+/// The record is saved in between, so that an interrupted run is not in vain, at a small part of the time.
+constexpr qint64 SAVE_MS = 60000;
+constexpr qint64 SAVE_SHARE = 20;
+/// A further session costs as much time as some files.
+constexpr qint64 FILES_OF_SESSION = 4;
+/// Round trips of a listing, by those that one size takes.
+constexpr int FTP_FILES_OF_CHECK = 7;
+constexpr int SFTP_FILES_OF_CHECK = 2;
+constexpr qint64 BYTES_LIKE_A_FILE = qint64 { 1024 } * 1024;
+
+QByteArray rootOf(const QString& folder)
+{
+    const QByteArray root = folder.toUtf8();
+    return root.endsWith('/') ? root : root + '/';
+}
+
+QByteArray parentOf(const QByteArray& path)
+{
+    return path.left(path.lastIndexOf('/', path.size() > 0 ? path.size() - 2 : 0) + 1);
+}
+
+} // namespace
+
+PublishRun::PublishRun(
+    const FTPSettings& settings, const PublishOptions& options, const QString& folder, Listener listener)
+    : mSettings(settings)
+    , mOptions(options)
+    , mListener(std::move(listener))
+    , mRoot(rootOf(folder))
+    , mPlanMaker(mRoot, options, mReport, mListener.isInterrupted)
+{
+    mSinceProgress.start();
+}
+
+PublishReport PublishRun::run()
+{
+    if (plan()) {
+        announcePlan();
+        if (mOptions.dryRun) {
+            reportFiles();
+        } else {
+            transfer();
+            finish();
+        }
+    } else {
+        if (mReport.stopReason.isEmpty()) {
+            mReport.stopReason = mPlanMaker.fault();
+        }
+        reportFiles();
+    }
+    mReport.wasInterrupted = mListener.isInterrupted();
+    return std::move(mReport);
+}
+
+bool PublishRun::plan()
+{
+    if (!mPlanMaker.readFolder(mPlan)) {
+        return false;
+    }
+    openFurtherSessions();
+    return openSession() && mPlanMaker.readRecord(*mSession, mPlan) && mPlanMaker.compare(mPlan)
+        && (!mOptions.checkServer || mPlanMaker.checkServer(*mSession, mPlan))
+        && (!mOptions.removeObsolete || mPlanMaker.findObsolete(*mSession, mPlan));
+}
+
+bool PublishRun::openSession()
+{
+    mSession = std::make_unique<PublishSession>();
+    const bool isOpen = mSession->open(mSettings, mOptions, mListener.prepare);
+    if (!isOpen && !mListener.isInterrupted()) {
+        mReport.stopReason = FTPFailure::reasonOf(mSession->client());
+    }
+    return isOpen;
+}
+
+/// Logging in takes as long as sending some files, so it does not wait for the record to tell what is to be sent.
+void PublishRun::openFurtherSessions()
+{
+    qint64 bytes = 0;
+    for (const PlannedFile& file : mPlan.files) {
+        bytes += file.size;
+    }
+    const int count = mOptions.dryRun ? 1 : sessionCount(static_cast<qint64>(mPlan.files.size()), bytes);
+    try {
+        while (static_cast<int>(mComingSessions.size()) < count - 1) {
+            mComingSessions.push_back(std::async(std::launch::async, [this] { return connectedSession(); }));
+        }
+    } catch (const std::system_error&) {
+        return; // Without another thread there is no other session.
+    }
+}
+
+/// Null when the server does not let it in.
+std::unique_ptr<PublishSession> PublishRun::connectedSession() const
+{
+    auto session = std::make_unique<PublishSession>();
+    const bool isConnected = session->open(mSettings, mOptions, mListener.prepare) && session->connect();
+    return isConnected ? std::move(session) : nullptr;
+}
+
+void PublishRun::announcePlan()
+{
+    for (const PublishReport::Failure& failure : mReport.failed) {
+        mListener.fileFinished(failure.path, FolderPublisher::Failed, failure.reason);
+    }
+    for (const PlannedFile& file : mPlan.files) {
+        if (file.state == PlannedFile::ToSend) {
+            ++mTotals.totalFiles;
+            mTotals.totalBytes += file.size;
+        }
+        if (file.state == PlannedFile::Unchanged || (mOptions.dryRun && file.state == PlannedFile::ToSend)) {
+            const bool isSent = file.state == PlannedFile::ToSend;
+            mListener.fileFinished(
+                mPlan.path(file), isSent ? FolderPublisher::Sent : FolderPublisher::Unchanged, QString());
+        }
+    }
+    for (const ObsoleteFile& file : mPlan.obsolete) {
+        if (mOptions.dryRun) {
+            mListener.fileFinished(QString::fromUtf8(file.path), FolderPublisher::Removed, QString());
+        }
+    }
+}
+
+void PublishRun::transfer()
+{
+    mIsRecordThere = mPlanMaker.hasRecord();
+    if (needsEarlyRecord()
+        && mSession->requestPatiently([this] { return saveRecord(mSession->client()); }) != FTPFailure::None) {
+        mReport.stopReason = QStringLiteral("%1: %2").arg(
+            QString::fromLatin1(SiteRecord::FILE_NAME), FTPFailure::reasonOf(mSession->client()));
+        return;
+    }
+    const auto steps = mTotals.totalFiles + static_cast<qint64>(mPlan.obsolete.size());
+    const auto open = qMin(steps, static_cast<qint64>(mComingSessions.size()) + 1);
+    const int sessions = qMax(sessionCount(steps, mTotals.totalBytes), static_cast<int>(open));
+    mQueue = std::make_unique<TransferQueue>(mPlan, sessions, filesOfCheck());
+    const PublishWorker::Run run { mPlan, *mQueue, mSettings, mOptions, mListener.prepare, mRoot,
+        [this](FTPCurl& client) { return saveRecord(client); } };
+    std::vector<std::thread> threads;
+    startWorkers(threads, run, sessions);
+    watch();
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    deliver(mQueue->takeEvents(milliseconds(0)));
+    showProgress(true);
+    mReport.stopReason = mQueue->stopReason();
+    mSession = mWorkers.front()->takeSession();
+}
+
+/// Whether the record holds files that are about to change.
+bool PublishRun::needsEarlyRecord() const
+{
+    return !mPlan.obsolete.empty() || std::any_of(mPlan.files.begin(), mPlan.files.end(), [](const PlannedFile& file) {
+        return file.state == PlannedFile::ToSend && file.recordedSize >= 0;
+    });
+}
+
+bool PublishRun::saveRecord(FTPCurl& client)
+{
+    QElapsedTimer time;
+    time.start();
+    QTemporaryFile local;
+    bool isWritten = local.open();
+    {
+        const auto guard = mQueue ? mQueue->lock() : std::unique_lock<std::mutex>();
+        isWritten = isWritten && RecordFile::format(mPlan, local);
+    }
+    if (!isWritten) {
+        client._setError(ErrorableCode::of(CURLE_WRITE_ERROR));
+        return false;
+    }
+    client.setUploadMode(FTPCurl::InPlace); // the record has a second name of its own
+    client.setVerifyUploads(false); // a record that is cut off is one that knows less
+    isWritten = RecordFile(client).write(local.fileName(), mIsRecordThere);
+    client.setUploadMode(mOptions.uploadMode);
+    mIsRecordWritten = true;
+    mIsRecordThere = mIsRecordThere || isWritten;
+    mSaveTime = time.elapsed();
+    return isWritten;
+}
+
+int PublishRun::sessionCount(qint64 steps, qint64 bytes) const
+{
+    const qint64 useful = (steps + bytes / BYTES_LIKE_A_FILE) / FILES_OF_SESSION;
+    return static_cast<int>(qBound(qint64 { 1 }, useful, qint64 { mOptions.connections }));
+}
+
+/// From how many files in a folder on its listing takes fewer round trips than the size of each file.
+int PublishRun::filesOfCheck() const
+{
+    if (mOptions.uploadMode != FTPCurl::InPlace) {
+        return std::numeric_limits<int>::max(); // Such an upload verifies the size itself.
+    }
+    return mSettings.ftpProtocol() == FTPSettings::SFTP ? SFTP_FILES_OF_CHECK : FTP_FILES_OF_CHECK;
+}
+
+void PublishRun::startWorkers(std::vector<std::thread>& threads, const PublishWorker::Run& run, int count)
+{
+    std::promise<std::unique_ptr<PublishSession>> first;
+    first.set_value(std::move(mSession));
+    mComingSessions.push_front(first.get_future());
+    for (int i = 0; i < count; ++i) {
+        std::future<std::unique_ptr<PublishSession>> session;
+        if (!mComingSessions.empty()) {
+            session = std::move(mComingSessions.front());
+            mComingSessions.pop_front();
+        }
+        mWorkers.push_back(std::make_unique<PublishWorker>(run, i, std::move(session)));
+        try {
+            threads.emplace_back([worker = mWorkers.back().get()] { worker->work(); });
+        } catch (const std::system_error& error) {
+            mQueue->sessionEnded();
+            if (!mQueue->retire()) {
+                mQueue->stop(QString::fromLocal8Bit(error.what()));
+            }
+        }
+    }
+}
+
+/// Until all workers have ended.
+void PublishRun::watch()
+{
+    QElapsedTimer sinceSave;
+    sinceSave.start();
+    while (!mQueue->hasEnded()) {
+        deliver(mQueue->takeEvents(WATCH_INTERVAL));
+        showProgress(false);
+        if (mListener.isInterrupted()) {
+            mQueue->stop(QString());
+        }
+        if (sinceSave.elapsed() > SAVE_MS + SAVE_SHARE * mSaveTime) {
+            mQueue->requestSave();
+            sinceSave.restart();
+        }
+    }
+}
+
+void PublishRun::deliver(const std::vector<TransferQueue::Event>& events)
+{
+    for (const TransferQueue::Event& event : events) {
+        if (event.outcome == FolderPublisher::Failed) {
+            mReport.failed.append({ event.path, event.reason });
+        }
+        mListener.fileFinished(event.path, event.outcome, event.reason);
+    }
+}
+
+void PublishRun::showProgress(bool isLast)
+{
+    if (!isLast && mSinceProgress.elapsed() < PROGRESS_MS) {
+        return;
+    }
+    mSinceProgress.restart();
+    PublishProgress progress = mTotals;
+    progress.files = mQueue->filesFinished();
+    progress.bytes = qMin(mQueue->bytes(), progress.totalBytes);
+    mRate.measure(progress);
+    mListener.progress(progress);
+}
+
+void PublishRun::finish()
+{
+    reportFiles();
+    const bool isOutdated = mIsRecordWritten || !mReport.sent.isEmpty() || mPlanMaker.isRecordOutdated();
+    // Without the final record, later runs send again what this one has sent.
+    const bool isReachable = mSession && (mReport.stopReason.isEmpty() || mSession->isConnected());
+    if (mListener.isInterrupted() || !isReachable) {
+        return;
+    }
+    removeEmptyFolders();
+    const auto save = [this] { return saveRecord(mSession->client()); };
+    const bool isSaved = !isOutdated || mSession->requestPatiently(save) == FTPFailure::None;
+    if (!isSaved && mReport.stopReason.isEmpty() && !mListener.isInterrupted()) {
+        mReport.failed.append({ QString::fromLatin1(SiteRecord::FILE_NAME), FTPFailure::reasonOf(mSession->client()) });
+    }
+}
+
+/// Those of removed files that the local folder does not have.
+void PublishRun::removeEmptyFolders()
+{
+    std::set<QByteArray> kept;
+    for (const PlannedFolder& folder : mPlan.folders) {
+        kept.insert(folder.path);
+    }
+    std::set<QByteArray, std::greater<>> emptied; // a folder comes after those in it
+    for (const ObsoleteFile& file : mPlan.obsolete) {
+        QByteArray folder = parentOf(file.path);
+        while (file.isRemoved && kept.count(folder) == 0) {
+            emptied.insert(folder);
+            folder = parentOf(folder);
+        }
+    }
+    FTPCurl& client = mSession->client();
+    for (const QByteArray& folder : emptied) {
+        if (!mListener.isInterrupted()) {
+            client.tryRemoveDirIfEmpty(client.canonicalizedFilePath(QString::fromUtf8(folder).chopped(1)));
+        }
+    }
+}
+
+void PublishRun::reportFiles()
+{
+    QSet<QString> incomplete;
+    for (const auto& worker : mWorkers) {
+        incomplete += QSet<QString>(worker->incomplete().begin(), worker->incomplete().end());
+    }
+    for (const PlannedFile& file : mPlan.files) {
+        const QString path = mPlan.path(file);
+        switch (file.state) {
+        case PlannedFile::Sent:
+            mReport.sent << path;
+            mReport.bytes += file.size;
+            incomplete.remove(path);
+            break;
+        case PlannedFile::Unchanged:
+            mReport.unchanged << path;
+            break;
+        case PlannedFile::Arrived:
+            incomplete << path;
+            mReport.notTried << path;
+            break;
+        case PlannedFile::ToSend:
+            (mOptions.dryRun ? mReport.sent : mReport.notTried) << path;
+            break;
+        case PlannedFile::NotTried:
+            mReport.notTried << path;
+            break;
+        case PlannedFile::Failed:
+            break;
+        }
+    }
+    for (const ObsoleteFile& file : mPlan.obsolete) {
+        if (file.isRemoved || mOptions.dryRun) {
+            mReport.removed << QString::fromUtf8(file.path);
+        }
+    }
+    mReport.incomplete = incomplete.values();
+    mReport.incomplete.sort();
+    const auto retired
+        = std::count_if(mWorkers.begin(), mWorkers.end(), [](const auto& worker) { return worker->isRetired(); });
+    if (retired > 0) {
+        mReport.remarks << QStringLiteral("the server allowed only %1 sessions")
+                               .arg(static_cast<int>(mWorkers.size()) - static_cast<int>(retired));
+    }
+}

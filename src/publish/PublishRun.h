@@ -1,0 +1,75 @@
+#pragma once
+
+#include "PlanMaker.h"
+#include "PublishSession.h"
+#include "PublishWorker.h"
+#include "RateMeter.h"
+#include "TransferQueue.h"
+
+#include <QElapsedTimer>
+
+#include <atomic>
+#include <deque>
+#include <functional>
+#include <future>
+#include <memory>
+#include <thread>
+#include <vector>
+
+/// One run of a FolderPublisher, on the publisher's thread: plans what is to be done, has it done by workers, and
+/// reports.
+class PublishRun
+{
+public:
+    /// All but prepare are called on the thread of run().
+    struct Listener
+    {
+        PublishSession::Prepare prepare;
+        std::function<bool()> isInterrupted;
+        std::function<void(const PublishProgress&)> progress;
+        std::function<void(const QString&, FolderPublisher::Outcome, const QString&)> fileFinished;
+    };
+
+    PublishRun(const FTPSettings& settings, const PublishOptions& options, const QString& folder, Listener listener);
+
+    PublishReport run();
+
+private:
+    bool plan();
+    bool openSession();
+    void openFurtherSessions();
+    std::unique_ptr<PublishSession> connectedSession() const;
+    void announcePlan();
+    bool needsEarlyRecord() const;
+    bool saveRecord(FTPCurl& client);
+
+    void transfer();
+    int filesOfCheck() const;
+    int sessionCount(qint64 steps, qint64 bytes) const;
+    void startWorkers(std::vector<std::thread>& threads, const PublishWorker::Run& run, int count);
+    void watch();
+    void deliver(const std::vector<TransferQueue::Event>& events);
+    void showProgress(bool isLast);
+
+    void finish();
+    void removeEmptyFolders();
+    void reportFiles();
+
+    const FTPSettings& mSettings;
+    const PublishOptions& mOptions;
+    Listener mListener;
+    QByteArray mRoot;
+    PublishReport mReport;
+    PublishPlan mPlan;
+    PlanMaker mPlanMaker;
+    std::unique_ptr<PublishSession> mSession;
+    std::deque<std::future<std::unique_ptr<PublishSession>>> mComingSessions;
+    std::unique_ptr<TransferQueue> mQueue;
+    std::vector<std::unique_ptr<PublishWorker>> mWorkers;
+    PublishProgress mTotals;
+    RateMeter mRate;
+    QElapsedTimer mSinceProgress;
+    std::atomic<bool> mIsRecordWritten { false };
+    std::atomic<bool> mIsRecordThere { false };
+    std::atomic<qint64> mSaveTime { 0 }; ///< of the last one, in milliseconds
+};

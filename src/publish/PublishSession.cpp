@@ -1,0 +1,71 @@
+#include "PublishSession.h"
+
+#include "SiteRecord.h"
+
+#include <QThread>
+
+namespace {
+
+/// The end of a run waits for sessions that turn out not to be needed.
+constexpr int CONNECT_SECONDS = 10;
+constexpr int FIRST_PAUSE_MS = 250;
+constexpr int INTERRUPTION_CHECK_MS = 20;
+
+} // namespace
+
+bool PublishSession::open(const FTPSettings& settings, const PublishOptions& options, const Prepare& prepare)
+{
+    mClient.setUploadMode(options.uploadMode);
+    mClient.setStallTimeOut(options.stallTimeOut);
+    const bool isOpen = mClient.setTrust(options.trust) && prepare(mClient) && mClient.initHost(settings);
+    if (isOpen) {
+        setEntersDirectories(false);
+    }
+    return isOpen;
+}
+
+FTPFailure::Kind PublishSession::request(const std::function<bool()>& request)
+{
+    FTPFailure::Kind kind = FTPFailure::None;
+    if (!request()) {
+        kind = FTPFailure::kindOf(mClient);
+        kind = kind == FTPFailure::None ? FTPFailure::OfPath : kind; // some refusals leave no error
+    }
+    mIsConnected = kind == FTPFailure::None || kind == FTPFailure::OfPath || kind == FTPFailure::OfStorage;
+    return kind;
+}
+
+void PublishSession::setEntersDirectories(bool enters)
+{
+    const auto method = enters ? CURLFTPMETHOD_SINGLECWD : CURLFTPMETHOD_NOCWD;
+    curl_easy_setopt(mClient.curlhandle(), CURLOPT_FTP_FILEMETHOD, static_cast<long>(method));
+}
+
+bool PublishSession::connect()
+{
+    const int stallTimeOut = mClient.stallTimeOut();
+    mClient.setStallTimeOut(stallTimeOut > 0 ? qMin(stallTimeOut, CONNECT_SECONDS) : CONNECT_SECONDS);
+    bool exists = false;
+    // Any cheap question about a file.
+    request([&] { return mClient.resourceExists(QString::fromLatin1(SiteRecord::FILE_NAME), exists); });
+    mClient.setStallTimeOut(stallTimeOut);
+    return mIsConnected;
+}
+
+FTPFailure::Kind PublishSession::requestPatiently(const std::function<bool()>& request)
+{
+    FTPFailure::Kind kind = this->request(request);
+    for (int failures = 1; failures <= MAX_FAILURES && kind == FTPFailure::OfConnection; ++failures) {
+        pause(failures);
+        kind = this->request(request);
+    }
+    return kind;
+}
+
+void PublishSession::pause(int failures) const
+{
+    const int time = FIRST_PAUSE_MS << (failures - 1);
+    for (int waited = 0; waited < time && !mClient.isInterruptionRequested(); waited += INTERRUPTION_CHECK_MS) {
+        QThread::msleep(INTERRUPTION_CHECK_MS);
+    }
+}

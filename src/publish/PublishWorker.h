@@ -1,0 +1,73 @@
+#pragma once
+
+#include "PublishSession.h"
+#include "TransferQueue.h"
+#include "UploadSource.h"
+
+#include <QStringList>
+
+#include <functional>
+#include <future>
+#include <memory>
+#include <set>
+#include <utility>
+
+/// Works through the tasks of a run on one session.
+class PublishWorker
+{
+public:
+    struct Run
+    {
+        PublishPlan& plan;
+        TransferQueue& queue;
+        const FTPSettings& settings;
+        const PublishOptions& options;
+        const PublishSession::Prepare& prepare;
+        QByteArray root; ///< the local folder; ends in a slash
+        std::function<bool(FTPCurl&)> saveRecord;
+    };
+
+    /// The session may be one that is being opened; null if the server did not let it in. Without a future the worker
+    /// opens one itself.
+    PublishWorker(const Run& run, int number, std::future<std::unique_ptr<PublishSession>> session);
+
+    /// Until the queue has no more tasks, or the server does not want this session.
+    void work();
+
+    /// After work().
+    std::unique_ptr<PublishSession> takeSession() { return std::move(mSession); }
+    bool isRetired() const { return mIsRetired; }
+    /// Files whose upload was begun and did not end well, after work().
+    const QStringList& incomplete() const { return mIncomplete; }
+
+private:
+    /// Whether the worker goes on with a further task.
+    enum class Next { GoOn, Retire };
+    /// A request, or several, of which the last one decides.
+    using Step = std::function<FTPFailure::Kind()>;
+
+    bool openSession();
+    Next perform(const TransferQueue::Task& task);
+    FTPFailure::Kind attempt(const Step& step, int failures = 0);
+    void noteFailure(FTPFailure::Kind kind);
+
+    FTPFailure::Kind makeFolder(int folder);
+    FTPFailure::Kind sendFile(int file);
+    FTPFailure::Kind checkFolder(int folder);
+    FTPFailure::Kind removeFile(int obsolete);
+
+    FTPFailure::Kind create(const QString& folder);
+    FTPFailure::Kind upload(int file, const QString& path, UploadSource& source);
+    FTPFailure::Kind uploadOnce(int file, const QString& path, UploadSource& source);
+    bool createMissing(int folder);
+    FTPFailure::Kind confirm(int file);
+
+    const Run& mRun;
+    int mNumber;
+    std::future<std::unique_ptr<PublishSession>> mComingSession;
+    std::unique_ptr<PublishSession> mSession;
+    QString mReason; ///< of the last failure
+    bool mIsRetired = false;
+    std::set<int> mAskedFolders; ///< that were found to exist, or created, after a failure in them
+    QStringList mIncomplete;
+};

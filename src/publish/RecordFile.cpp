@@ -1,0 +1,95 @@
+#include "RecordFile.h"
+
+#include "PublishPlan.h"
+#include "ServerFolders.h"
+
+#include <tavrel/FTPCurl.h>
+
+#include <QTemporaryFile>
+
+namespace {
+
+/// Far above the record of any site.
+constexpr curl_off_t MAX_RECORD_BYTES = curl_off_t { 1 } << 30;
+
+const QString NAME = QString::fromLatin1(SiteRecord::FILE_NAME);
+const QString NEW_NAME = QString::fromLatin1(SiteRecord::NEW_FILE_NAME);
+
+bool append(QTemporaryFile& file, const QByteArray& line)
+{
+    return file.write(line) == line.size();
+}
+
+} // namespace
+
+RecordFile::RecordFile(FTPCurl& client)
+    : mClient(client)
+{
+}
+
+bool RecordFile::read(SiteRecord& record, QString& remark)
+{
+    QTemporaryFile local;
+    if (!local.open()) {
+        remark = local.errorString();
+        return true;
+    }
+    QString name = NAME;
+    Result result = fetch(name, local.fileName());
+    if (result == Result::Missing && mClient.error() != ErrorableCode::of(CURLE_REMOTE_ACCESS_DENIED)) {
+        // A run may have ended between the two steps of replacing the record.
+        name = NEW_NAME;
+        result = fetch(name, local.fileName());
+    }
+    mWasFound = result == Result::Found;
+    int ignoredLines = 0;
+    if (mWasFound && !record.read(local, ignoredLines)) {
+        remark = QStringLiteral("%1: ignored, it is no record of this version").arg(name);
+    } else if (ignoredLines > 0) {
+        remark = QStringLiteral("%1: %2 lines ignored").arg(name, QString::number(ignoredLines));
+    }
+    return result != Result::Failed;
+}
+
+RecordFile::Result RecordFile::fetch(const QString& name, const QString& local)
+{
+    curl_easy_setopt(mClient.curlhandle(), CURLOPT_MAXFILESIZE_LARGE, MAX_RECORD_BYTES);
+    const bool isFetched = mClient.getFile(name, local);
+    curl_easy_setopt(mClient.curlhandle(), CURLOPT_MAXFILESIZE_LARGE, curl_off_t { 0 });
+    if (isFetched) {
+        return Result::Found;
+    }
+    return ServerFolders::isMissing(mClient) ? Result::Missing : Result::Failed;
+}
+
+bool RecordFile::format(const PublishPlan& plan, QTemporaryFile& local)
+{
+    bool isWritten = append(local, SiteRecord::firstLine());
+    for (const PlannedFile& file : plan.files) {
+        if (file.isOnServer()) {
+            isWritten &= append(local, SiteRecord::line(plan.bytePath(file), { file.size, file.digest, true }));
+        } else if (file.recordedSize >= 0) {
+            isWritten &= append(local, SiteRecord::line(plan.bytePath(file), { file.recordedSize, {}, false }));
+        }
+    }
+    const SiteRecord::Entries& others = plan.others.entries();
+    for (auto other = others.begin(); other != others.end(); ++other) {
+        isWritten &= append(local, SiteRecord::line(other.key(), *other));
+    }
+    return isWritten && local.flush();
+}
+
+bool RecordFile::write(const QString& local, bool replaces)
+{
+    return replaces ? mClient.putFile(local, NEW_NAME, false) && rename() : mClient.putFile(local, NAME, false);
+}
+
+bool RecordFile::rename()
+{
+    if (mClient.rename(NEW_NAME, NAME)) {
+        return true;
+    }
+    // Some servers do not replace a file by a rename.
+    return mClient.error() == ErrorableCode::of(CURLE_QUOTE_ERROR)
+        && mClient.removeSimpleResource(mClient.canonicalizedFilePath(NAME), false) && mClient.rename(NEW_NAME, NAME);
+}

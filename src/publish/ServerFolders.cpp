@@ -1,0 +1,89 @@
+#include "ServerFolders.h"
+
+#include <tavrel/FTPCurl.h>
+
+namespace {
+
+const QChar SLASH = QLatin1Char('/');
+
+} // namespace
+
+ServerFolders::ServerFolders(FTPCurl& client)
+    : mClient(client)
+{
+}
+
+bool ServerFolders::isMissing(const FTPCurl& client)
+{
+    for (const CURLcode code :
+        { CURLE_REMOTE_ACCESS_DENIED, CURLE_FTP_COULDNT_RETR_FILE, CURLE_REMOTE_FILE_NOT_FOUND }) {
+        if (client.error() == ErrorableCode::of(code)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+QString ServerFolders::requestPath(const FTPCurl& client, const QString& folder)
+{
+    const FTPSettings& settings = client.ftpSettings();
+    const QString path = folder.isEmpty() ? SLASH + settings.ftpFolder() + settings.publicSubFolder() : folder;
+    return path.endsWith(SLASH) && path.size() > 1 ? path.chopped(1) : path;
+}
+
+const ServerFolders::Entries* ServerFolders::list(const QString& folder)
+{
+    auto known = mListed.find(folder);
+    if (known == mListed.end()) {
+        QVector<RemoteEntry> listed;
+        if (!mClient.listDetailed(requestPath(mClient, folder), listed) && !isMissing(mClient)) {
+            return nullptr;
+        }
+        known = mListed.insert(folder, Entries());
+        for (const RemoteEntry& entry : listed) {
+            known->insert(entry.name, entry);
+        }
+    }
+    return &*known;
+}
+
+bool ServerFolders::find(const QString& path, std::optional<RemoteEntry>& found)
+{
+    found.reset();
+    const QString folder = path.left(path.lastIndexOf(SLASH) + 1);
+    bool isThere = false;
+    if (!findFolder(folder, isThere)) {
+        return false;
+    }
+    const Entries* const entries = isThere ? list(folder) : nullptr;
+    const QString name = path.mid(folder.size());
+    if (entries && entries->contains(name)) {
+        found = entries->value(name);
+    }
+    return entries || !isThere;
+}
+
+/// Whether each part of the path is a directory, as a listing through a link would show another place.
+bool ServerFolders::findFolder(const QString& folder, bool& isThere)
+{
+    isThere = true;
+    for (int end = folder.indexOf(SLASH); end >= 0 && isThere; end = folder.indexOf(SLASH, end + 1)) {
+        const int begin = folder.lastIndexOf(SLASH, end - 1) + 1;
+        const Entries* const entries = list(folder.left(begin));
+        if (!entries) {
+            return false;
+        }
+        const auto entry = entries->find(folder.mid(begin, end - begin));
+        isThere = entry != entries->end() && entry->kind == RemoteEntry::Directory;
+    }
+    return true;
+}
+
+bool ServerFolders::sizeOf(FTPCurl& client, const QString& path, qint64& size)
+{
+    if (client.fileSize(path, size)) {
+        return true;
+    }
+    size = -1;
+    return isMissing(client);
+}

@@ -1,0 +1,89 @@
+#include "SiteRecord.h"
+
+#include <QList>
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+constexpr int MAX_LINE_BYTES = 64 * 1024;
+const char NOT_WHOLE[] = "-";
+
+/// Plain names between single slashes.
+bool isPathBelow(const QByteArray& path)
+{
+    const QList<QByteArray> names = path.split('/');
+    return std::all_of(names.begin(), names.end(), [](const QByteArray& name) {
+        const bool isControlFree
+            = std::all_of(name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) >= ' '; });
+        return !name.isEmpty() && name != "." && name != ".." && isControlFree;
+    });
+}
+
+} // namespace
+
+const char* const SiteRecord::FILE_NAME = ".tavrel-site";
+const char* const SiteRecord::NEW_FILE_NAME = ".tavrel-site.new";
+
+QByteArray SiteRecord::firstLine()
+{
+    return QByteArrayLiteral("tavrel-site 1\n");
+}
+
+QByteArray SiteRecord::line(const QByteArray& path, const Entry& entry)
+{
+    const QByteArray digest
+        = entry.isWhole ? QByteArray::fromRawData(entry.digest.data(), DIGEST_BYTES).toHex() : QByteArray(NOT_WHOLE);
+    return QByteArray::number(entry.size) + ' ' + digest + ' ' + path + '\n';
+}
+
+bool SiteRecord::read(QIODevice& device, int& ignoredLines)
+{
+    ignoredLines = 0;
+    if (device.readLine(MAX_LINE_BYTES) != firstLine()) {
+        return false;
+    }
+    while (!device.atEnd()) {
+        if (!readLine(device.readLine(MAX_LINE_BYTES))) {
+            ++ignoredLines;
+        }
+    }
+    return true;
+}
+
+std::optional<SiteRecord::Entry> SiteRecord::take(const QByteArray& path)
+{
+    const auto found = mEntries.find(path);
+    if (found == mEntries.end()) {
+        return std::nullopt;
+    }
+    const Entry entry = *found;
+    mEntries.erase(found);
+    return entry;
+}
+
+/// A line without its end was cut off.
+bool SiteRecord::readLine(const QByteArray& line)
+{
+    const int size = line.indexOf(' ');
+    const int digest = line.indexOf(' ', size + 1);
+    if (size < 0 || digest < 0 || !line.endsWith('\n')) {
+        return false;
+    }
+    Entry entry;
+    bool isNumber = false;
+    entry.size = line.left(size).toLongLong(&isNumber);
+    const QByteArray hex = line.mid(size + 1, digest - size - 1);
+    const QByteArray bytes = QByteArray::fromHex(hex);
+    const QByteArray path = line.mid(digest + 1, line.size() - digest - 2);
+    entry.isWhole = bytes.size() == DIGEST_BYTES && bytes.toHex() == hex;
+    if (!isNumber || entry.size < 0 || !(entry.isWhole || hex == NOT_WHOLE) || !isPathBelow(path) || isOwnFile(path)) {
+        return false;
+    }
+    if (entry.isWhole) {
+        std::memcpy(entry.digest.data(), bytes.constData(), DIGEST_BYTES);
+    }
+    mEntries.insert(path, entry);
+    return true;
+}

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <QByteArray>
+#include <QHash>
+#include <QIODevice>
+
+#include <array>
+#include <optional>
+
+constexpr int DIGEST_BYTES = 32;
+/// A SHA-256.
+using Digest = std::array<char, DIGEST_BYTES>;
+
+/**
+ * The record of what was sent to a site, as a text file: a first line with name and version, then a line per file,
+ *
+ *     SIZE SHA-256 PATH
+ *
+ * with a "-" in place of the SHA-256 while the file may not be whole. Any prefix of a record is a record that knows
+ * less.
+ *
+ * The record comes from a server: a path that would lead out of the site is no entry.
+ */
+class SiteRecord
+{
+public:
+    struct Entry
+    {
+        qint64 size = 0;
+        Digest digest {};
+        bool isWhole = false;
+    };
+    using Entries = QHash<QByteArray, Entry>;
+
+    static const char* const FILE_NAME;
+    /// Written first, then renamed to FILE_NAME.
+    static const char* const NEW_FILE_NAME;
+
+    /// Whether a file of the site's folder is the record itself.
+    static bool isOwnFile(const QByteArray& path) { return path == FILE_NAME || path == NEW_FILE_NAME; }
+
+    static QByteArray firstLine();
+    static QByteArray line(const QByteArray& path, const Entry& entry);
+
+    /// False when it does not begin like a record of this version. Counts the lines that are no entries.
+    bool read(QIODevice& device, int& ignoredLines);
+    /// Removes an entry and returns it.
+    std::optional<Entry> take(const QByteArray& path);
+
+    Entries& entries() { return mEntries; }
+    const Entries& entries() const { return mEntries; }
+
+private:
+    bool readLine(const QByteArray& line);
+
+    Entries mEntries;
+};

@@ -1,0 +1,96 @@
+#include "FtpTarget.h"
+#include "RealServers.h"
+#include "ScriptedFtpServer.h"
+
+#include <tavrel/FolderPublisher.h>
+#include <tavrel/TavrelInitializer.h>
+
+#include <foundation/FileUtils.h>
+
+#include <QtTest>
+
+static const TavrelInitializer initializer;
+
+/// Servers that refuse, break and lie. No file counts as sent that is not whole on the server.
+class PublishFaultsTest : public QObject
+{
+    Q_OBJECT
+
+    QTemporaryDir mHere;
+
+    PublishReport publish(const FTPSettings& target, int connections) const
+    {
+        FolderPublisher publisher;
+        publisher.setStallTimeOut(1);
+        publisher.setConnections(connections);
+        publisher.publish(target, mHere.filePath("site"));
+        publisher.wait();
+        return publisher.report();
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QDir(mHere.path()).mkdir("site");
+        for (int i = 1; i <= 4; ++i) {
+            QVERIFY(FileUtils::writeFileContent(mHere.filePath(QString("site/%1").arg(i)), "1234"));
+        }
+    }
+
+    void neverReportsAFileThatIsNotWhole_data()
+    {
+        QTest::addColumn<QByteArray>("moment");
+        QTest::addColumn<QByteArray>("reply");
+        QTest::addColumn<bool>("isOnce");
+        QTest::addColumn<QString>("outcome"); // sent, failed, not tried
+        QTest::addColumn<QString>("stopReason");
+        const auto row = [](const char* name, const QByteArray& moment, const QByteArray& reply, bool isOnce,
+                             const char* outcome, const char* stopReason = "") {
+            QTest::newRow(name) << moment << reply << isOnce << outcome << stopReason;
+        };
+        row("no fault", "none", "", true, "4 0 0");
+        row("the reply to an upload is lost", "after STOR", FtpPlay::SILENCE, true, "4 0 0");
+        row("the connection breaks after an upload", "after STOR", FtpPlay::DROP, true, "4 0 0");
+        row("the server closes the session", "STOR site/2", "421 idle", true, "4 0 0");
+        row("one file is refused", "STOR site/2", "553 no", false, "3 1 0");
+        row("nothing is stored", "SIZE site/2", "213 0", false, "3 1 0");
+        row("the disk is full", "after STOR", "552 quota exceeded", false, "0 1 3", "552 quota exceeded");
+        row("the login is refused", "PASS", "530 no", false, "0 0 4", "530 no");
+        row("each data connection breaks", "PASV", FtpPlay::DROP, false, "0 0 4", "*");
+        row("the record cannot be written", "STOR site/.tavrel-site.new", "553 no", false, "4 1 0");
+    }
+
+    void neverReportsAFileThatIsNotWhole()
+    {
+        QFETCH(QByteArray, moment);
+        QFETCH(QByteArray, reply);
+        QFETCH(bool, isOnce);
+        QFETCH(QString, stopReason);
+        FtpPlay play;
+        play.content = "1234"; // of the record, which is none then, and the size of all files
+        play.replies = { { moment, reply } };
+        play.isDue = [isOnce, times = std::make_shared<int>(0)] { return (*times)++ == 0 || !isOnce; };
+        const ScriptedFtpServer server(play);
+        const PublishReport report = publish(FtpTarget(FTPSettings::FTP, server.port(), "site"), 1);
+        QTEST(QString("%1 %2 %3").arg(report.sent.size()).arg(report.failed.size()).arg(report.notTried.size()),
+            "outcome");
+        QVERIFY2(stopReason == "*" || report.stopReason.contains(stopReason), qPrintable(report.stopReason));
+        QCOMPARE(report.stopReason.isEmpty(), stopReason.isEmpty());
+        QVERIFY(!report.stopReason.contains("rd%1"));
+    }
+
+    void makesDoWithFewerSessions()
+    {
+        const RealServers servers { { "proftpd" } };
+        for (int i = 5; i <= 100; ++i) {
+            QVERIFY(FileUtils::writeFileContent(mHere.filePath(QString("site/%1").arg(i)), QByteArray(i, 'x')));
+        }
+        const PublishReport report = publish(FtpTarget(FTPSettings::FTP, servers.limitedFtp().port, "site"), 4);
+        QVERIFY2(report.isSuccess(), qPrintable(report.stopReason));
+        QCOMPARE(report.sent.size(), 100);
+        QCOMPARE(report.remarks, QStringList("the server allowed only 2 sessions"));
+    }
+};
+
+QTEST_GUILESS_MAIN(PublishFaultsTest)
+#include "PublishFaultsTest.moc"
