@@ -23,7 +23,12 @@ int FTPCurl::existingResourceCacheValue(const QString& path) const
 
 void FTPCurl::setExistingResourceCache(const QString& path, int value)
 {
-    mPrivate->existingResources.insert(mPrivate->cacheKey(path), value);
+    const QString key = mPrivate->cacheKey(path);
+    if (value == -1) {
+        mPrivate->existingResources.remove(key);
+    } else {
+        mPrivate->existingResources.insert(key, value);
+    }
 }
 
 bool FTPCurl::createDirectory(const QString& directory)

@@ -46,6 +46,7 @@ bool LocalScan::run(PublishPlan& plan, PublishReport& report)
     for (std::size_t i = 0; i < plan.folders.size() && !mIsStopped(); ++i) {
         readFolder(plan, report, static_cast<int>(i));
     }
+    plan.files.shrink_to_fit();
     return true;
 }
 
@@ -66,11 +67,7 @@ void LocalScan::readFolder(PublishPlan& plan, PublishReport& report, int folder)
         if (entry.isFolder) {
             plan.folders.push_back({ path + entry.name + '/', folder });
         } else {
-            PlannedFile file;
-            file.name = entry.name;
-            file.size = entry.size;
-            file.folder = folder;
-            plan.files.push_back(std::move(file));
+            plan.addFile(entry.name, entry.size, folder);
         }
     }
     plan.folders[folder].fileCount = static_cast<int>(plan.files.size()) - plan.folders[folder].firstFile;

@@ -169,7 +169,7 @@ FTPFailure::Kind PlanMaker::checkFile(
     PublishSession& session, PublishPlan& plan, PlannedFile& file, const ServerFolders::Entries& entries)
 {
     const QString path = plan.path(file);
-    const RemoteEntry entry = entries.value(QString::fromUtf8(file.name));
+    const RemoteEntry entry = entries.value(QString::fromUtf8(plan.name(file)));
     const bool isAsRecorded = entry.kind == RemoteEntry::File && entry.size == file.size;
     if (file.state != PlannedFile::Unchanged || isAsRecorded) {
         return FTPFailure::None;

@@ -20,11 +20,12 @@ struct PlannedFile
         NotTried,
     };
 
-    QByteArray name;
     qint64 size = 0;
     qint64 recordedSize = -1; ///< in the record on the server; -1 when it is not there
     Digest digest {}; ///< of a file that is sent or unchanged
     int folder = 0;
+    int nameBegin = 0; ///< in PublishPlan::names
+    int nameSize = 0;
     State state = ToSend;
     quint8 failures = 0; ///< so far, of the connection or the verification
     bool hasLeftFolder = false; ///< its first attempt is over, so that it no longer delays the check of its folder
@@ -54,7 +55,10 @@ struct PublishPlan
     std::vector<PlannedFile> files;
     std::vector<ObsoleteFile> obsolete; ///< to be removed from the server
     SiteRecord others; ///< entries of the record without a planned file
+    QByteArray names; ///< of the files, one after the other
 
-    QByteArray bytePath(const PlannedFile& file) const { return folders[file.folder].path + file.name; }
+    void addFile(const QByteArray& name, qint64 size, int folder);
+    QByteArray name(const PlannedFile& file) const { return names.mid(file.nameBegin, file.nameSize); }
+    QByteArray bytePath(const PlannedFile& file) const { return folders[file.folder].path + name(file); }
     QString path(const PlannedFile& file) const { return QString::fromUtf8(bytePath(file)); }
 };

@@ -190,6 +190,7 @@ FTPFailure::Kind PublishWorker::uploadOnce(int file, const QString& path, Upload
     client.setVerifyUploads(!mRun.queue.isCheckedByListing(file));
     FTPFailure::Kind kind = mSession->request([&] { return client.putDataFromIoDevice(&source, path, path); });
     source.close();
+    client.setExistingResourceCache(path, -1); // would keep the path of each file
     if (kind == FTPFailure::None && mRun.options.keepModificationTime) {
         kind = mSession->request([&] { return client.setModificationTime(path, source.modified()); });
     }
@@ -223,7 +224,8 @@ FTPFailure::Kind PublishWorker::checkFolder(int folder)
     }
     for (const int file : files) {
         const PlannedFile& planned = mRun.plan.files[file];
-        const bool isListed = entries && entries->value(QString::fromUtf8(planned.name)).size == planned.size;
+        const bool isListed
+            = entries && entries->value(QString::fromUtf8(mRun.plan.name(planned))).size == planned.size;
         if (isListed) {
             mRun.queue.fileSent(file);
         } else if (!mIsRetired && kind != FTPFailure::Interrupted) {

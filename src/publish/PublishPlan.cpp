@@ -1,0 +1,12 @@
+#include "PublishPlan.h"
+
+void PublishPlan::addFile(const QByteArray& name, qint64 size, int folder)
+{
+    PlannedFile file;
+    file.size = size;
+    file.folder = folder;
+    file.nameBegin = names.size();
+    file.nameSize = name.size();
+    names += name;
+    files.push_back(file);
+}
