@@ -22,17 +22,16 @@
 //   bench_tavrel settings-save PATH COUNT
 //   bench_tavrel settings-load PATH COUNT
 
+#include "program.h"
 #include "report.h"
 
 #include <tavrel/FTPSettingsSerializable.h>
 #include <tavrel/HTTPCurl.h>
 #include <tavrel/SecuredHTTPCurl.h>
-#include <tavrel/TavrelInitializer.h>
 
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonObject>
-#include <QStringList>
 
 #include <cstdio>
 #include <functional>
@@ -41,12 +40,6 @@
 namespace {
 
 constexpr double BYTES_IN_KIB = 1024;
-
-bool fail(const QString& reason)
-{
-    std::fprintf(stderr, "bench_tavrel: %s\n", qPrintable(reason));
-    return false;
-}
 
 /// Reports the time of a transfer that succeeded, or the reason for its failure.
 bool finish(const HTTPCurl& client, bool success, double start)
@@ -228,10 +221,5 @@ bool run(const QStringList& arguments)
 
 int main(int argc, char* argv[])
 {
-    const TavrelInitializer initializer;
-    QStringList arguments;
-    for (int i = 0; i < argc; ++i) {
-        arguments += QFile::decodeName(argv[i]);
-    }
-    return run(arguments) ? 0 : 1;
+    return runProgram(argc, argv, run);
 }

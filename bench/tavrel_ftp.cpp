@@ -13,16 +13,15 @@
 //   bench_tavrel_ftp record-bytes STORE NAME   memory per entry of the directory NAME, without its name
 //   bench_tavrel_ftp parse COUNT               millions of listing lines per second
 
+#include "program.h"
 #include "report.h"
 
 #include <tavrel/FTPCurl.h>
 #include <tavrel/FTPSettingsSerializable.h>
-#include <tavrel/TavrelInitializer.h>
 #include <tavrel/ftpparser.h>
 
 #include <QDir>
 #include <QFile>
-#include <QStringList>
 
 #include <array>
 #include <cstdio>
@@ -44,12 +43,6 @@ struct LoopbackSettings : FTPSettingsSerializable
         mPassword.setValue(qEnvironmentVariable("PASSWORD"));
     }
 };
-
-bool fail(const QString& reason)
-{
-    std::fprintf(stderr, "bench_tavrel_ftp: %s\n", qPrintable(reason));
-    return false;
-}
 
 bool publish(FTPCurl& client, const QDir& folder)
 {
@@ -195,10 +188,5 @@ bool run(const QStringList& arguments)
 
 int main(int argc, char* argv[])
 {
-    const TavrelInitializer initializer;
-    QStringList arguments;
-    for (int i = 0; i < argc; ++i) {
-        arguments += QFile::decodeName(argv[i]);
-    }
-    return run(arguments) ? 0 : 1;
+    return runProgram(argc, argv, run);
 }
