@@ -18,8 +18,10 @@ elseif(MSVC)
     target_compile_options(tavrel_compile_options INTERFACE /W4 /utf-8 $<$<BOOL:${TAVREL_WARNINGS_AS_ERRORS}>:/WX>)
 endif()
 if(TAVREL_HAS_MACRO_PREFIX_MAP)
-    # Error locations and log contexts name files the same way on every machine.
-    target_compile_options(tavrel_compile_options INTERFACE -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+    # Error locations and log contexts name files the same way on every machine. A compiler cache may pass relative names.
+    file(RELATIVE_PATH relative_source_dir "${PROJECT_BINARY_DIR}" "${PROJECT_SOURCE_DIR}/")
+    target_compile_options(tavrel_compile_options INTERFACE
+        -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/= -fmacro-prefix-map=${relative_source_dir}=)
 endif()
 if(TAVREL_SANITIZE)
     target_compile_options(tavrel_compile_options INTERFACE

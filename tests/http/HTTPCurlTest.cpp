@@ -155,8 +155,8 @@ private Q_SLOTS:
         HTTPCurl client;
         QVERIFY(!client.testURLResponse("http://127.0.0.1:1/"));
         QVERIFY2(client.errorDetail().contains("to 127.0.0.1"), qPrintable(client.errorDetail()));
-        // The user, then the decoded password, is part of libcurl's text.
-        for (const QString account : { "127:x", "x:po%72t" }) {
+        // The user, then the decoded password, is part of the text of each libcurl.
+        for (const QString account : { "127:x", "x:conn%65ct" }) {
             QVERIFY(!client.testURLResponse("http://" + account + "@127.0.0.1:1/"));
             QCOMPARE(client.errorDetail(), QString(curl_easy_strerror(CURLE_COULDNT_CONNECT)));
         }
