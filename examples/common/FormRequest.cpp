@@ -2,25 +2,28 @@
 
 #include <foundation/FileUtils.h>
 
-#include <QCommandLineParser>
+#include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
 
-void FormRequest::addTo(QCommandLineParser& parser)
+FormRequest::FormRequest(const QString& description)
 {
-    parser.addOptions({
+    mParser.setApplicationDescription(description);
+    mParser.addHelpOption();
+    mParser.addOptions({
         { QStringLiteral("file"), QStringLiteral("Attach this file."), QStringLiteral("path") },
         { QStringLiteral("binary"), QStringLiteral("Ask for a binary reply and write it here."),
             QStringLiteral("path") },
     });
-    parser.addPositionalArgument(QStringLiteral("URL"), QStringLiteral("Where to send it."));
-    parser.addPositionalArgument(QStringLiteral("JSON"), QStringLiteral("A JSON object."));
+    mParser.addPositionalArgument(QStringLiteral("URL"), QStringLiteral("Where to send it."));
+    mParser.addPositionalArgument(QStringLiteral("JSON"), QStringLiteral("A JSON object."));
 }
 
-bool FormRequest::read(const QCommandLineParser& parser)
+bool FormRequest::read()
 {
-    const QStringList arguments = parser.positionalArguments();
+    mParser.process(QCoreApplication::arguments());
+    const QStringList arguments = mParser.positionalArguments();
     const QJsonDocument document = QJsonDocument::fromJson(arguments.value(1).toUtf8());
     if (arguments.size() != 2 || !document.isObject()) {
         mFault = QStringLiteral("needs a URL and a JSON object; see --help");
@@ -28,8 +31,8 @@ bool FormRequest::read(const QCommandLineParser& parser)
     }
     mUrl = arguments.first();
     mJson = document.object();
-    mBinaryPath = parser.value(QStringLiteral("binary"));
-    const QString path = parser.value(QStringLiteral("file"));
+    mBinaryPath = value(QStringLiteral("binary"));
+    const QString path = value(QStringLiteral("file"));
     return path.isEmpty() || readFile(path);
 }
 

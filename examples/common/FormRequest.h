@@ -3,19 +3,22 @@
 #include <tavrel/HTTPCurl.h>
 
 #include <QByteArray>
+#include <QCommandLineParser>
 #include <QJsonObject>
 #include <QString>
-
-class QCommandLineParser;
 
 /// The command line of the programs that post a form: URL JSON [--file PATH] [--binary PATH].
 class FormRequest
 {
 public:
-    static void addTo(QCommandLineParser& parser);
+    explicit FormRequest(const QString& description);
 
+    void addOptions(const QList<QCommandLineOption>& options) { mParser.addOptions(options); }
     /// False, with the reason in fault(), if the arguments are invalid or the file cannot be read.
-    bool read(const QCommandLineParser& parser);
+    bool read();
+    bool isSet(const QString& option) const { return mParser.isSet(option); }
+    QString value(const QString& option) const { return mParser.value(option); }
+
     /// Writes the binary part of a reply, if one was requested; false, with the reason in fault(), if that fails.
     bool keepBinaryReply(const HTTPCurl& client);
 
@@ -31,6 +34,7 @@ public:
 private:
     bool readFile(const QString& path);
 
+    QCommandLineParser mParser;
     QString mFault;
     QString mUrl;
     QJsonObject mJson;

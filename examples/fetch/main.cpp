@@ -2,6 +2,7 @@
 
 #include "InterruptKey.h"
 #include "ProgressLine.h"
+#include "complain.h"
 
 #include <tavrel/FileDownloader.h>
 #include <tavrel/HTTPCurl.h>
@@ -20,8 +21,6 @@
 
 namespace {
 
-enum ExitStatus { Done = 0, Failed = 1, WrongUsage = 2, Interrupted = 130 };
-
 constexpr int REFRESH_MS = 100;
 
 struct Options
@@ -29,17 +28,18 @@ struct Options
     QString url;
     QString file;
     bool force = false;
+    bool resume = false;
+    bool verify = false;
+    QString agent;
+    QString cookies;
+    qint64 limit = -1;
+    qint64 timeOut = -1;
+    qint64 stallTimeOut = 0;
 
     /// The target of the download: a temporary file beside an existing one, as FileDownloader replaces no file.
     QString target() const { return force ? file + QStringLiteral(".new") : file; }
     QString part() const { return target() + QStringLiteral(".part"); }
 };
-
-int complain(ExitStatus status, const QString& text)
-{
-    std::fprintf(stderr, "fetch: %s\n", qUtf8Printable(text));
-    return status;
-}
 
 /// Reads a number option; false if it is given and not a positive number.
 bool readNumber(const QCommandLineParser& parser, const QString& name, qint64 largest, qint64& number)
@@ -107,13 +107,22 @@ int fetch(QCoreApplication& application, FileDownloader& downloader, const Optio
     return report(options, downloader, success);
 }
 
-} // namespace
-
-int main(int argc, char* argv[])
+void configure(FileDownloader& downloader, const Options& options)
 {
-    const TavrelInitializer initializer;
-    QCoreApplication application(argc, argv);
-    QCommandLineParser parser;
+    downloader.client().setLimitDownload(options.limit);
+    downloader.client().setTimeOut(static_cast<int>(options.timeOut));
+    downloader.client().setStallTimeOut(static_cast<int>(options.stallTimeOut));
+    downloader.client().setUserAgent(options.agent);
+    downloader.setResumable(options.resume);
+    PeerTrust trust;
+    if (options.verify) {
+        trust.setCertificateAuthorities(PeerTrust::System);
+    }
+    downloader.setTrust(trust);
+}
+
+void addTo(QCommandLineParser& parser)
+{
     parser.setApplicationDescription(QStringLiteral("Downloads a URL to a file."));
     parser.addHelpOption();
     parser.addOptions({
@@ -129,43 +138,54 @@ int main(int argc, char* argv[])
     });
     parser.addPositionalArgument(QStringLiteral("URL"), QStringLiteral("What to download."));
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("Where to put it."));
-    parser.process(application);
+}
 
-    qint64 limit = -1;
-    qint64 timeout = -1;
-    qint64 stall = 0;
+/// The reason for refusing the arguments; empty for none.
+QString read(const QCommandLineParser& parser, Options& options)
+{
     const QStringList arguments = parser.positionalArguments();
-    if (arguments.size() != 2 || arguments.at(0).isEmpty() || arguments.at(1).isEmpty()) {
-        return complain(WrongUsage, QStringLiteral("needs a URL and a FILE; see --help"));
+    options.url = arguments.value(0);
+    options.file = arguments.value(1);
+    if (arguments.size() != 2 || options.url.isEmpty() || options.file.isEmpty()) {
+        return QStringLiteral("needs a URL and a FILE; see --help");
     }
-    if (!readNumber(parser, QStringLiteral("limit"), std::numeric_limits<qint64>::max(), limit)
-        || !readNumber(parser, QStringLiteral("timeout"), std::numeric_limits<int>::max(), timeout)
-        || !readNumber(parser, QStringLiteral("stall"), std::numeric_limits<int>::max(), stall)) {
-        return complain(WrongUsage, QStringLiteral("a limit, a timeout and a stall are positive numbers"));
+    if (!readNumber(parser, QStringLiteral("limit"), std::numeric_limits<qint64>::max(), options.limit)
+        || !readNumber(parser, QStringLiteral("timeout"), std::numeric_limits<int>::max(), options.timeOut)
+        || !readNumber(parser, QStringLiteral("stall"), std::numeric_limits<int>::max(), options.stallTimeOut)) {
+        return QStringLiteral("a limit, a timeout and a stall are positive numbers");
     }
-    const Options options { arguments.at(0), arguments.at(1), parser.isSet(QStringLiteral("force")) };
+    options.force = parser.isSet(QStringLiteral("force"));
+    options.resume = parser.isSet(QStringLiteral("resume"));
+    options.verify = parser.isSet(QStringLiteral("verify"));
+    options.agent = parser.value(QStringLiteral("agent"));
+    options.cookies = parser.value(QStringLiteral("cookies"));
+    return QString();
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    const TavrelInitializer initializer;
+    QCoreApplication application(argc, argv);
+    QCommandLineParser parser;
+    addTo(parser);
+    parser.process(application);
+    Options options;
+    const QString fault = read(parser, options);
+    if (!fault.isEmpty()) {
+        return complain(WrongUsage, fault);
+    }
     if (QFileInfo::exists(options.file) && !options.force) {
         return complain(Failed, QStringLiteral("%1 exists; --force replaces it").arg(options.file));
     }
-
     if (options.force) {
         QFile::remove(options.target()); // from a run that was killed
     }
 
     const QTemporaryDir forgottenCookies;
-    const QString cookies = parser.value(QStringLiteral("cookies"));
-    HTTPCurl::setCookiepath(cookies.isEmpty() ? forgottenCookies.path() : cookies);
-
+    HTTPCurl::setCookiepath(options.cookies.isEmpty() ? forgottenCookies.path() : options.cookies);
     FileDownloader downloader;
-    downloader.client().setLimitDownload(limit);
-    downloader.client().setTimeOut(static_cast<int>(timeout));
-    downloader.client().setStallTimeOut(static_cast<int>(stall));
-    downloader.setResumable(parser.isSet(QStringLiteral("resume")));
-    downloader.client().setUserAgent(parser.value(QStringLiteral("agent")));
-    PeerTrust trust;
-    if (parser.isSet(QStringLiteral("verify"))) {
-        trust.setCertificateAuthorities(PeerTrust::System);
-    }
-    downloader.setTrust(trust);
+    configure(downloader, options);
     return fetch(application, downloader, options);
 }

@@ -2,25 +2,17 @@
 
 #include "FormRequest.h"
 #include "ProgressLine.h"
+#include "complain.h"
 
 #include <tavrel/HTTPCurl.h>
 #include <tavrel/TavrelInitializer.h>
 
-#include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QTemporaryDir>
 
 #include <cstdio>
 
 namespace {
-
-enum ExitStatus { Done = 0, Failed = 1, WrongUsage = 2 };
-
-int complain(ExitStatus status, const QString& text)
-{
-    std::fprintf(stderr, "post: %s\n", qUtf8Printable(text));
-    return status;
-}
 
 int post(FormRequest& request)
 {
@@ -47,20 +39,14 @@ int main(int argc, char* argv[])
 {
     const TavrelInitializer initializer;
     const QCoreApplication application(argc, argv);
-    QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Posts a JSON object as a form and prints the reply."));
-    parser.addHelpOption();
-    FormRequest::addTo(parser);
-    parser.addOption(
-        { QStringLiteral("cookies"), QStringLiteral("Keep cookies in this folder."), QStringLiteral("folder") });
-    parser.process(application);
-
-    FormRequest request;
-    if (!request.read(parser)) {
+    FormRequest request(QStringLiteral("Posts a JSON object as a form and prints the reply."));
+    request.addOptions(
+        { { QStringLiteral("cookies"), QStringLiteral("Keep cookies in this folder."), QStringLiteral("folder") } });
+    if (!request.read()) {
         return complain(WrongUsage, request.fault());
     }
     const QTemporaryDir forgottenCookies;
-    const QString cookies = parser.value(QStringLiteral("cookies"));
+    const QString cookies = request.value(QStringLiteral("cookies"));
     HTTPCurl::setCookiepath(cookies.isEmpty() ? forgottenCookies.path() : cookies);
     return post(request);
 }

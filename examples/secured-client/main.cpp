@@ -1,24 +1,16 @@
 // secured-client URL JSON: shares a key with a service and sends it an encrypted request.
 
 #include "FormRequest.h"
+#include "complain.h"
 
 #include <tavrel/SecuredHTTPCurl.h>
 #include <tavrel/TavrelInitializer.h>
 
-#include <QCommandLineParser>
 #include <QCoreApplication>
 
 #include <cstdio>
 
 namespace {
-
-enum ExitStatus { Done = 0, Failed = 1, WrongUsage = 2 };
-
-int complain(ExitStatus status, const QString& text)
-{
-    std::fprintf(stderr, "secured-client: %s\n", qUtf8Printable(text));
-    return status;
-}
 
 int send(FormRequest& request, bool crypted, bool handshake)
 {
@@ -44,25 +36,19 @@ int main(int argc, char* argv[])
 {
     const TavrelInitializer initializer;
     const QCoreApplication application(argc, argv);
-    QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Sends an encrypted JSON object to a service."));
-    parser.addHelpOption();
-    FormRequest::addTo(parser);
+    FormRequest request(QStringLiteral("Sends an encrypted JSON object to a service."));
     const QString here = QStringLiteral(".");
-    parser.addOptions({
+    request.addOptions({
         { QStringLiteral("state"), QStringLiteral("Keep the key and the session in this folder."),
             QStringLiteral("folder"), here },
         { QStringLiteral("no-handshake"), QStringLiteral("Rely on the session of an earlier run.") },
         { QStringLiteral("plain"), QStringLiteral("Send and receive in plaintext.") },
     });
-    parser.process(application);
-
-    FormRequest request;
-    if (!request.read(parser)) {
+    if (!request.read()) {
         return complain(WrongUsage, request.fault());
     }
-    const QString state = parser.value(QStringLiteral("state"));
+    const QString state = request.value(QStringLiteral("state"));
     HTTPCurl::setCookiepath(state);
     SecuredHTTPCurl::setKeypath(state + QLatin1Char('/'));
-    return send(request, !parser.isSet(QStringLiteral("plain")), !parser.isSet(QStringLiteral("no-handshake")));
+    return send(request, !request.isSet(QStringLiteral("plain")), !request.isSet(QStringLiteral("no-handshake")));
 }
