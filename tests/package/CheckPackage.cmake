@@ -47,9 +47,9 @@ list(JOIN DEPENDENCIES ":" dependencies_path)
 set(ENV{PKG_CONFIG_PATH} "${pc_folder}:${dependencies_path}")
 run(pkg-config --cflags --libs tavrel)
 separate_arguments(flags UNIX_COMMAND "${output}")
-run("${CXX}" ${strict} -fPIC -I "${SOURCE_DIR}/examples/common" "${SOURCE_DIR}/examples/post/main.cpp"
-    "${SOURCE_DIR}/examples/common/FormRequest.cpp" "${SOURCE_DIR}/examples/common/ProgressLine.cpp" -o "${work}/with-pkg-config"
-    ${flags} -Wl,-rpath,${libdir})
+set(common "${SOURCE_DIR}/examples/common")
+run("${CXX}" ${strict} -fPIC -I "${common}" "${SOURCE_DIR}/examples/post/main.cpp" "${common}/FormRequest.cpp"
+    "${common}/ProgressLine.cpp" "${common}/complain.cpp" -o "${work}/with-pkg-config" ${flags} -Wl,-rpath,${libdir})
 run_consumer("${work}/with-pkg-config")
 
 # An application with a class named as one of the library's: the library still calls its own function.
