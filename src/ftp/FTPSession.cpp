@@ -136,10 +136,7 @@ void FTPSession::setSecurity()
     if (isOverTls(mProtocol)) {
         curl_easy_setopt(mHandle, CURLOPT_SSL_VERIFYHOST, 0L);
         curl_easy_setopt(mHandle, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_DEFAULT));
-        if (TlsResumption::isUsable(curl_version_info(CURLVERSION_NOW)->ssl_version)) {
-            curl_easy_setopt(mHandle, CURLOPT_SSL_CTX_FUNCTION, useTlsContext);
-            curl_easy_setopt(mHandle, CURLOPT_SSL_CTX_DATA, this);
-        }
+        mPeerCheck.watchTls(mHandle, [this] { return isDataConnectionNext(); });
     }
     // Not for SFTP: it does not use TLS, and since 8.20 libcurl would log in anew for each request.
     const auto level = isOverTls(mProtocol) ? CURLUSESSL_ALL : CURLUSESSL_NONE;
@@ -321,11 +318,7 @@ bool FTPSession::isReconnectionRefused(CURLcode code, int type) const
         && (code == CURLE_SEND_ERROR || code == CURLE_TOO_MANY_REDIRECTS);
 }
 
-CURLcode FTPSession::useTlsContext(CURL* /*easy*/, void* context, void* self)
+bool FTPSession::isDataConnectionNext() const
 {
-    FTPSession& session = *static_cast<FTPSession*>(self);
-    const bool isData = DATA_CONNECTION_REPLIES.contains(session.mReason.reply.left(REPLY_CODE_SIZE));
-    session.mPeerCheck.watch(context);
-    session.mTlsResumption.watch(context, isData ? TlsResumption::Role::Data : TlsResumption::Role::Control);
-    return CURLE_OK;
+    return DATA_CONNECTION_REPLIES.contains(mReason.reply.left(REPLY_CODE_SIZE));
 }

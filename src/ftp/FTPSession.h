@@ -6,7 +6,6 @@
 #include <tavrel/FTPSettings.h>
 #include <tavrel/VFSCurlData.h>
 
-#include <cryptography/TlsResumption.h>
 #include <transfer/TransferLoop.h>
 #include <trust/PeerCheck.h>
 
@@ -92,11 +91,10 @@ private:
     bool isReconnectionRefused(CURLcode code, int type) const;
     void setSecurity();
     void setTrust(const FTPSettings& settings);
-    static CURLcode useTlsContext(CURL* easy, void* context, void* self);
+    bool isDataConnectionNext() const;
 
     CURL* mHandle = nullptr;
-    TlsResumption mTlsResumption; ///< before the loop, whose end closes the connections
-    PeerCheck mPeerCheck; ///< likewise
+    PeerCheck mPeerCheck; ///< before the loop, whose end closes the connections
     SshLogin mSshLogin;
     std::unique_ptr<TransferLoop> mLoop;
     FTPSettings::Protocol mProtocol = FTPSettings::FTP;

@@ -2,10 +2,10 @@
 
 #include "KnownHostsFile.h"
 
-#include <cryptography/TlsResumption.h>
-
 #include <QFile>
 #include <QTemporaryFile>
+
+#include <utility>
 
 namespace {
 
@@ -103,8 +103,9 @@ void PeerCheck::setTlsOptions(CURL* easy)
     }
 }
 
-void PeerCheck::watchTls(CURL* easy)
+void PeerCheck::watchTls(CURL* easy, std::function<bool()> isDataConnection)
 {
+    mIsDataConnection = std::move(isDataConnection);
     if (TlsResumption::isUsable(curl_version_info(CURLVERSION_NOW)->ssl_version)) {
         curl_easy_setopt(easy, CURLOPT_SSL_CTX_FUNCTION, &PeerCheck::onTlsContext);
         curl_easy_setopt(easy, CURLOPT_SSL_CTX_DATA, this);
@@ -113,7 +114,12 @@ void PeerCheck::watchTls(CURL* easy)
 
 CURLcode PeerCheck::onTlsContext(CURL* /*easy*/, void* context, void* self)
 {
-    static_cast<PeerCheck*>(self)->watch(context);
+    PeerCheck& check = *static_cast<PeerCheck*>(self);
+    check.mTlsPeer.watch(context);
+    if (check.mIsDataConnection) {
+        using Role = TlsResumption::Role;
+        check.mTlsResumption.watch(context, check.mIsDataConnection() ? Role::Data : Role::Control);
+    }
     return CURLE_OK;
 }
 

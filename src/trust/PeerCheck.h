@@ -3,18 +3,21 @@
 #include <tavrel/PeerTrust.h>
 
 #include <cryptography/TlsPeer.h>
+#include <cryptography/TlsResumption.h>
 
 #include <QByteArray>
 #include <QString>
 
 #include <curl/curl.h>
 
+#include <functional>
 #include <memory>
 
 class QTemporaryFile;
 
 /**
- * Has libcurl apply a PeerTrust, and records what the peer shows.
+ * Has libcurl apply a PeerTrust, and records what the peer shows. It owns the callbacks for the TLS and SSH connections
+ * of a handle.
  *
  * Set on a handle before its transfers. The object outlives their connections. Used by one thread at a time.
  */
@@ -38,12 +41,11 @@ public:
     void setTlsOptions(CURL* easy);
     /// Takes the callbacks off a handle that outlives the object; files and pins stay.
     static void detach(CURL* easy);
-    /// Has a handle call watch() for its connections.
-    void watchTls(CURL* easy);
+    /// Has a handle record the certificates of its TLS connections. With a function that tells whether the connection
+    /// to come is a data connection of FTP, those resume the session of the control connection.
+    void watchTls(CURL* easy, std::function<bool()> isDataConnection = {});
     /// Has a new handle record the host key, and accept it or not.
     void setSshOptions(CURL* easy, const QString& host, int port);
-    /// To be called with the SSL_CTX of each connection before its handshake.
-    void watch(void* sslContext) { mTlsPeer.watch(sslContext); }
 
     /// "sha256//…" of a TLS public key, "SHA256:…" of a host key; empty before the first connection.
     QString fingerprint() const;
@@ -62,6 +64,8 @@ private:
 
     PeerTrust mTrust;
     TlsPeer mTlsPeer;
+    TlsResumption mTlsResumption;
+    std::function<bool()> mIsDataConnection;
     QString mExpected;
     QByteArray mHostKey; ///< that the server has shown
     QByteArray mHost;
