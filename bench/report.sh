@@ -53,7 +53,28 @@ figure_rows() {
     done < <(rows "$FIGURES" 2)
 }
 
+# How much slower Tavrel may be in another build.
+MAX_SLOWDOWN=1.10
+comparison_rows() {
+    local subject names other ours theirs is
+    while IFS='|' read -r subject names; do
+        ours=$(median_seconds "$subject" tavrel)
+        for other in ${names#tavrel }; do
+            theirs=$(median_seconds "$subject" "$other")
+            is=$(ratio "$theirs" "$ours")
+            printf '| %s | %s | at most %s | %s | %.3f s | %.3f s | %s |\n' \
+                "$subject" "${other##*/}" "$MAX_SLOWDOWN" "$is" "$ours" "$theirs" "$(verdict "$is" at most "$MAX_SLOWDOWN")"
+        done
+    done <<< "$RUNS"
+}
+
 print_table() {
+    if [ ${#against[@]} -gt 0 ]; then
+        echo '| Work | Build | Target | Ratio | This build | That build | Verdict |'
+        echo '| --- | --- | --- | --- | --- | --- | --- |'
+        comparison_rows
+        return
+    fi
     echo '| Work | Compared with | Target | Ratio | Tavrel | Other | Verdict |'
     echo '| --- | --- | --- | --- | --- | --- | --- |'
     time_rows
