@@ -1,5 +1,6 @@
 #include "FtpTarget.h"
 #include "ScriptedFtpServer.h"
+#include "TestProgram.h"
 
 #include <FetchTask.h>
 #include <PublishTask.h>
@@ -7,13 +8,6 @@
 #include <Report.h>
 
 #include <tavrel/FTPCurl.h>
-#include <tavrel/TavrelInitializer.h>
-
-#include <foundation/FileUtils.h>
-
-#include <QtTest>
-
-static const TavrelInitializer initializer;
 
 /// Runs a task on a server; returns what it printed, and its summary.
 static QString toldBy(Task&& task, const ScriptedFtpServer& server)

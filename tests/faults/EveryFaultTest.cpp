@@ -1,16 +1,10 @@
 #include "FtpTarget.h"
 #include "ScriptedFtpServer.h"
+#include "TestProgram.h"
 
 #include <tavrel/FTPCurl.h>
 #include <tavrel/FileDownloader.h>
 #include <tavrel/SecuredHTTPCurl.h>
-#include <tavrel/TavrelInitializer.h>
-
-#include <foundation/FileUtils.h>
-
-#include <QtTest>
-
-static const TavrelInitializer initializer;
 
 static constexpr int WAYS = 3; // of a Fault
 static constexpr int WORKERS = 8; // most of the time they wait

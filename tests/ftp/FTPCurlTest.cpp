@@ -1,17 +1,10 @@
 #include "Session.h"
-
-#include <tavrel/TavrelInitializer.h>
-
-#include <foundation/FileUtils.h>
-#include <foundation/Thread.h>
+#include "TestProgram.h"
 
 #include <QBuffer>
-#include <QtTest>
 
 #include <sys/wait.h>
 #include <unistd.h>
-
-static const TavrelInitializer initializer;
 
 /// Puts a file into the folder of a test and names it.
 static QString fileWith(const QByteArray& content)

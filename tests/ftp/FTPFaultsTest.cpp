@@ -1,15 +1,9 @@
 #include "Session.h"
-
-#include <tavrel/TavrelInitializer.h>
-
-#include <foundation/Thread.h>
+#include "TestProgram.h"
 
 #include <QNetworkProxyFactory>
-#include <QtTest>
 
 #include <thread>
-
-static const TavrelInitializer initializer;
 
 static const QByteArray MEBIBYTE(1 << 20, 'x');
 static const Operation uploads = [](FTPCurl& ftp) { return ftp.putData(MEBIBYTE, "dir/a", false); };

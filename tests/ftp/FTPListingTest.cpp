@@ -1,12 +1,5 @@
 #include "Session.h"
-
-#include <tavrel/TavrelInitializer.h>
-
-#include <foundation/Thread.h>
-
-#include <QtTest>
-
-static const TavrelInitializer initializer;
+#include "TestProgram.h"
 
 class FTPListingTest : public QObject
 {

@@ -1,19 +1,13 @@
 #include "FtpTarget.h"
 #include "RealServers.h"
+#include "TestProgram.h"
 
 #include <tavrel/FTPCurl.h>
-#include <tavrel/TavrelInitializer.h>
-
-#include <foundation/FileUtils.h>
-#include <foundation/Thread.h>
 
 #include <QBuffer>
-#include <QtTest>
 
 #include <sys/stat.h>
 #include <thread>
-
-static const TavrelInitializer initializer;
 
 /// Much to upload; calls a function when a part of it has been read, and may fail after another.
 class Source : public QBuffer

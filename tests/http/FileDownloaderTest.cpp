@@ -1,14 +1,8 @@
 #include "ScriptedServer.h"
+#include "TestProgram.h"
 
 #include <tavrel/FileDownloader.h>
 #include <tavrel/HTTPCurl.h>
-#include <tavrel/TavrelInitializer.h>
-
-#include <foundation/FileUtils.h>
-
-#include <QtTest>
-
-static const TavrelInitializer initializer;
 
 static const QByteArray FOUND = "HTTP/1.1 200 OK\r\nContent-Length: 3\r\n\r\nnew";
 static const QByteArray WHOLE = "HTTP/1.1 200 OK\r\nContent-Length: 6\r\n\r\nabcdef";

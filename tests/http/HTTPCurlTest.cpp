@@ -1,13 +1,10 @@
 #include "ScriptedServer.h"
+#include "TestProgram.h"
 
 #include <tavrel/HTTPCurl.h>
 #include <tavrel/HttpQueryParameters.h>
-#include <tavrel/TavrelInitializer.h>
 
 #include <QSaveFile>
-#include <QtTest>
-
-static const TavrelInitializer initializer;
 
 static QByteArray reply(const QByteArray& status, const QByteArray& body, const QByteArray& headers = {})
 {

@@ -1,14 +1,8 @@
 #include "RealServers.h"
+#include "TestProgram.h"
 
 #include <tavrel/FileDownloader.h>
 #include <tavrel/HTTPCurl.h>
-#include <tavrel/TavrelInitializer.h>
-
-#include <foundation/FileUtils.h>
-
-#include <QtTest>
-
-static const TavrelInitializer initializer;
 
 class HTTPServersTest : public QObject
 {

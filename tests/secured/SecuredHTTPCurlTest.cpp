@@ -1,22 +1,17 @@
 #include "RealServers.h"
 #include "ScriptedServer.h"
+#include "TestProgram.h"
 
 #include <tavrel/SecuredHTTPCurl.h>
-#include <tavrel/TavrelInitializer.h>
 
 #include <cryptography/CryptoUtils.h>
-#include <foundation/FileUtils.h>
 #include <secured/SecuredEnvelope.h>
-
-#include <QtTest>
 
 #include <future>
 
 using Secured = SecuredHTTPCurl;
 /// A body, the error that it causes, and the message.
 using Case = std::tuple<QByteArray, Secured::Error, QString>;
-
-static const TavrelInitializer initializer;
 
 /// JSON is written with single quotes here.
 static QByteArray json(QByteArray text)

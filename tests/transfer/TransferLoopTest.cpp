@@ -1,18 +1,13 @@
 #include "ScriptedServer.h"
+#include "TestProgram.h"
 
 #include <tavrel/HTTPCurl.h>
-#include <tavrel/TavrelInitializer.h>
 
-#include <foundation/Thread.h>
 #include <transfer/EasyHandle.h>
 #include <transfer/TransferLoop.h>
 
-#include <QtTest>
-
 #include <netinet/in.h>
 #include <thread>
-
-static const TavrelInitializer initializer;
 
 using Script = ScriptedServer::Script;
 Q_DECLARE_METATYPE(Script)

@@ -1,20 +1,15 @@
 #include "FtpTarget.h"
 #include "RealServers.h"
 #include "ScriptedServer.h"
+#include "TestProgram.h"
 
 #include <tavrel/FTPCurl.h>
 #include <tavrel/HTTPCurl.h>
-#include <tavrel/TavrelInitializer.h>
-
-#include <foundation/FileUtils.h>
 
 #include <QSslKey>
 #include <QSslSocket>
-#include <QtTest>
 
 #include <unistd.h>
-
-static const TavrelInitializer initializer;
 
 enum Protocol { HTTPS = 0, FTPS_EXPLICIT = FTPSettings::FTPS_EXPLICIT, FTPS_IMPLICIT = FTPSettings::FTPS_IMPLICIT };
 

@@ -1,0 +1,13 @@
+#pragma once
+
+// What most test programs of the clients need.
+
+#include <tavrel/TavrelInitializer.h>
+
+#include <foundation/FileUtils.h>
+#include <foundation/Thread.h>
+
+#include <QtTest>
+
+/// Of the program: it exists before the application does.
+static const TavrelInitializer initializer;
