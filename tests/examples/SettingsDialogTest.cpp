@@ -14,9 +14,8 @@ private Q_SLOTS:
         const QString path = folder.filePath("settings.xml");
         SettingsDialog dialog;
         dialog.show();
-        const auto type = [&dialog](const char* field, const char* text) {
-            QTest::keyClicks(dialog.findChild<QLineEdit*>(field), text);
-        };
+        const auto edit = [&dialog](const char* field) { return dialog.findChild<QLineEdit*>(field); };
+        const auto type = [&edit](const char* field, const char* text) { QTest::keyClicks(edit(field), text); };
         const auto complaints = [&dialog] {
             QString texts;
             for (const QLabel* label : dialog.findChildren<QLabel*>()) {
@@ -24,7 +23,7 @@ private Q_SLOTS:
             }
             return texts;
         };
-        QCOMPARE(dialog.findChild<QLineEdit*>("port")->placeholderText(), QString("21"));
+        QCOMPARE(edit("port")->placeholderText(), QString("21"));
         QVERIFY(!dialog.saveFile(path));
         QCOMPARE(complaints(), QString("Host is empty"));
         type("host", "sftp.example.org ");
@@ -38,16 +37,16 @@ private Q_SLOTS:
         type("ftp_folder", "www");
         type("public_url", "https://www.example.org");
         dialog.findChild<QComboBox*>("protocol")->setCurrentText("SFTP");
-        QCOMPARE(dialog.findChild<QLineEdit*>("port")->placeholderText(), QString("22"));
+        QCOMPARE(edit("port")->placeholderText(), QString("22"));
         QTest::mouseClick(dialog.findChild<QToolButton*>("reveal"), Qt::LeftButton);
-        QCOMPARE(dialog.findChild<QLineEdit*>("pwd")->echoMode(), QLineEdit::Normal);
+        QCOMPARE(edit("pwd")->echoMode(), QLineEdit::Normal);
         QVERIFY(dialog.saveFile(path));
         SettingsDialog again;
         QVERIFY(again.openFile(path));
         QVERIFY(!again.openFile(folder.path()));
         QCOMPARE(again.windowTitle(), QString("SFTP://sftp.example.org:2222 (Shortname passive mode)"));
         for (const char* field : { "host", "port", "user", "pwd", "ftp_folder", "public_url", "public_sub_folder" }) {
-            QCOMPARE(again.findChild<QLineEdit*>(field)->text(), dialog.findChild<QLineEdit*>(field)->text());
+            QCOMPARE(again.findChild<QLineEdit*>(field)->text(), edit(field)->text());
         }
     }
 };

@@ -39,27 +39,18 @@ private Q_SLOTS:
         QCOMPARE(session.ftp.existingResourceCacheValue("site/gone/"), 0);
     }
 
-    void listsNothingOfWhatItDoesNotUnderstand_data()
-    {
-        QTest::addColumn<QByteArray>("answer");
-        QTest::newRow("nothing") << QByteArray();
-        QTest::newRow("a page") << QByteArray("<html>\n<a href=\"index.html\">index.html</a>\n</html>\n");
-        QTest::newRow("facts") << QByteArray("type=file;size=1; index.html\r\n");
-        QTest::newRow("a line without an end") << QByteArray(1 << 20, '-');
-        QTest::newRow("NULs") << QByteArray(1000, '\0');
-        QTest::newRow("empty lines") << QByteArray(1000000, '\n');
-        QTest::newRow("no more than itself")
-            << QByteArray("drwxr-xr-x 1 a b 1 Jan 1 2020 .\n+/,\t\n+/,\t./\n+/,\ta/..\n");
-    }
     void listsNothingOfWhatItDoesNotUnderstand()
     {
-        QFETCH(QByteArray, answer);
-        FtpPlay play;
-        play.listing = [answer](const QByteArray&) { return answer; };
-        Session session(play);
-        QVERIFY(session.ftp.listRecursively("a", session.files));
-        QVERIFY(session.files.isEmpty());
-        QVERIFY(!session.ftp.hasError());
+        for (const QByteArray& answer : { QByteArray(), QByteArray("<html>\n<a href=\"index.html\">index.html</a>\n"),
+                 QByteArray("type=file;size=1; index.html\r\n"), QByteArray(1 << 20, '-'), QByteArray(1000, '\0'),
+                 QByteArray(1000000, '\n'), QByteArray("d 1 a b 1 Jan 1 2020 .\n+/,\t\n+/,\t./\n+/,\ta/..\n") }) {
+            FtpPlay play;
+            play.listing = [answer](const QByteArray&) { return answer; };
+            Session session(play);
+            QVERIFY2(session.ftp.listRecursively("a", session.files), answer.left(60));
+            QVERIFY2(session.files.isEmpty(), answer.left(60));
+            QVERIFY(!session.ftp.hasError());
+        }
     }
 
     void tellsWhatALineTells_data()
@@ -151,20 +142,17 @@ private Q_SLOTS:
                 + "lrwxrwxrwx 1 a b 1 Jan 1 2020 link -> one\r\n";
         };
         Thread thread;
-        FTPCurl ftp;
-        connect(&ftp, &FTPCurl::infoServer, this, [&thread](const QString& line) {
+        Session session(play);
+        connect(&session.ftp, &FTPCurl::infoServer, this, [&thread](const QString& line) {
             if (line.startsWith("213")) { // the link is being resolved
                 thread.requestInterruption();
             }
         });
-        ScriptedFtpServer server(play);
-        ftp.initHost(FtpTarget(FTPSettings::FTP, server.port()));
-        thread.addThreadableChild(&ftp);
-        VirtualFileList files;
-        QVERIFY(!ftp.list("", files));
-        QCOMPARE(files.size(), 3);
-        QCOMPARE(ftp.error(), ErrorableCode::of(CURLE_ABORTED_BY_CALLBACK));
-        QCOMPARE(ftp.existingResourceCacheValue("link"), -1);
+        thread.addThreadableChild(&session.ftp);
+        QVERIFY(!session.ftp.list("", session.files));
+        QCOMPARE(session.files.size(), 3);
+        QCOMPARE(session.ftp.error(), ErrorableCode::of(CURLE_ABORTED_BY_CALLBACK));
+        QCOMPARE(session.ftp.existingResourceCacheValue("link"), -1);
     }
 };
 

@@ -33,20 +33,18 @@ private Q_SLOTS:
 
     void nginxServesTheRestOfADownload_data()
     {
-        QTest::addColumn<QString>("folder");
         QTest::addColumn<bool>("changes");
-        QTest::addColumn<int>("status");
-        QTest::newRow("by ETag") << "/etag/" << false << 206;
-        QTest::newRow("by date") << "/no-etag/" << false << 206;
-        QTest::newRow("changed") << "/etag/" << true << 200;
-        QTest::newRow("changed, by date") << "/no-etag/" << true << 200;
-        QTest::newRow("without ranges") << "/no-ranges/" << false << 200;
+        QTest::addColumn<long>("status");
+        for (const char* folder : { "etag", "no-etag" }) {
+            QTest::addRow("%s, the same", folder) << false << 206L;
+            QTest::addRow("%s, changed", folder) << true << 200L;
+        }
+        QTest::newRow("no-ranges,") << false << 200L;
     }
     void nginxServesTheRestOfADownload()
     {
-        QFETCH(QString, folder);
         QFETCH(bool, changes);
-        const QString url = mServers.http(folder + "resumed");
+        const QString url = mServers.http('/' + QString(QTest::currentDataTag()).section(',', 0, 0) + "/resumed");
         QTemporaryDir target;
         serve("old", 60);
         FileDownloader downloader;
@@ -68,27 +66,8 @@ private Q_SLOTS:
         downloader.wait();
         QCOMPARE(downloader.error(), QString());
         QVERIFY(FileUtils::readFileContent(target.filePath("file")) == content);
-        QTEST(int(downloader.client().HTTPResponseCode()), "status");
+        QTEST(downloader.client().HTTPResponseCode(), "status");
         QCOMPARE(QDir(target.path()).entryList(QDir::Files), QStringList("file"));
-    }
-
-    void phpParsesAForm()
-    {
-        QJsonObject json { { "#file_name#", "photo.png" } };
-        for (int i = 0; i < 10000; ++i) {
-            json.insert(QString("member %1").arg(i), "é\n\"%1%2");
-        }
-        const QByteArray file = QByteArray("\0\r\n--", 5).repeated(300000);
-        const QByteArray digest = QCryptographicHash::hash(file, QCryptographicHash::Sha256).toHex();
-        HTTPCurl client;
-        QVERIFY(client.postForm(mServers.php(), json, file, true));
-        const QJsonObject reply = QJsonDocument::fromJson(client.response()).object();
-        const QByteArray text = reply["form"].toObject()["data_json"].toString().toUtf8();
-        QCOMPARE(QJsonDocument::fromJson(text).object(), json);
-        const QJsonObject received = reply["files"].toObject()["sendfile"].toObject();
-        QCOMPARE(received["name"].toString(), QString("photo.png"));
-        QCOMPARE(received["sha256"].toString(), QString(digest));
-        QCOMPARE(client.binaryResponse(), QByteArray("\0\1binary\xff", 9));
     }
 
 private:
@@ -105,7 +84,7 @@ private:
 
     const QDateTime mStart = QDateTime::currentDateTime();
     QTemporaryDir mFolder;
-    RealServers mServers { { "nginx", "php" } };
+    RealServers mServers { { "nginx" } };
 };
 
 QTEST_GUILESS_MAIN(HTTPServersTest)

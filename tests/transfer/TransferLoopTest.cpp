@@ -73,11 +73,9 @@ private Q_SLOTS:
         };
         QTest::newRow("while it connects") << "" << false << idle << false;
         QTest::newRow("while it shakes hands") << "https" << false << idle << true;
-        QTest::newRow("while it waits for an answer") << "http" << false << idle << true;
         QTest::newRow("after half an answer") << "http" << false << half << true;
         QTest::newRow("while the answer drips") << "http" << false << drip << false;
         QTest::newRow("while it uploads to nobody") << "http" << true << idle << true;
-        QTest::newRow("after it has uploaded") << "http" << true << ScriptedServer::silentAfter("") << true;
     }
     void isInterruptedAtOnce()
     {

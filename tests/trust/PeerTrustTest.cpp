@@ -9,6 +9,7 @@
 #include <QSslKey>
 #include <QSslSocket>
 
+#include <condition_variable>
 #include <unistd.h>
 
 enum Protocol { HTTPS = 0, FTPS_EXPLICIT = FTPSettings::FTPS_EXPLICIT, FTPS_IMPLICIT = FTPSettings::FTPS_IMPLICIT };
@@ -35,7 +36,12 @@ public:
 
     quint16 port() const { return mServer.port(); }
     /// Waits for the end of a connection.
-    QByteArray heard() { return mEnded.tryAcquire(1, 5000) ? mHeard : "no connection"; }
+    QByteArray heard()
+    {
+        std::unique_lock<std::mutex> lock(mMutex);
+        const bool isEnded = mEnded.wait_for(lock, std::chrono::seconds(5), [this] { return !mHeard.isEmpty(); });
+        return isEnded ? mHeard.takeFirst() : "no connection";
+    }
 
 private:
     void intercept(QTcpSocket& socket)
@@ -58,14 +64,16 @@ private:
                 tls.waitForReadyRead(20);
             }
         }
-        mHeard = tls.isOpen() ? tls.readAll() : QByteArray();
-        mEnded.release();
+        const std::lock_guard<std::mutex> guard(mMutex);
+        mHeard << (tls.isOpen() ? tls.readAll() : QByteArray());
+        mEnded.notify_one();
     }
 
     Protocol mProtocol;
     QString mFiles;
-    QByteArray mHeard;
-    QSemaphore mEnded;
+    std::mutex mMutex;
+    std::condition_variable mEnded;
+    QByteArrayList mHeard;
     ScriptedServer mServer;
 };
 
