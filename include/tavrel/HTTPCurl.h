@@ -69,9 +69,8 @@ public:
     /// FileDownloader puts a file in place only when it is complete.
     bool getFile(const QString& url, const QString& path);
     /// Fetches url into a file, and continues there when the file is what an earlier call left of the same URL. The
-    /// record
-    /// "<path>.info" tells: it holds a hash of the URL and the ETag or Last-Modified of the file, and is removed on
-    /// success. If the server's file has changed, or the server sends no strong validator or no ranges, the download
+    /// record "<path>.info" tells: it holds a hash of the URL and the ETag or Last-Modified of the file, and is removed
+    /// on success. If the server's file has changed, or the server sends no strong validator or no ranges, the download
     /// starts anew. Progress and the download limit count the whole file.
     bool resumeFile(const QString& url, const QString& path);
     /// Fetches url into a device that is not open yet; it is opened write-only and closed again. A QSaveFile
@@ -192,14 +191,8 @@ private:
     void setResult(CURLcode code);
     void resetResults();
     CURLcode performRequest(CURL* handle, const QString& url);
-    CURLcode performInLoop(CURL* handle);
-    void keepErrorDetail(CURLcode code, const QString& url);
     bool performPost(curl_httppost* form, const QString& url, bool sendsInPlace);
-    curl_slist* requestRest(CURL* handle);
     void signalInterruption();
-    static size_t readHeader(char* line, size_t size, size_t count, void* client);
-    void buildUserAgentHeader();
-    bool addFilePart(curl_httppost*& first, curl_httppost*& last, const QString& fileName, const QByteArray& bytes);
     bool checkFormAdded(CURLFORMcode code, int line);
 
     const QScopedPointer<State> mState;

@@ -32,6 +32,13 @@ struct FormOwner
     curl_httppost* last = nullptr;
 };
 
+CURLFORMcode addFile(FormOwner& form, const QString& fileName, const QByteArray& bytes)
+{
+    return curl_formadd(&form.first, &form.last, CURLFORM_COPYNAME, "sendfile", CURLFORM_BUFFER,
+        fileName.toUtf8().constData(), CURLFORM_BUFFERPTR, bytes.constData(), CURLFORM_BUFFERLENGTH,
+        static_cast<long>(bytes.size()), CURLFORM_END);
+}
+
 CURLFORMcode addField(curl_httppost*& first, curl_httppost*& last, const QByteArray& name, const QByteArray& content)
 {
     return curl_formadd(&first, &last, CURLFORM_COPYNAME, name.constData(), CURLFORM_CONTENTSLENGTH,
@@ -90,7 +97,7 @@ bool HTTPCurl::postForm(const QString& url, const QJsonObject& json, const QByte
     preProcess(processedFile, false);
 
     FormOwner form;
-    if (!fileData.isEmpty() && !addFilePart(form.first, form.last, fileNameIn(json), processedFile)) {
+    if (!fileData.isEmpty() && !checkFormAdded(addFile(form, fileNameIn(json), processedFile), __LINE__)) {
         return false;
     }
     mState->lastJsonSent = QJsonDocument(json);
@@ -103,15 +110,6 @@ bool HTTPCurl::postForm(const QString& url, const QJsonObject& json, const QByte
         formatBinaryResponse();
     }
     return true;
-}
-
-bool HTTPCurl::addFilePart(
-    curl_httppost*& first, curl_httppost*& last, const QString& fileName, const QByteArray& bytes)
-{
-    const CURLFORMcode code = curl_formadd(&first, &last, CURLFORM_COPYNAME, "sendfile", CURLFORM_BUFFER,
-        fileName.toUtf8().constData(), CURLFORM_BUFFERPTR, bytes.constData(), CURLFORM_BUFFERLENGTH,
-        static_cast<long>(bytes.size()), CURLFORM_END);
-    return checkFormAdded(code, __LINE__);
 }
 
 bool HTTPCurl::fillFormStruct(

@@ -103,7 +103,7 @@ bool HTTPCurl::getDataRaw(const QString& url, QIODevice& device)
     QIODevice* const sink = qobject_cast<QFileDevice*>(&device) ? &batch : &device;
     curl_easy_setopt(handle, CURLOPT_WRITEDATA, sink);
     curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 1L);
-    const HeaderList headers(requestRest(handle));
+    const HeaderList headers(mState->requestRest(handle));
     setCurlGETAndPOSTCommonConfig(handle, headers.get());
 
     CURLcode code = performRequest(handle, url);
@@ -166,7 +166,7 @@ void HTTPCurl::setCurlGETAndPOSTCommonConfig(CURL* handle, curl_slist* headerLis
     curl_easy_setopt(handle, CURLOPT_SSL_VERIFYPEER, 0L);
     mState->setTrustOptions(handle);
 
-    buildUserAgentHeader();
+    mState->buildUserAgentHeader();
     // Deliberate: the list grows from a copy of the caller's pointer and is never released. The caller owns only
     // the list it passed, and a request costs some 200 bytes.
     headerList = curl_slist_append(headerList, mState->userAgentHeader.toUtf8().constData());
@@ -174,13 +174,12 @@ void HTTPCurl::setCurlGETAndPOSTCommonConfig(CURL* handle, curl_slist* headerLis
     curl_easy_setopt(handle, CURLOPT_HTTPHEADER, headerList);
 }
 
-void HTTPCurl::buildUserAgentHeader()
+void HTTPCurl::State::buildUserAgentHeader()
 {
-    mState->userAgentHeader = QStringLiteral("User-Agent: ");
-    mState->userAgentHeader
-        += mState->userAgent.isEmpty() ? QString::fromLatin1(DEFAULT_USER_AGENT) : mState->userAgent;
-    if (!mState->userAgentExtension.isEmpty()) {
-        mState->userAgentHeader += QLatin1Char(' ') + mState->userAgentExtension;
+    userAgentHeader = QStringLiteral("User-Agent: ");
+    userAgentHeader += userAgent.isEmpty() ? QString::fromLatin1(DEFAULT_USER_AGENT) : userAgent;
+    if (!userAgentExtension.isEmpty()) {
+        userAgentHeader += QLatin1Char(' ') + userAgentExtension;
     }
 }
 
@@ -188,52 +187,52 @@ CURLcode HTTPCurl::performRequest(CURL* handle, const QString& url)
 {
     mState->hasSignalledInterruption = false;
     mState->isHeadOpen = false;
-    curl_easy_setopt(handle, CURLOPT_HEADERFUNCTION, readHeader);
-    curl_easy_setopt(handle, CURLOPT_HEADERDATA, this);
+    curl_easy_setopt(handle, CURLOPT_HEADERFUNCTION, State::readHeader);
+    curl_easy_setopt(handle, CURLOPT_HEADERDATA, mState.data());
     mState->errorBuffer.fill(0);
     curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, mState->errorBuffer.data());
-    CURLcode code = performInLoop(handle);
+    CURLcode code = mState->perform(handle, interruption());
     if (code == CURLE_OK && mState->isHeadOpen) {
         code = CURLE_PARTIAL_FILE; // libcurl takes a connection that closes within the head for an empty answer.
     }
     curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &mState->responseCode);
     checkRedirection(handle, url);
-    keepErrorDetail(code, url);
+    mState->keepErrorDetail(code, url);
     if (code != CURLE_OK && isInterruptionRequested()) {
         signalInterruption();
     }
     return code;
 }
 
-void HTTPCurl::keepErrorDetail(CURLcode code, const QString& url)
+void HTTPCurl::State::keepErrorDetail(CURLcode code, const QString& url)
 {
-    const QString text = QString::fromUtf8(mState->errorBuffer.data());
+    const QString text = QString::fromUtf8(errorBuffer.data());
     if (code != CURLE_OK && !holdsCredentials(text, url)) {
-        mState->errorDetail = text;
+        errorDetail = text;
     }
 }
 
-CURLcode HTTPCurl::performInLoop(CURL* handle)
+CURLcode HTTPCurl::State::perform(CURL* handle, const std::shared_ptr<Interruption>& interruption)
 {
-    std::unique_ptr<TransferLoop> loop = std::move(mState->keptLoop);
+    std::unique_ptr<TransferLoop> loop = std::move(keptLoop);
     if (!loop) {
         loop = std::make_unique<TransferLoop>();
     }
-    loop->setStallTimeOut(std::chrono::seconds(mState->stallTimeOut));
-    const CURLcode code = loop->perform(handle, interruption());
-    if (code == CURLE_OK && mState->keepsConnections) {
-        mState->keptLoop = std::move(loop);
+    loop->setStallTimeOut(std::chrono::seconds(stallTimeOut));
+    const CURLcode code = loop->perform(handle, interruption);
+    if (code == CURLE_OK && keepsConnections) {
+        keptLoop = std::move(loop);
     }
     return code;
 }
 
-size_t HTTPCurl::readHeader(char* line, size_t size, size_t count, void* client)
+size_t HTTPCurl::State::readHeader(char* line, size_t size, size_t count, void* state)
 {
     const QByteArray text = QByteArray::fromRawData(line, static_cast<int>(size * count));
-    State& state = *static_cast<HTTPCurl*>(client)->mState;
-    const bool isOfHead = state.isHeadOpen || text.startsWith("HTTP/"); // else of a trailer
-    state.isHeadOpen = isOfHead && !text.trimmed().isEmpty();
-    const bool isRefused = isOfHead && state.partialFile && !state.partialFile->takeHeaderLine(text);
+    State& self = *static_cast<State*>(state);
+    const bool isOfHead = self.isHeadOpen || text.startsWith("HTTP/"); // else of a trailer
+    self.isHeadOpen = isOfHead && !text.trimmed().isEmpty();
+    const bool isRefused = isOfHead && self.partialFile && !self.partialFile->takeHeaderLine(text);
     return isRefused ? 0 : size * count;
 }
 

@@ -22,17 +22,16 @@ bool HTTPCurl::resumeFile(const QString& url, const QString& path)
     return success;
 }
 
-/// Sets the range of a request that continues a download, and returns the header that goes with it.
-curl_slist* HTTPCurl::requestRest(CURL* handle)
+curl_slist* HTTPCurl::State::requestRest(CURL* handle)
 {
-    if (!mState->partialFile) {
+    if (!partialFile) {
         return nullptr;
     }
     // The answer of a proxy to CONNECT is not that of the server.
     curl_easy_setopt(handle, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
-    if (mState->partialFile->offset() == 0) {
+    if (partialFile->offset() == 0) {
         return nullptr;
     }
-    curl_easy_setopt(handle, CURLOPT_RANGE, (QByteArray::number(mState->partialFile->offset()) + '-').constData());
-    return curl_slist_append(nullptr, ("If-Range: " + mState->partialFile->validator()).constData());
+    curl_easy_setopt(handle, CURLOPT_RANGE, (QByteArray::number(partialFile->offset()) + '-').constData());
+    return curl_slist_append(nullptr, ("If-Range: " + partialFile->validator()).constData());
 }

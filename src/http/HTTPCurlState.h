@@ -33,6 +33,13 @@ struct HTTPCurl::State // NOLINT(clang-analyzer-optin.performance.Padding)
 
     /// Adds to the options of a handle those of the trust.
     void setTrustOptions(CURL* handle);
+    void buildUserAgentHeader();
+    /// Sets the range of a request that continues a download, and returns the header that goes with it.
+    curl_slist* requestRest(CURL* handle);
+    /// libcurl's callback; the last argument is a State.
+    static size_t readHeader(char* line, size_t size, size_t count, void* state);
+    CURLcode perform(CURL* handle, const std::shared_ptr<Interruption>& interruption);
+    void keepErrorDetail(CURLcode code, const QString& url);
 
     QString errorDetail;
     std::array<char, CURL_ERROR_SIZE> errorBuffer {}; ///< written by libcurl during a request
