@@ -1,6 +1,6 @@
 #pragma once
 
-// What most test programs of the clients need.
+// Included by the test programs of the clients.
 
 #include <tavrel/TavrelInitializer.h>
 
