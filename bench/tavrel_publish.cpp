@@ -1,0 +1,96 @@
+// Publishing a folder with FolderPublisher. STORE stands for "ftp|sftp HOST PORT ROOT"; the site is ROOT/site.
+//
+//   bench_tavrel_publish folder STORE FOLDER CONNECTIONS   sends what differs from the record of the site
+//   bench_tavrel_publish bytes STORE FOLDER                sends a folder; prints the memory per file beyond its path
+
+#include "program.h"
+#include "report.h"
+
+#include <tavrel/FTPSettingsSerializable.h>
+#include <tavrel/FolderPublisher.h>
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <cstdio>
+
+namespace {
+
+constexpr int DEFAULT_CONNECTIONS = 4;
+constexpr qint64 KIB = 1024;
+
+struct BenchSettings : FTPSettingsSerializable
+{
+    explicit BenchSettings(const QStringList& store)
+    {
+        mProtocol = store.value(0) == QLatin1String("sftp") ? SFTP : FTP;
+        mHost = store.value(1);
+        mPort = store.value(2).toInt();
+        mFtpFolder = store.value(3) + QStringLiteral("/site");
+        mUser = qEnvironmentVariable("USER_NAME");
+        mPassword.setValue(qEnvironmentVariable("PASSWORD"));
+    }
+};
+
+bool publish(const FTPSettings& settings, const QString& folder, int connections, PublishReport& report)
+{
+    FolderPublisher publisher;
+    publisher.setConnections(connections);
+    publisher.publish(settings, folder);
+    publisher.wait();
+    report = publisher.report();
+    return report.isSuccess() || fail(report.stopReason + report.failed.value(0).reason);
+}
+
+/// A line of /proc/self/status, in bytes.
+qint64 statusBytes(const QByteArray& name)
+{
+    QFile file(QStringLiteral("/proc/self/status"));
+    if (!file.open(QIODevice::ReadOnly)) {
+        return 0;
+    }
+    const QByteArray text = file.readAll();
+    return text.mid(text.indexOf(name)).simplified().split(' ').value(1).toLongLong() * KIB;
+}
+
+bool printBytes(const FTPSettings& settings, const QString& folder)
+{
+    // The first run allocates memory that every run needs.
+    const QTemporaryDir empty;
+    PublishReport report;
+    if (!publish(settings, empty.path(), DEFAULT_CONNECTIONS, report)) {
+        return false;
+    }
+    const qint64 before = statusBytes("VmRSS:");
+    if (!publish(settings, folder, DEFAULT_CONNECTIONS, report)) {
+        return false;
+    }
+    qint64 grown = statusBytes("VmHWM:") - before;
+    for (const QString& path : report.sent) {
+        grown -= path.size() * static_cast<qint64>(sizeof(QChar));
+    }
+    std::printf("%.1f\n", static_cast<double>(grown) / report.sent.size());
+    return true;
+}
+
+bool run(const QStringList& arguments)
+{
+    const BenchSettings settings(arguments.mid(2));
+    const QString folder = arguments.value(6);
+    if (arguments.value(1) == QLatin1String("bytes")) {
+        return printBytes(settings, folder);
+    }
+    const double start = secondsNow();
+    PublishReport report;
+    const bool success = publish(settings, folder, arguments.value(7).toInt(), report);
+    reportSince(start);
+    return success;
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    return runProgram(argc, argv, run);
+}
