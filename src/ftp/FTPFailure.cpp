@@ -47,6 +47,15 @@ FTPFailure::Kind kindOfCode(int code)
     }
 }
 
+/// The expected and the shown key of a server that a PeerTrust refused; else empty.
+QString refusalOf(const FTPCurl& client)
+{
+    const QString message = client.errorText();
+    const int position = message.lastIndexOf(QLatin1String(": expected "));
+    const bool isRefusal = position >= 0 && message.indexOf(QLatin1String("; the server showed "), position) >= 0;
+    return isRefusal ? message.mid(position) : QString();
+}
+
 } // namespace
 
 FTPFailure::Kind FTPFailure::kindOf(const FTPCurl& client)
@@ -70,9 +79,11 @@ QString FTPFailure::reasonOf(const FTPCurl& client)
 {
     const ErrorableCode& error = client.error();
     const bool isOfLibcurl = error.typeName() == ErrorableCode::of(CURLE_OK).typeName();
-    // The registered message may be that of another client with the same code.
-    const QString text = isOfLibcurl ? QString::fromUtf8(curl_easy_strerror(static_cast<CURLcode>(error.value())))
-                                     : client.errorText().simplified();
+    // The registered message may be that of another client with the same code. Only the part about keys is taken of it.
+    const QString refusal = kindOf(client) == OfServer ? refusalOf(client) : QString();
+    const QString text = isOfLibcurl
+        ? QString::fromUtf8(curl_easy_strerror(static_cast<CURLcode>(error.value()))) + refusal
+        : client.errorText().simplified();
     const QString reply = client.serverReply();
     const bool isRefusal = reply.startsWith(QLatin1Char('4')) || reply.startsWith(QLatin1Char('5'));
     const QString detail = isRefusal ? reply : client.errorDetail();
