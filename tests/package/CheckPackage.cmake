@@ -29,6 +29,9 @@ function(run_consumer program)
 endfunction()
 
 run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${prefix}")
+if(EXISTS "${BUILD_DIR}/apps")
+    run_consumer("${prefix}/bin/tavrel-publish")
+endif()
 
 # With CMake: the examples are consumers.
 string(JOIN ":" prefixes "${prefix}" ${DEPENDENCIES})

@@ -5,7 +5,7 @@
 #include <QString>
 #include <QStringList>
 
-/// Prints the paths below a folder of the server, one per line; that of a folder ends in a slash.
+/// Lists the entries below a folder of the server.
 class ListTask : public Task
 {
 public:
@@ -38,14 +38,16 @@ class RemoveTask : public Task
 public:
     /// Without paths: the content of the site's folder.
     explicit RemoveTask(QStringList paths);
-    QString done() const override { return QStringLiteral("paths removed"); }
+    QString outcome() const override { return QStringLiteral("removed"); }
     void run(FTPCurl& client, Report& report) override;
 
 private:
-    void remove(FTPCurl& client, Report& report, const QString& path);
-    bool removeBelow(FTPCurl& client, Report& report, const QString& folder);
+    void removeBelow(const QString& folder, int depth);
+    void remove(const QString& path, bool isFolder, int depth);
 
     QStringList mPaths;
+    FTPCurl* mClient = nullptr;
+    Report* mReport = nullptr;
 };
 
 /// Sets the permission bits of files and folders.
@@ -53,7 +55,7 @@ class ChmodTask : public Task
 {
 public:
     ChmodTask(int mode, QStringList paths);
-    QString done() const override { return QStringLiteral("paths changed"); }
+    QString outcome() const override { return QStringLiteral("changed"); }
     void run(FTPCurl& client, Report& report) override;
 
 private:

@@ -1,0 +1,98 @@
+#include "Terminal.h"
+
+#include "InterruptKey.h"
+
+#include <QByteArray>
+
+#include <cstdio>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <termios.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int POLL_MS = 50;
+constexpr int USUAL_WIDTH = 80;
+
+/// Shows no typed characters for its lifetime.
+class WithoutEcho
+{
+public:
+    WithoutEcho()
+        : mIsChanged(tcgetattr(STDIN_FILENO, &mBefore) == 0)
+    {
+        termios silent = mBefore;
+        silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        mIsChanged = mIsChanged && tcsetattr(STDIN_FILENO, TCSAFLUSH, &silent) == 0;
+    }
+    ~WithoutEcho()
+    {
+        if (mIsChanged) {
+            tcsetattr(STDIN_FILENO, TCSANOW, &mBefore);
+            std::fputc('\n', stderr);
+        }
+    }
+    Q_DISABLE_COPY(WithoutEcho)
+
+private:
+    termios mBefore {};
+    bool mIsChanged;
+};
+
+/// A part of a line; empty at the end of the input and after an interruption.
+QByteArray readSome()
+{
+    pollfd input { STDIN_FILENO, POLLIN, 0 };
+    while (!InterruptKey::wasPressed()) {
+        if (poll(&input, 1, POLL_MS) > 0) {
+            QByteArray bytes(256, 0);
+            const ssize_t count = read(STDIN_FILENO, bytes.data(), static_cast<size_t>(bytes.size()));
+            return bytes.left(static_cast<int>(qMax<ssize_t>(count, 0)));
+        }
+    }
+    return QByteArray();
+}
+
+} // namespace
+
+bool Terminal::isInteractive()
+{
+    return isatty(STDIN_FILENO) != 0 && isatty(STDERR_FILENO) != 0;
+}
+
+std::optional<QString> Terminal::askSecretly(const QString& prompt)
+{
+    const WithoutEcho withoutEcho;
+    std::fputs(qUtf8Printable(printable(prompt)), stderr);
+    QByteArray line;
+    while (!line.endsWith('\n')) {
+        const QByteArray some = readSome();
+        if (some.isEmpty()) {
+            return std::nullopt;
+        }
+        line += some;
+    }
+    return QString::fromUtf8(line.chopped(1));
+}
+
+int Terminal::width()
+{
+    winsize size {};
+    if (isatty(STDERR_FILENO) == 0) {
+        return 0;
+    }
+    const bool isKnown = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0; // NOLINT
+    return isKnown ? size.ws_col : USUAL_WIDTH;
+}
+
+QString Terminal::printable(const QString& text)
+{
+    QString shown = text;
+    for (QChar& character : shown) {
+        const bool isObeyed
+            = character.category() == QChar::Other_Control || character.category() == QChar::Other_Format;
+        character = isObeyed ? QChar(QChar::ReplacementCharacter) : character;
+    }
+    return shown;
+}
