@@ -24,6 +24,7 @@ PlanMaker::PlanMaker(
     , mOptions(options)
     , mReport(report)
     , mIsStopped(std::move(isStopped))
+    , mBlock(HASH_BLOCK_BYTES, '\0')
 {
 }
 
@@ -129,8 +130,7 @@ bool PlanMaker::matches(PlannedFile& file, const QString& path)
         fail(file, path, source.errorString());
         return false;
     }
-    QByteArray block(HASH_BLOCK_BYTES, '\0');
-    while (!mIsStopped() && source.read(block.data(), block.size()) > 0) { }
+    while (!mIsStopped() && source.read(mBlock.data(), mBlock.size()) > 0) { }
     return source.bytesRead() == file.size && source.digest() == file.digest;
 }
 

@@ -55,4 +55,5 @@ private:
     QString mFault;
     bool mHasRecord = false;
     bool mIsRecordOutdated = false;
+    QByteArray mBlock; ///< for reading files
 };

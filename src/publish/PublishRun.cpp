@@ -74,23 +74,34 @@ PublishReport PublishRun::run()
 
 bool PublishRun::plan()
 {
+    mFirstSession = std::async([this] { return newSession(); });
     if (!mPlanMaker.readFolder(mPlan)) {
         return false;
     }
     openFurtherSessions();
-    return openSession() && mPlanMaker.readRecord(*mSession, mPlan) && mPlanMaker.compare(mPlan)
+    return takeFirstSession() && mPlanMaker.readRecord(*mSession, mPlan) && mPlanMaker.compare(mPlan)
         && (!mOptions.checkServer || mPlanMaker.checkServer(*mSession, mPlan))
         && (!mOptions.removeObsolete || mPlanMaker.findObsolete(*mSession, mPlan));
 }
 
-bool PublishRun::openSession()
+/// Waits for the first session, which logs in while the folder is read; a server that allows only some sessions may have
+/// let in another one.
+bool PublishRun::takeFirstSession()
 {
-    mSession = std::make_unique<PublishSession>();
-    const bool isOpen = mSession->open(mSettings, mOptions, mListener.prepare);
-    if (!isOpen && !mListener.isInterrupted()) {
-        mReport.stopReason = FTPFailure::reasonOf(mSession->client());
+    mSession = mFirstSession.get();
+    while (!mSession->isConnected() && !mComingSessions.empty()) {
+        auto other = mComingSessions.front().get();
+        mComingSessions.pop_front();
+        if (other->isConnected()) {
+            mSession = std::move(other);
+        }
     }
-    return isOpen;
+    const FTPFailure::Kind kind = FTPFailure::kindOf(mSession->client());
+    if (kind == FTPFailure::OfServer || !mSession->client().curlhandle()) {
+        mReport.stopReason = mListener.isInterrupted() ? QString() : FTPFailure::reasonOf(mSession->client());
+        return false;
+    }
+    return kind != FTPFailure::Interrupted;
 }
 
 /// Logging in takes as long as sending some files, so it does not wait for the record to tell what is to be sent.
@@ -103,19 +114,21 @@ void PublishRun::openFurtherSessions()
     const int count = mOptions.dryRun ? 1 : sessionCount(static_cast<qint64>(mPlan.files.size()), bytes);
     try {
         while (static_cast<int>(mComingSessions.size()) < count - 1) {
-            mComingSessions.push_back(std::async(std::launch::async, [this] { return connectedSession(); }));
+            mComingSessions.push_back(std::async(std::launch::async, [this] { return newSession(); }));
         }
     } catch (const std::system_error&) {
         return; // Without another thread there is no other session.
     }
 }
 
-/// Null when the server does not let it in.
-std::unique_ptr<PublishSession> PublishRun::connectedSession() const
+/// A session that has tried to log in.
+std::unique_ptr<PublishSession> PublishRun::newSession() const
 {
     auto session = std::make_unique<PublishSession>();
-    const bool isConnected = session->open(mSettings, mOptions, mListener.prepare) && session->connect();
-    return isConnected ? std::move(session) : nullptr;
+    if (session->open(mSettings, mOptions, mListener.prepare)) {
+        session->connect();
+    }
+    return session;
 }
 
 void PublishRun::announcePlan()
@@ -144,8 +157,7 @@ void PublishRun::announcePlan()
 void PublishRun::transfer()
 {
     mIsRecordThere = mPlanMaker.hasRecord();
-    if (needsEarlyRecord()
-        && mSession->requestPatiently([this] { return saveRecord(mSession->client()); }) != FTPFailure::None) {
+    if (needsMarks() && mSession->requestPatiently([this] { return markRecord(); }) != FTPFailure::None) {
         mReport.stopReason = QStringLiteral("%1: %2").arg(
             QString::fromLatin1(SiteRecord::FILE_NAME), FTPFailure::reasonOf(mSession->client()));
         return;
@@ -169,11 +181,22 @@ void PublishRun::transfer()
 }
 
 /// Whether the record holds files that are about to change.
-bool PublishRun::needsEarlyRecord() const
+bool PublishRun::needsMarks() const
 {
     return !mPlan.obsolete.empty() || std::any_of(mPlan.files.begin(), mPlan.files.end(), [](const PlannedFile& file) {
         return file.state == PlannedFile::ToSend && file.recordedSize >= 0;
     });
+}
+
+/// Before anything changes. A record that was found under its second name, or was not understood, is written anew.
+bool PublishRun::markRecord()
+{
+    FTPCurl& client = mSession->client();
+    client.setUploadMode(FTPCurl::InPlace);
+    const bool isMarked = !mPlanMaker.isRecordOutdated() && RecordFile(client).mark(mPlan);
+    client.setUploadMode(mOptions.uploadMode);
+    mIsRecordWritten = true;
+    return isMarked || (FTPFailure::kindOf(client) != FTPFailure::Interrupted && saveRecord(client));
 }
 
 bool PublishRun::saveRecord(FTPCurl& client)

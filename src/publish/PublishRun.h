@@ -36,11 +36,12 @@ public:
 
 private:
     bool plan();
-    bool openSession();
+    bool takeFirstSession();
     void openFurtherSessions();
-    std::unique_ptr<PublishSession> connectedSession() const;
+    std::unique_ptr<PublishSession> newSession() const;
     void announcePlan();
-    bool needsEarlyRecord() const;
+    bool needsMarks() const;
+    bool markRecord();
     bool saveRecord(FTPCurl& client);
 
     void transfer();
@@ -62,6 +63,7 @@ private:
     PublishReport mReport;
     PublishPlan mPlan;
     PlanMaker mPlanMaker;
+    std::future<std::unique_ptr<PublishSession>> mFirstSession;
     std::unique_ptr<PublishSession> mSession;
     std::deque<std::future<std::unique_ptr<PublishSession>>> mComingSessions;
     std::unique_ptr<TransferQueue> mQueue;

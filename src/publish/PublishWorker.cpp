@@ -39,9 +39,7 @@ bool PublishWorker::openSession()
 {
     if (mComingSession.valid()) {
         mSession = mComingSession.get();
-        mIsRetired = !mSession && mRun.queue.retire();
-    }
-    if (mSession || mIsRetired) {
+        mIsRetired = !mSession->isConnected() && mRun.queue.retire();
         return !mIsRetired;
     }
     mSession = std::make_unique<PublishSession>();

@@ -27,8 +27,7 @@ public:
         std::function<bool(FTPCurl&)> saveRecord;
     };
 
-    /// The session may be one that is being opened; null if the server did not let it in. Without a future the worker
-    /// opens one itself.
+    /// The session is one that has tried to log in, or is still about to. Without one the worker opens its own.
     PublishWorker(const Run& run, int number, std::future<std::unique_ptr<PublishSession>> session);
 
     /// Until the queue has no more tasks, or the server does not want this session.

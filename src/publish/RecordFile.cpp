@@ -79,6 +79,23 @@ bool RecordFile::format(const PublishPlan& plan, QTemporaryFile& local)
     return isWritten && local.flush();
 }
 
+bool RecordFile::mark(const PublishPlan& plan)
+{
+    QByteArray marks = "\n"; // ends a line that was cut off
+    for (const PlannedFile& file : plan.files) {
+        if (file.state == PlannedFile::ToSend && file.recordedSize >= 0) {
+            marks += SiteRecord::line(plan.bytePath(file), { file.recordedSize, {}, false });
+        }
+    }
+    for (const ObsoleteFile& file : plan.obsolete) {
+        marks += SiteRecord::line(file.path, plan.others.entries().value(file.path));
+    }
+    curl_easy_setopt(mClient.curlhandle(), CURLOPT_APPEND, 1L);
+    const bool isAppended = mClient.putData(marks, NAME, false);
+    curl_easy_setopt(mClient.curlhandle(), CURLOPT_APPEND, 0L);
+    return isAppended;
+}
+
 bool RecordFile::write(const QString& local, bool replaces)
 {
     return replaces ? mClient.putFile(local, NEW_NAME, false) && rename() : mClient.putFile(local, NAME, false);

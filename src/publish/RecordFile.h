@@ -19,6 +19,9 @@ public:
 
     /// Writes what a plan knows to local, which is empty and open. False when the disk is full.
     static bool format(const PublishPlan& plan, QTemporaryFile& local);
+    /// Appends a mark to the record for each file that is about to change, and is in it. False, too, on servers that do
+    /// not append.
+    bool mark(const PublishPlan& plan);
     /// Writes the record from a local file. One that is replaced is complete at any moment, under one of its two names.
     bool write(const QString& local, bool replaces);
 

@@ -45,7 +45,8 @@ bool SiteRecord::read(QIODevice& device, int& ignoredLines)
         return false;
     }
     while (!device.atEnd()) {
-        if (!readLine(device.readLine(MAX_LINE_BYTES))) {
+        const QByteArray line = device.readLine(MAX_LINE_BYTES);
+        if (line != "\n" && !readLine(line)) {
             ++ignoredLines;
         }
     }
