@@ -22,15 +22,15 @@ is_of_site() {
     esac
 }
 
-# start_far_stores: servers at the other end of the line.
+# start_far_stores: servers at the other end of the line. In a subshell, as the variables are those of the near ones.
 start_far_stores() {
-    local near_ftp_port=$FTP_PORT
-    start_far_server proftpd "$folder/far"
-    far_ftp_port=$FTP_PORT
-    start_far_server openssh "$folder/far"
-    far_sftp_port=${SSH_PORT:-$PSFTP_PORT}
-    far_sftp_root=${SSH_ROOT-$FTP_ROOT}
-    FTP_PORT=$near_ftp_port
+    local started
+    started=$(
+        start_far_server proftpd "$folder/far"
+        start_far_server openssh "$folder/far"
+        echo "$FTP_PORT ${SSH_PORT:-$PSFTP_PORT} ${SSH_ROOT-$FTP_ROOT}"
+    )
+    read -r far_ftp_port far_sftp_port far_sftp_root <<< "$started"
 }
 
 # publish_folder STORE... FOLDER CONNECTIONS
