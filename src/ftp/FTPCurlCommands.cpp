@@ -33,12 +33,30 @@ void FTPCurl::setExistingResourceCache(const QString& path, int value)
 
 bool FTPCurl::createDirectory(const QString& directory)
 {
-    return mPrivate->createDirectory(directory);
+    if (!mPrivate->checkUsable()) {
+        return false;
+    }
+    if (directory == QLatin1String(".") || directory == SLASH) {
+        return mPrivate->refuse(QStringLiteral("createDirectory: directory =='%1'").arg(directory), __LINE__);
+    }
+    if (directory.isEmpty()) {
+        return mPrivate->refuse(QStringLiteral("createDirectory: directory is empty"), __LINE__);
+    }
+    return mPrivate->createDirectory(mPrivate->path(directory + SLASH).withoutTrailingSlash());
 }
 
 bool FTPCurl::createDirectoryIfNecessary(const QString& filePath)
 {
-    return mPrivate->checkUsable() && mPrivate->createParent(filePath);
+    if (!mPrivate->checkUsable()) {
+        return false;
+    }
+    // A plain name is in the folder of the settings, which is not created for it.
+    const QString parent = QFileInfo(RemotePath::withoutTrailingSlash(filePath)).path();
+    if (parent.isEmpty() || parent == QLatin1String(".") || parent == SLASH) {
+        clearError();
+        return true;
+    }
+    return createDirectory(parent);
 }
 
 bool FTPCurl::internal_mkdir(const QString& directory)
@@ -119,31 +137,11 @@ bool FTPCurl::Private::exists(const RemotePath& path, bool& exists)
     return true;
 }
 
-bool FTPCurl::Private::createParent(const QString& filePath)
+bool FTPCurl::Private::createDirectory(const RemotePath& directory)
 {
-    const QString parent = QFileInfo(RemotePath::withoutTrailingSlash(filePath)).path();
-    if (parent.isEmpty() || parent == QLatin1String(".") || parent == SLASH) {
-        client.clearError();
-        return true;
-    }
-    return createDirectory(parent);
-}
-
-bool FTPCurl::Private::createDirectory(const QString& directory)
-{
-    if (!checkUsable()) {
-        return false;
-    }
-    if (directory == QLatin1String(".") || directory == SLASH) {
-        return refuse(QStringLiteral("createDirectory: directory =='%1'").arg(directory), __LINE__);
-    }
-    if (directory.isEmpty()) {
-        return refuse(QStringLiteral("createDirectory: directory is empty"), __LINE__);
-    }
-    const RemotePath path = this->path(directory + SLASH).withoutTrailingSlash();
     int level = 0;
-    return checkSendable(path, "createDirectory", __LINE__) && findExistingLevel(path, level)
-        && createBelowLevel(path, level);
+    return checkSendable(directory, "createDirectory", __LINE__) && findExistingLevel(directory, level)
+        && createBelowLevel(directory, level);
 }
 
 RemotePath FTPCurl::Private::levelOf(const RemotePath& directory, int level) const

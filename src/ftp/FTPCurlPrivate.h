@@ -64,8 +64,7 @@ struct FTPOptions::Private
 
     // Commands
     bool exists(const RemotePath& path, bool& exists);
-    bool createDirectory(const QString& directory);
-    bool createParent(const QString& filePath);
+    bool createDirectory(const RemotePath& directory);
     RemotePath levelOf(const RemotePath& directory, int level) const;
     bool findExistingLevel(const RemotePath& directory, int& level);
     bool createBelowLevel(const RemotePath& directory, int level);

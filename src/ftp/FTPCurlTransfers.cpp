@@ -42,7 +42,7 @@ bool FTPCurl::putFile(const QString& source, const QString& target, bool createD
         // Deliberate: that server gets its files from memory, an unreadable one as an empty one.
         return mPrivate->putData(FileUtils::readFileContent(source, false), *path, createDirectories);
     }
-    if (createDirectories && !mPrivate->createParent(path->canonical())) {
+    if (createDirectories && !mPrivate->createDirectory(path->parent())) {
         return false;
     }
     QFile file(source);
@@ -88,7 +88,7 @@ bool FTPCurl::getFile(const QString& source, const QString& target)
 
 bool FTPCurl::Private::putData(const QByteArray& data, const RemotePath& target, bool createDirectories)
 {
-    if (createDirectories && !createParent(target.canonical())) {
+    if (createDirectories && !createDirectory(target.parent())) {
         return false;
     }
     QByteArray content = data;

@@ -81,6 +81,12 @@ RemotePath RemotePath::withoutTrailingSlash() const
     return RemotePath(withoutTrailingSlash(mCanonical));
 }
 
+RemotePath RemotePath::parent() const
+{
+    const QString entry = withoutTrailingSlash(mCanonical);
+    return RemotePath(entry.left(qMax(entry.lastIndexOf(SLASH), 0)));
+}
+
 QString RemotePath::withoutTrailingSlash(QString path)
 {
     if (path.endsWith(SLASH)) {

@@ -28,6 +28,8 @@ public:
 
     bool isDirectory() const;
     RemotePath withoutTrailingSlash() const;
+    /// The directory of the entry, without a slash at its end.
+    RemotePath parent() const;
     static QString withoutTrailingSlash(QString path);
 
     /// False for a path with control characters: some would end the command that carries it, and libcurl refuses the

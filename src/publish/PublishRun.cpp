@@ -84,8 +84,8 @@ bool PublishRun::plan()
         && (!mOptions.removeObsolete || mPlanMaker.findObsolete(*mSession, mPlan));
 }
 
-/// Waits for the first session, which logs in while the folder is read; a server that allows only some sessions may have
-/// let in another one.
+/// Waits for the first session, which logs in while the folder is read; a server that allows only some sessions may
+/// have let in another one.
 bool PublishRun::takeFirstSession()
 {
     mSession = mFirstSession.get();

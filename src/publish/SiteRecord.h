@@ -16,8 +16,8 @@ using Digest = std::array<char, DIGEST_BYTES>;
  *
  *     SIZE SHA-256 PATH
  *
- * with a "-" in place of the SHA-256 while the file may not be whole. A later line for a path replaces an earlier one, so
- * that such marks can be appended. Any prefix of a record that is being written is a record that knows less.
+ * with a "-" in place of the SHA-256 while the file may not be whole. A later line for a path replaces an earlier one,
+ * so that such marks can be appended. Any prefix of a record that is being written is a record that knows less.
  *
  * The record comes from a server: a path that would lead out of the site is no entry.
  */
