@@ -9,6 +9,7 @@
 #include <QJsonDocument>
 #include <QStringList>
 
+#include <cmath>
 #include <cstdio>
 
 namespace {
@@ -172,7 +173,7 @@ void Output::printLine(const QString& line)
 Output::ExitStatus Output::conclude(QJsonObject summary)
 {
     const bool isInterrupted = summary["interrupted"].toBool();
-    summary["seconds"] = static_cast<double>(mTime.elapsed() / 100) / 10.0;
+    summary["seconds"] = std::round(static_cast<double>(mTime.elapsed()) / 100.0) / 10.0;
     summary["dryRun"] = mIsDryRun;
     mBar.finish();
     if (mIsJson) {
