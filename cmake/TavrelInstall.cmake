@@ -1,4 +1,4 @@
-# The shared library itself, and what a consumer finds after `cmake --install`.
+# The library itself, and what a consumer finds after `cmake --install`.
 include(CMakePackageConfigHelpers)
 include(CheckCXXSourceCompiles)
 include(GenerateExportHeader)
@@ -43,6 +43,10 @@ foreach(layer IN LISTS TAVREL_EXPORTED_PLATFORM)
         EXPORT_FILE_NAME "${PROJECT_BINARY_DIR}/exports/${layer}/${layer}_export.h")
 endforeach()
 
+if(NOT TAVREL_INSTALL)
+    return()
+endif()
+
 install(TARGETS tavrel EXPORT TavrelTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
@@ -59,6 +63,19 @@ foreach(layer IN LISTS TAVREL_EXPORTED_PLATFORM)
     install(FILES ${headers} "${PROJECT_BINARY_DIR}/exports/${layer}/${layer}_export.h"
         DESTINATION ${TAVREL_PLATFORM_INCLUDEDIR}/${layer})
 endforeach()
+
+set(TAVREL_QT_COMPONENTS Core Xml)
+set(TAVREL_PC_REQUIRES "libcurl >= 7.68")
+if(NOT BUILD_SHARED_LIBS)
+    list(APPEND TAVREL_QT_COMPONENTS Network Widgets)
+    set(TAVREL_FIND_OPENSSL "find_dependency(OpenSSL 1.1.1 COMPONENTS Crypto SSL)")
+    # Not Requires.private: `pkg-config --static` would also ask for everything that libcurl is built from.
+    string(APPEND TAVREL_PC_REQUIRES ", libssl >= 1.1.1, libcrypto >= 1.1.1")
+endif()
+foreach(component IN LISTS TAVREL_QT_COMPONENTS)
+    string(PREPEND TAVREL_PC_REQUIRES "Qt5${component} >= 5.15, ")
+endforeach()
+list(JOIN TAVREL_QT_COMPONENTS " " TAVREL_QT_COMPONENTS)
 
 set(config_dir "${CMAKE_INSTALL_LIBDIR}/cmake/Tavrel")
 configure_package_config_file(cmake/TavrelConfig.cmake.in "${PROJECT_BINARY_DIR}/TavrelConfig.cmake"

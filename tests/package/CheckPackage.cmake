@@ -1,5 +1,5 @@
-# Installs the library into a temporary prefix and uses it as a consumer does: with CMake, with pkg-config, and each header
-# alone. DEPENDENCIES is the CMAKE_PREFIX_PATH that the library was built with.
+# Uses the library as a consumer does: installed as a shared and as a static library, with CMake, with pkg-config and each
+# header alone, and in the tree of an application. DEPENDENCIES is the CMAKE_PREFIX_PATH that the library was built with.
 cmake_policy(VERSION 3.16)
 
 set(work "${BUILD_DIR}/package-test")
@@ -28,32 +28,63 @@ function(run_consumer program)
     endif()
 endfunction()
 
+function(configure source build)
+    run(${CMAKE_COMMAND} -S "${SOURCE_DIR}/${source}" -B "${build}" -G "${GENERATOR}"
+        -D CMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror" ${ARGN})
+endfunction()
+
+# Builds examples with the library installed in a prefix; leaves the flags of pkg-config in flags.
+list(JOIN DEPENDENCIES ":" dependencies_prefixes)
+list(TRANSFORM DEPENDENCIES APPEND "/lib/pkgconfig" OUTPUT_VARIABLE dependencies_pkgconfig)
+list(JOIN dependencies_pkgconfig ":" dependencies_pkgconfig)
+function(check_prefix prefix)
+    set(ENV{CMAKE_PREFIX_PATH} "${prefix}:${dependencies_prefixes}")
+    configure(examples "${prefix}/examples")
+    run(${CMAKE_COMMAND} --build "${prefix}/examples" --target ${ARGN})
+    run_consumer("${prefix}/examples/post")
+
+    file(GLOB_RECURSE pc "${prefix}/*/tavrel.pc")
+    get_filename_component(pc_folder "${pc}" DIRECTORY)
+    get_filename_component(libdir "${pc_folder}" DIRECTORY)
+    set(ENV{PKG_CONFIG_PATH} "${pc_folder}:${dependencies_pkgconfig}")
+    run(pkg-config --cflags --libs tavrel)
+    separate_arguments(flags UNIX_COMMAND "${output}")
+    list(APPEND flags -Wl,-rpath,${libdir})
+    set(common "${SOURCE_DIR}/examples/common")
+    run("${CXX}" ${strict} -fPIC -I "${common}" "${SOURCE_DIR}/examples/post/main.cpp" "${common}/FormRequest.cpp"
+        "${common}/ProgressLine.cpp" "${common}/complain.cpp" -o "${prefix}/with-pkg-config" ${flags})
+    run_consumer("${prefix}/with-pkg-config")
+    set(flags "${flags}" PARENT_SCOPE)
+endfunction()
+
+# The source archive of a commit is always the same.
+if(EXISTS "${SOURCE_DIR}/.git")
+    foreach(umask 022 077)
+        run(sh -c "umask ${umask} && '${SOURCE_DIR}/scripts/package' --source '${work}/${umask}.tar.gz'")
+    endforeach()
+    run(${CMAKE_COMMAND} -E compare_files "${work}/022.tar.gz" "${work}/077.tar.gz")
+endif()
+
+# In the tree of an application.
+foreach(with_fetch_content OFF ON)
+    set(build "${work}/embedding-${with_fetch_content}")
+    configure(tests/package/embedding "${build}" -D LIBRARY_DIR=${SOURCE_DIR} -D WITH_FETCH_CONTENT=${with_fetch_content}
+        "-DCMAKE_PREFIX_PATH=${DEPENDENCIES}")
+    run(${CMAKE_COMMAND} --build "${build}")
+    run_consumer("${build}/post")
+endforeach()
+run(${CMAKE_COMMAND} --install "${build}" --prefix "${work}/static")
+file(GLOB_RECURSE archive "${work}/static/*/libtavrel.a")
+if(NOT archive)
+    message(FATAL_ERROR "no static library is installed")
+endif()
+check_prefix("${work}/static" post)
+
 run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${prefix}")
 if(EXISTS "${BUILD_DIR}/apps")
     run_consumer("${prefix}/bin/tavrel-publish")
 endif()
-
-# With CMake: the examples are consumers.
-string(JOIN ":" prefixes "${prefix}" ${DEPENDENCIES})
-set(ENV{CMAKE_PREFIX_PATH} "${prefixes}")
-run(${CMAKE_COMMAND} -S "${SOURCE_DIR}/examples" -B "${work}/examples" -G "${GENERATOR}"
-    -D CMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror")
-run(${CMAKE_COMMAND} --build "${work}/examples")
-run_consumer("${work}/examples/post")
-
-# With pkg-config.
-file(GLOB_RECURSE pc "${prefix}/*/tavrel.pc")
-get_filename_component(pc_folder "${pc}" DIRECTORY)
-get_filename_component(libdir "${pc_folder}" DIRECTORY)
-list(TRANSFORM DEPENDENCIES APPEND "/lib/pkgconfig")
-list(JOIN DEPENDENCIES ":" dependencies_path)
-set(ENV{PKG_CONFIG_PATH} "${pc_folder}:${dependencies_path}")
-run(pkg-config --cflags --libs tavrel)
-separate_arguments(flags UNIX_COMMAND "${output}")
-set(common "${SOURCE_DIR}/examples/common")
-run("${CXX}" ${strict} -fPIC -I "${common}" "${SOURCE_DIR}/examples/post/main.cpp" "${common}/FormRequest.cpp"
-    "${common}/ProgressLine.cpp" "${common}/complain.cpp" -o "${work}/with-pkg-config" ${flags} -Wl,-rpath,${libdir})
-run_consumer("${work}/with-pkg-config")
+check_prefix("${prefix}" all)
 
 # An application with a class named as one of the library's: the library still calls its own function.
 file(WRITE "${work}/own-file-utils.cpp" [[
@@ -62,7 +93,7 @@ struct FileUtils { static bool writePrivateFile(const QString&, const QByteArray
 bool FileUtils::writePrivateFile(const QString&, const QByteArray&, QString*) { return false; }
 int main(int, char* argv[]) { return SQLSettings().save(argv[1], nullptr) ? 0 : 1; }
 ]])
-run("${CXX}" ${strict} -fPIC "${work}/own-file-utils.cpp" -o "${work}/own-file-utils" ${flags} -Wl,-rpath,${libdir})
+run("${CXX}" ${strict} -fPIC "${work}/own-file-utils.cpp" -o "${work}/own-file-utils" ${flags})
 run("${work}/own-file-utils" "${work}/settings.xml")
 
 # Each header alone.
@@ -74,4 +105,4 @@ list(LENGTH headers count)
 if(count LESS 12)
     message(FATAL_ERROR "only ${count} headers are installed")
 endif()
-message(STATUS "${count} headers, two ways to link")
+message(STATUS "${count} headers")
