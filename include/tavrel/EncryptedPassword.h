@@ -19,7 +19,7 @@ public:
 
     /// The password in plaintext; empty if a loaded one cannot be decrypted.
     QString value() const;
-    void setValue(const QString& plain);
+    void setValue(const QString& plain); ///< In plaintext.
     /// True if nothing is stored. Does not decrypt: false after loading a saved password, even an empty one, whose
     /// encrypted form is not empty.
     bool isEmpty() const { return mValue.isEmpty(); }

@@ -63,6 +63,7 @@ public:
     /// For callers of rm() that share code with other file stores.
     enum IOModeFlags { NoModeFlags = 0 };
 
+    /// Only logs a warning when libcurl is not initialized; see TavrelInitializer.
     explicit FTPCurl(QObject* parent = nullptr);
     ~FTPCurl() override;
 
@@ -97,6 +98,7 @@ public:
     /// directory ends in a slash. Lines that are no entries are skipped. A symbolic link is a file when the server
     /// finds a file behind it, else a directory without the slash.
     bool list(const QString& path, VirtualFileList& files);
+    /// Calls list().
     bool listRemote(const QString& path, VirtualFileList& files);
     /// Appends all entries below a directory that are no directories, depth first. What was found before a failure
     /// stays in files.
@@ -112,6 +114,7 @@ public:
     bool resourceExists(const QString& path, bool& exists);
     /// 1: exists; 0: does not; -1: not known.
     int existingResourceCacheValue(const QString& path) const;
+    /// Replaces that value, which is not checked.
     void setExistingResourceCache(const QString& path, int value);
 
     /// Creates a directory and what is missing above it. True when it exists already.
@@ -138,8 +141,10 @@ public:
 
     /// Uploads write the remote file in place: one that fails leaves a part. They can create the missing directories
     /// first, and record in the cache that the file exists, or that this is no longer known.
+    ///@{
     bool putData(const QByteArray& data, const QString& target, bool createDirectories);
     bool putFile(const QString& source, const QString& target, bool createDirectories);
+    ///@}
     /// Uploads a device of known size() from its position to its end, and closes it; source names it in messages. A
     /// device that cannot be opened or read is refused before the server hears of it. A time-out (libcurl's 28) counts
     /// as sent.
@@ -158,7 +163,7 @@ public:
     /// SERVER_RESPONSE_TIMEOUT, over SFTP also LOW_SPEED_LIMIT and LOW_SPEED_TIME. All other options stay as they are
     /// until the session ends.
     CURL* curlhandle() const;
-    const FTPSettings& ftpSettings() const;
+    const FTPSettings& ftpSettings() const; ///< As given to initHost().
 
     /// Sets the modification time of a remote file, to the second; fails with TIME_NOT_KEPT where the server cannot.
     bool setModificationTime(const QString& path, const QDateTime& time);
@@ -180,10 +185,12 @@ public:
     void handleCurlError(CURLcode code, const QString& context, VFSCurlData* data);
 
     /// libcurl's callbacks; the last argument (of progress: the first) is a VFSCurlData or null.
+    ///@{
     static size_t header(void* ptr, size_t size, size_t nmemb, void* data);
     static size_t fread(void* ptr, size_t size, size_t nmemb, void* data);
     static size_t fwrite(void* ptr, size_t size, size_t nmemb, void* data);
     static int progress(void* data, double dltotal, double dlnow, double ultotal, double ulnow);
+    ///@}
 
 Q_SIGNALS:
     /// Bytes of an upload; at most once in 70 ms. The URL holds the user and the password: do not show it.

@@ -10,6 +10,7 @@ class FTPCurl;
 class TAVREL_EXPORT FTPFailure
 {
 public:
+    /// The effect of a failure on later requests.
     enum Kind {
         None, ///< the last request succeeded
         Interrupted, ///< an interruption was requested

@@ -48,21 +48,26 @@ public:
 
     FTPSettings();
 
+    /// The fields of the target, as they were set or loaded.
+    ///@{
     Protocol ftpProtocol() const { return mProtocol; }
     const QString& host() const { return mHost; }
-    /// The port or, if it is below 1, the protocol's default, which may be -1.
-    int port() const;
     bool passiveMode() const { return mPassiveMode; }
     const QString& user() const { return mUser; }
+    ///@}
+    /// The port or, if it is below 1, the protocol's default, which may be -1.
+    int port() const;
     /// The password in plaintext.
     QString pwd() const { return mPassword.value(); }
     /// EncryptedPassword::isEmpty(): false after loading a saved password, even an empty one; see pwd().
     virtual bool isPwdEmpty() const;
 
     /// The following are normalized by cleanFolderFormat().
+    ///@{
     QString publicUrl() const;
     QString publicSubFolder() const;
     QString ftpFolder() const;
+    ///@}
     /// publicUrl() and publicSubFolder().
     QString publicFullAdress() const;
 
@@ -84,6 +89,8 @@ public:
     bool isEqualsPublication(const FTPSettings* other, bool& changed) const;
 
 protected:
+    /// The fields as they are saved; see the functions of their names.
+    ///@{
     EncryptedPassword mPassword;
     Protocol mProtocol = FTP;
     QString mHost;
@@ -93,6 +100,7 @@ protected:
     QString mPublicUrl;
     QString mPublicSubFolder;
     QString mFtpFolder;
+    ///@}
 };
 
 Q_DECLARE_OPERATORS_FOR_FLAGS(FTPSettings::Protocols)

@@ -29,6 +29,7 @@ class TAVREL_EXPORT FileDownloader : public Thread
     Q_OBJECT
 
 public:
+    /// Does not start anything; see download().
     explicit FileDownloader(QObject* parent = nullptr);
     ~FileDownloader() override;
 
@@ -57,6 +58,7 @@ Q_SIGNALS:
     void done(bool success);
 
 protected:
+    /// The work of the thread.
     void run() override;
 
 private:

@@ -46,8 +46,10 @@ public:
     enum Outcome { Sent, Unchanged, Removed, Failed };
     Q_ENUM(Outcome)
 
+    /// The upper bound of setConnections().
     static constexpr int MAX_CONNECTIONS = 8;
 
+    /// Does not start anything; see publish().
     explicit FolderPublisher(QObject* parent = nullptr);
     ~FolderPublisher() override;
 
@@ -60,7 +62,7 @@ public:
 
     /// Sessions side by side, 1 to MAX_CONNECTIONS; 4 by default. False for other values, which change nothing.
     bool setConnections(int connections);
-    int connections() const;
+    int connections() const; ///< See setConnections().
     /// Whether files that the record on the server holds with the same size and SHA-256 are left alone. On by default;
     /// otherwise all files are sent.
     void setOnlyChanged(bool onlyChanged);
@@ -103,6 +105,7 @@ protected:
     /// FTPCurl::setSshKey(). Returning false ends the run with the client's error.
     virtual bool prepareSession(FTPCurl& client);
 
+    /// The work of the thread.
     void run() override;
 
 private:

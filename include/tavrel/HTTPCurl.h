@@ -60,6 +60,7 @@ public:
     /// The folder of the cookie file; the current one at first. See setCookiepath().
     static QString COOKIEPATH;
 
+    /// Only logs a warning when libcurl is not initialized; see TavrelInitializer.
     explicit HTTPCurl(QObject* parent = nullptr);
     ~HTTPCurl() override;
 
@@ -97,7 +98,7 @@ public:
 
     /// The body of the last post, without its binary part.
     const QByteArray& response() const;
-    const QByteArray& binaryResponse() const;
+    const QByteArray& binaryResponse() const; ///< The binary part of the last post; see formatBinaryResponse().
     /// The HTTP status of the last request; 0 when no answer came.
     long HTTPResponseCode() const;
     /// Libcurl's detailed reason for the failure of the last request, such as "Failed to connect to 127.0.0.1 port 1
@@ -143,7 +144,7 @@ public:
 
     /// Sets the folder of the cookie file and creates it. Process-wide; call it before clients run.
     static void setCookiepath(const QString& dir);
-    static QString cookieFilePath();
+    static QString cookieFilePath(); ///< COOKIEPATH and "/eikooc.txt".
     /// Removes the cookie file; false when there was none to remove.
     static bool clearLocalSessionCookie();
 
@@ -172,17 +173,24 @@ protected:
 
     /// False, with REQUEST_IN_PROGRESS, within a request.
     bool checkIdle();
+    /// Makes a handle for a request of url. False with EMPTY_URL, CURL_INIT_PROBLEM or BAD_PARAMETER for the trust.
     bool curlInit(CURL*& handle, const QString& url);
+    /// Sets the options that all requests share. The list is handed over to libcurl and not freed.
     void setCurlGETAndPOSTCommonConfig(CURL* handle, curl_slist* headerList);
+    /// Raises the error of a failed transfer: NOT_FOUND_4XX or SERVER_ERROR_5XX by status, else code itself.
     void handleCurlErrorCode(CURLcode code);
+    /// Raises DOWNLOAD_LIMIT_REACHED; limit in bytes.
     void raiseErrorDownloadLimit(qint64 limit);
     /// Empties response() and binaryResponse(), for a derived class that does not accept them.
     void dropResponses();
 
+    /// Callbacks of libcurl. They append to response(), write to a QIODevice, drop the bytes, and report progress.
+    ///@{
     static size_t writeResponse(char* ptr, size_t size, size_t count, void* client);
     static size_t write_data(char* ptr, size_t size, size_t count, void* device);
     static size_t my_dummy_write(char* ptr, size_t size, size_t count, void* unused);
     static int progressCallback(void* client, double dltotal, double dlnow, double ultotal, double ulnow);
+    ///@}
 
 private:
     struct State;

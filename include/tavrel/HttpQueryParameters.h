@@ -20,7 +20,7 @@ public:
 
     /// Appends a parameter. One with the same key is removed first; an empty key is ignored.
     void addParam(const QString& key, const QString& value, bool encoded = false);
-    void addParam(const HttpQuerySingleParameter& param);
+    void addParam(const HttpQuerySingleParameter& param); ///< Appends param as it is.
     /// Calls addParam(key, value, true).
     void addParamEncoded(const QString& key, const QString& value);
 
@@ -29,10 +29,10 @@ public:
 
     /// The parameter at position i; an empty one if i is out of bounds.
     HttpQuerySingleParameter at(int i) const;
-    int count() const;
+    int count() const; ///< The number of parameters.
     /// The position of key, or -1.
     int indexOf(const QString& key) const;
-    bool contains(const QString& key) const;
+    bool contains(const QString& key) const; ///< Ignores case.
 
     /// "key=value&key=value", without a question mark. Keys are never encoded, values if they were added so.
     QString toString() const;
@@ -44,8 +44,11 @@ public:
     /// Sorts by key, ignoring case.
     void sort(Qt::SortOrder order);
 
+    /// The orders of sort().
+    ///@{
     static bool keyLessThan(const HttpQuerySingleParameter& a, const HttpQuerySingleParameter& b);
     static bool keyGreaterThan(const HttpQuerySingleParameter& a, const HttpQuerySingleParameter& b);
+    ///@}
 
 private:
     QList<HttpQuerySingleParameter> mParameters;

@@ -10,8 +10,8 @@ class TAVREL_EXPORT HttpQuerySingleParameter
 public:
     HttpQuerySingleParameter() = default;
 
-    QString key() const { return mKey; }
-    QString value() const { return mValue; }
+    QString key() const { return mKey; } ///< As it was added.
+    QString value() const { return mValue; } ///< Not encoded.
     /// True if the value is percent-encoded in toString() and toJson().
     bool encoded() const { return mEncoded; }
 

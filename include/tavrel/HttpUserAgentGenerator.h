@@ -29,6 +29,8 @@ public:
     /// A pick in [0, n); n must be positive.
     static int myUserAgentRand(int n);
 
+    /// The numbers and texts that are picked from.
+    ///@{
     static const QList<int> DalvikMajorVersion;
     static const QList<int> DalvikMinorVersion;
     static const QList<int> DalvikPatchVersion;
@@ -37,4 +39,5 @@ public:
     static const QList<int> AndroidPatchVersion;
     static const QStringList AndroidDevices;
     static const QString AndroidBuildVersion;
+    ///@}
 };

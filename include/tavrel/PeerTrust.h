@@ -21,18 +21,24 @@
 class TAVREL_EXPORT PeerTrust
 {
 public:
+    /// Whose signature on a certificate counts.
     enum Authorities {
         System, ///< those that libcurl was built to use, such as /etc/ssl/certs
         File, ///< those in a PEM file, and no other; a certificate in it is accepted itself, too
     };
+    /// The treatment of hosts that the file does not have.
     enum UnknownHosts {
         RefuseUnknown, ///< only hosts of the file
         AcceptNew, ///< and hosts that the file does not have, which are appended to it
     };
 
+    /// Trusts anyone.
     PeerTrust();
+    /// Copies share their data until one is changed.
+    ///@{
     PeerTrust(const PeerTrust& other);
     PeerTrust& operator=(const PeerTrust& other);
+    ///@}
     ~PeerTrust();
 
     /// TLS: the certificate must be valid, be for the host, and lead to an authority. path is for File only.
@@ -51,15 +57,15 @@ public:
     bool trustsAnyone() const;
     /// False when a setter has refused its argument; fault() tells which one.
     bool isValid() const;
-    QString fault() const;
+    QString fault() const; ///< For people; empty while isValid().
 
-    bool hasAuthorities() const;
+    bool hasAuthorities() const; ///< Whether authorities were set.
     /// Empty for those of the system.
     QString authoritiesFile() const;
-    QStringList publicKeys() const;
+    QStringList publicKeys() const; ///< The pins, one each; empty when none were set.
     /// Empty when none were set.
     QString knownHostsFile() const;
-    UnknownHosts unknownHosts() const;
+    UnknownHosts unknownHosts() const; ///< See setKnownHosts().
 
 private:
     struct Data;

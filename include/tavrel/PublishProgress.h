@@ -6,9 +6,9 @@
 struct PublishProgress
 {
     int files = 0; ///< sent and verified, or failed
-    int totalFiles = 0;
+    int totalFiles = 0; ///< to send
     qint64 bytes = 0; ///< handed to the servers, those of files that are sent again only once
-    qint64 totalBytes = 0;
+    qint64 totalBytes = 0; ///< of those files
     double bytesPerSecond = 0.0; ///< over the last seconds
     int secondsLeft = -1; ///< an estimate; -1 while there is none
 };

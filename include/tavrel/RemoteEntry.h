@@ -6,6 +6,7 @@
 /// One entry of a remote directory with all that the server shows of it, as FTPCurl::listDetailed() reads it.
 struct RemoteEntry
 {
+    /// As far as the server tells.
     enum Kind {
         File,
         Directory,
@@ -13,6 +14,7 @@ struct RemoteEntry
         Other, ///< a device, a socket or what else the server names
     };
 
+    /// How exact a time is.
     enum TimePrecision {
         UnknownTime,
         ToTheDay, ///< in the server's own time zone, as if that were UTC
@@ -22,9 +24,9 @@ struct RemoteEntry
 
     QString name; ///< as the server shows it; never with a slash
     QString path; ///< canonical, for requests; that of a directory ends in a slash
-    Kind kind = File;
+    Kind kind = File; ///< as the server names it
     qint64 size = -1; ///< in bytes; -1 when it is not known
-    TimePrecision timePrecision = UnknownTime;
+    TimePrecision timePrecision = UnknownTime; ///< of modified
     QDateTime modified; ///< UTC; invalid when it is not known
     int permissions = -1; ///< 0 to 07777; -1 when they are not shown
 };

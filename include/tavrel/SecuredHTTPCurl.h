@@ -46,8 +46,10 @@ public:
     bool handshake(const QString& url);
 
     /// Encrypts json and fileData and decrypts the reply; otherwise as in HTTPCurl. Repeated once after a lost session.
+    ///@{
     bool postForm(const QString& url, const QJsonObject& json);
     bool postForm(const QString& url, const QJsonObject& json, const QByteArray& fileData, bool binary);
+    ///@}
 
     /// Turns the protocol on (the default) or off.
     void setCryptedMode(bool on);
@@ -61,13 +63,15 @@ public:
 
     /// Sets the prefix of the key file's path. No separator is added: a folder ends with one.
     static void setKeypath(const QString& path);
-    static QString keyFilePath();
+    static QString keyFilePath(); ///< KEYPATH and "aes_key.txt".
     /// Removes the key file; the next object makes a new key, existing ones keep theirs.
     static bool clearLocalKey();
 
     /// The two steps of handshake(), which sets the handshake mode for them.
+    ///@{
     bool getPublicKey(const QString& url);
     bool shareAESKey(const QString& url);
+    ///@}
     /// Validates response(), the reply to a handshake request.
     bool checkResponse();
     /// Decrypts a reply in place. On failure, empties data and sets error(). A payload that is shorter than its length

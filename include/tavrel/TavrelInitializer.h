@@ -32,7 +32,7 @@ public:
     static void globalInit();
     /// Cleans libcurl up. Does nothing if it is not initialized.
     static void globalDeInit() noexcept;
-    static bool initialized() noexcept;
+    static bool initialized() noexcept; ///< Whether libcurl is initialized.
 
 private:
     static bool mCurlInitialized;

@@ -17,7 +17,7 @@ class TAVREL_EXPORT VirtualFile // NOLINT(cppcoreguidelines-virtual-class-destru
 {
 public:
     VirtualFile() = default;
-    VirtualFile(const VirtualFile& other) = default;
+    VirtualFile(const VirtualFile& other) = default; ///< Copies all fields.
     /// Stores name and isDir; the other arguments are ignored.
     VirtualFile(const QString& name, int permissions, const QString& owner, const QString& group, qint64 size,
         const QDateTime& lastModified, const QDateTime& lastRead, bool isDir, bool isFile, bool isSymLink,
@@ -33,7 +33,7 @@ public:
 
     /// Compares the name and the properties. A directory and a file of the same name are equal.
     bool operator==(const VirtualFile& other) const;
-    bool operator!=(const VirtualFile& other) const { return !(*this == other); }
+    bool operator!=(const VirtualFile& other) const { return !(*this == other); } ///< The opposite of ==.
 
     /// Calls initProperties(), then stores name and isDir; the other arguments are ignored.
     void init(const QString& name, int permissions, const QString& owner, const QString& group, qint64 size,
@@ -42,6 +42,8 @@ public:
     /// Resets the lock flag, its time-out and its owner, and isDir, but not the token, the content type and the name.
     void initProperties();
 
+    /// The fields as they were set; empty, 0 or false at first.
+    ///@{
     const QString& name() const { return mName; }
     bool isDir() const { return mIsDir; }
     bool isLocked() const { return mLocked; }
@@ -50,12 +52,16 @@ public:
     QString lockToken() const { return mLockToken; }
     QString lockOwner() const { return mLockOwner; }
     QString contentType() const { return mContentType; }
+    ///@}
 
+    /// Sets a property; any value is accepted.
+    ///@{
     virtual void setLocked(bool locked) { mLocked = locked; }
     virtual void setLockTimeOut(qint64 timeOut) { mLockTimeOut = timeOut; }
     virtual void setLockToken(const QString& token) { mLockToken = token; }
     virtual void setLockOwner(const QString& owner) { mLockOwner = owner; }
     virtual void setContentType(const QString& type) { mContentType = type; }
+    ///@}
 
 private:
     bool mLocked = false;

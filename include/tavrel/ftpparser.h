@@ -24,20 +24,20 @@ enum ftpparser_id_kind {
 /// One line of a listing. The pointers point into the line; the texts are not zero-terminated.
 struct ftpparser_entry
 {
-    char* name;
-    std::int32_t name_length;
+    char* name; ///< as in the line
+    std::int32_t name_length; ///< in bytes
     std::int32_t may_be_dir; ///< 0 if changing into it certainly fails
     std::int32_t may_be_file; ///< 0 if retrieving it certainly fails
-    std::int32_t size_kind;
-    std::int64_t size;
-    std::int32_t mtime_kind;
+    std::int32_t size_kind; ///< an ftpparser_size_kind
+    std::int64_t size; ///< in bytes
+    std::int32_t mtime_kind; ///< an ftpparser_mtime_kind
     std::int64_t mtime; ///< seconds since 1970-01-01 00:00 UTC
-    std::int32_t id_kind;
+    std::int32_t id_kind; ///< an ftpparser_id_kind
     char* id; ///< identifies a file independent of its name
-    std::int32_t id_length;
-    std::int32_t is_dir;
+    std::int32_t id_length; ///< in bytes
+    std::int32_t is_dir; ///< 1 or 0
     std::int32_t is_file; ///< also set for a symbolic link
-    std::int32_t is_link;
+    std::int32_t is_link; ///< 1 or 0
 };
 
 /**

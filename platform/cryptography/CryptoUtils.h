@@ -17,6 +17,7 @@ struct evp_pkey_st;
 class CRYPTOGRAPHY_EXPORT CryptoUtils
 {
 public:
+    /// The length of an AES-128 key in bytes.
     static constexpr int AES128_KEY_BYTES = 16;
 
     /// Encrypts data with AES-128-GCM, a key of 16 bytes and a fresh random nonce. The result is the nonce (12 bytes),

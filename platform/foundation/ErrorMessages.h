@@ -22,7 +22,7 @@ public:
     /// The message for code; empty if there is none.
     QString value(const ErrorableCode& code) const;
 
-    bool contains(const ErrorableCode& code) const;
+    bool contains(const ErrorableCode& code) const; ///< Whether there is a message for code.
 
 private:
     mutable std::mutex mMutex;

@@ -23,11 +23,11 @@ public:
     /// without an error.
     QString errorText() const;
 
-    bool hasError() const { return !mError.isNull(); }
-    void clearError();
-    void _setError(const ErrorableCode& code);
+    bool hasError() const { return !mError.isNull(); } ///< True unless error() is null.
+    void clearError(); ///< Makes error() null. The message table stays.
+    void _setError(const ErrorableCode& code); ///< Replaces error(). The message table stays.
 
-    static ErrorMessages sErrorMessages;
+    static ErrorMessages sErrorMessages; ///< Of the whole process; thread-safe.
 
 protected:
     Errorable() = default;

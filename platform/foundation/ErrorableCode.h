@@ -23,6 +23,7 @@ class FOUNDATION_EXPORT ErrorableCode
 {
 public:
     ErrorableCode() = default;
+    /// typeName must not be empty, as that makes a null code; the last three arguments are informative.
     ErrorableCode(QString typeName, int value, QStringList texts = {}, QString location = {}, QString name = {});
 
     /// The comparison key of an enum value: type and value only.
@@ -37,8 +38,8 @@ public:
 
     /// The enum type, for example "HTTPCurl::Error" or "CURLcode".
     const QString& typeName() const { return mTypeName; }
-    int value() const { return mValue; }
-    const QStringList& texts() const { return mTexts; }
+    int value() const { return mValue; } ///< Of the enum; 0 for a null code.
+    const QStringList& texts() const { return mTexts; } ///< Additional texts; this library sets none.
     /// "file:line" of the place that raised the error; empty if it is not known.
     const QString& location() const { return mLocation; }
     /// The symbolic name, for example "EMPTY_URL".

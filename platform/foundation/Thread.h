@@ -25,6 +25,7 @@ class FOUNDATION_EXPORT Thread : public QThread
     Q_OBJECT
 
 public:
+    /// Does not start the thread.
     explicit Thread(QObject* parent = nullptr);
     ~Thread() override;
 
@@ -36,7 +37,7 @@ public:
 
     /// Asks the work on this thread to stop soon.
     virtual void requestInterruption();
-    bool isInterruptionRequested() const;
+    bool isInterruptionRequested() const; ///< Until the next start.
 
     /// Called after run() has returned, by the event loop of the thread in which this object lives.
     virtual void onFinished();
@@ -44,7 +45,7 @@ public:
 protected:
     /// Forgets an interruption, also while running. The next start keeps one that is requested from here on.
     void clearInterruption();
-    void interruptAndWait();
+    void interruptAndWait(); ///< Interrupts, quits the event loop and waits for the end.
 
 private:
     friend class Threadable;

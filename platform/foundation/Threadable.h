@@ -20,12 +20,13 @@ class FOUNDATION_EXPORT Threadable : public QObject
     Q_OBJECT
 
 public:
+    /// Tied to no thread at first.
     explicit Threadable(QObject* parent = nullptr);
 
     /// Ties this object to the interruption of thread; null unties it.
     virtual void setThreadForInterrupt(Thread* thread);
 
-    bool isInterruptionRequested() const;
+    bool isInterruptionRequested() const; ///< May be called from any thread.
 
 protected:
     /// The flag to check, or to register wake-ups with; null while the object is tied to no thread.

@@ -13,5 +13,6 @@ public:
     /// The readable form of a std::type_info::name(), for example "HTTPCurl::Error".
     static QString name(const char* runtimeName);
 
+    /// The readable name of T.
     template <class T> static QString name() { return name(typeid(T).name()); }
 };

@@ -17,6 +17,7 @@ class Serializable;
 class SERIALISATION_EXPORT SContext
 {
 public:
+    /// Whether an object is saved or loaded.
     enum Mode { Writing, Reading };
 
     /// Writes to writer.
@@ -35,11 +36,12 @@ public:
     /// Writes or reads a scalar under key, which is an XML name. Reading leaves it unchanged if the element or its
     /// "val" is missing.
     void member(const QString& key, QString& value);
+    /// Writes "true" or "false"; a text that is neither, nor "1" or "0", leaves value unchanged.
     void member(const QString& key, bool& value);
     /// A text that is not a number is read as 0.
     void member(const QString& key, int& value);
 
-    Mode mode() const { return mMode; }
+    Mode mode() const { return mMode; } ///< The direction, from the constructor.
 
     /// Sets text from value when writing, value from text when reading.
     void memberFromToString(QString& value, QString& text) const;

@@ -36,10 +36,13 @@ public:
     /// The name of the root element: by default the name of the class. A class derived from a persisted record
     /// overrides className() with the record's name in order to read and write the record's files.
     virtual QString className() const;
+    /// className(), unless a class overrides it.
     virtual QString classNameForInstMap() const;
+    /// As given to the constructor.
     virtual bool isPolyUse() const { return mPolyUse; }
     /// Names the members, in the order of the file.
     virtual void sync() = 0;
+    /// className(), unless a class overrides it.
     virtual QString classNameLowLevel();
     /// Copies the members of other, as a save and a load would; false if it is of another class.
     virtual bool copy(const Serializable* other);
@@ -49,14 +52,17 @@ public:
     /// elements, of another class (see className()), or has a document type (whose entities are never expanded).
     bool load(const QString& path);
 
+    /// For sync(): whether a load, or a save, is under way.
     bool isReadingMode() const;
-    bool isWritingMode() const;
+    bool isWritingMode() const; ///< See isReadingMode().
 
 protected:
     /// The context is not copied: a copy takes no part in a save or load of other that is under way, and an assignment
     /// does not end one of this object.
+    ///@{
     Serializable(const Serializable& other);
     Serializable& operator=(const Serializable& other);
+    ///@}
 
     /// For sync(): writes or reads one member; see SContext.
     template <class T> void member(const QString& key, T& value)
