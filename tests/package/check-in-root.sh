@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# Runs in a bare Debian system, in a folder with the packages and a main.cpp: installs the packages, builds the program
+# with them, runs the tool, and removes them without a trace.
+set -eu
+cd "$(dirname "$0")"
+
+apt-get install -q -y --no-install-recommends ./*.deb > /dev/null
+cat > CMakeLists.txt <<'END'
+cmake_minimum_required(VERSION 3.16)
+project(Application LANGUAGES CXX)
+find_package(Tavrel 1 REQUIRED)
+add_executable(application main.cpp)
+target_link_libraries(application PRIVATE Tavrel::Tavrel)
+END
+cmake -S . -B build > /dev/null
+cmake --build build > /dev/null
+ldd build/application | grep /libtavrel.so.1
+tavrel-publish --version
+test -s /usr/share/man/man1/tavrel-publish.1.gz
+
+apt-get purge -q -y libtavrel1 libtavrel-dev tavrel-tools > /dev/null
+left=$(find / -xdev -iname '*tavrel*' -not -path "$PWD/*" -not -path '/proc/*')
+if [ -n "$left" ]; then
+    echo "left: $left" >&2
+    exit 1
+fi
+echo "installed, used and removed"
