@@ -79,7 +79,7 @@ bool PlanMaker::readRecord(PublishSession& session, PublishPlan& plan)
         mReport.remarks << remark;
     }
     mHasRecord = file.wasFound();
-    mIsRecordOutdated = !remark.isEmpty();
+    mIsRecordOutdated = !remark.isEmpty() || plan.others.isWordy();
     return kind == FTPFailure::None || kind == FTPFailure::OfPath || fail(session, kind);
 }
 

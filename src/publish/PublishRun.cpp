@@ -21,6 +21,8 @@ constexpr int PROGRESS_MS = 100;
 /// The record is saved in between, so that an interrupted run is not in vain, at a small part of the time.
 constexpr qint64 SAVE_MS = 60000;
 constexpr qint64 SAVE_SHARE = 20;
+/// A record is written anew rather than appended to when more of it changes.
+constexpr qint64 MIN_LINES_PER_APPENDED = 20;
 /// A further session costs as much time as some files.
 constexpr qint64 FILES_OF_SESSION = 4;
 /// Round trips of a listing, by those that one size takes.
@@ -193,10 +195,28 @@ bool PublishRun::markRecord()
 {
     FTPCurl& client = mSession->client();
     client.setUploadMode(FTPCurl::InPlace);
+    client.setVerifyUploads(false);
     const bool isMarked = !mPlanMaker.isRecordOutdated() && RecordFile(client).mark(mPlan);
     client.setUploadMode(mOptions.uploadMode);
     mIsRecordWritten = true;
+    mCanAppend = isMarked;
     return isMarked || (FTPFailure::kindOf(client) != FTPFailure::Interrupted && saveRecord(client));
+}
+
+/// After the last change. A few lines are appended to a record that holds nothing that is not true any more.
+bool PublishRun::completeRecord()
+{
+    FTPCurl& client = mSession->client();
+    const auto sent = static_cast<qint64>(mReport.sent.size());
+    const bool isAppended = mIsRecordThere && mCanAppend && !mPlanMaker.isRecordOutdated() && mPlan.obsolete.empty()
+        && sent * MIN_LINES_PER_APPENDED <= static_cast<qint64>(mPlan.files.size());
+    if (!isAppended) {
+        return saveRecord(client);
+    }
+    client.setUploadMode(FTPCurl::InPlace);
+    client.setVerifyUploads(false);
+    return RecordFile(client).addSent(mPlan)
+        || (FTPFailure::kindOf(client) != FTPFailure::Interrupted && saveRecord(client));
 }
 
 bool PublishRun::saveRecord(FTPCurl& client)
@@ -312,7 +332,7 @@ void PublishRun::finish()
         return;
     }
     removeEmptyFolders();
-    const auto save = [this] { return saveRecord(mSession->client()); };
+    const auto save = [this] { return completeRecord(); };
     const bool isSaved = !isOutdated || mSession->requestPatiently(save) == FTPFailure::None;
     if (!isSaved && mReport.stopReason.isEmpty() && !mListener.isInterrupted()) {
         mReport.failed.append({ QString::fromLatin1(SiteRecord::FILE_NAME), FTPFailure::reasonOf(mSession->client()) });

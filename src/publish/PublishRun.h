@@ -42,6 +42,7 @@ private:
     void announcePlan();
     bool needsMarks() const;
     bool markRecord();
+    bool completeRecord();
     bool saveRecord(FTPCurl& client);
 
     void transfer();
@@ -73,5 +74,6 @@ private:
     QElapsedTimer mSinceProgress;
     std::atomic<bool> mIsRecordWritten { false };
     std::atomic<bool> mIsRecordThere { false };
+    bool mCanAppend = true; ///< to the record, as far as is known
     std::atomic<qint64> mSaveTime { 0 }; ///< of the last one, in milliseconds
 };

@@ -15,7 +15,7 @@ constexpr curl_off_t MAX_RECORD_BYTES = curl_off_t { 1 } << 30;
 const QString NAME = QString::fromLatin1(SiteRecord::FILE_NAME);
 const QString NEW_NAME = QString::fromLatin1(SiteRecord::NEW_FILE_NAME);
 
-bool append(QTemporaryFile& file, const QByteArray& line)
+bool writeLine(QTemporaryFile& file, const QByteArray& line)
 {
     return file.write(line) == line.size();
 }
@@ -64,24 +64,24 @@ RecordFile::Result RecordFile::fetch(const QString& name, const QString& local)
 
 bool RecordFile::format(const PublishPlan& plan, QTemporaryFile& local)
 {
-    bool isWritten = append(local, SiteRecord::firstLine());
+    bool isWritten = writeLine(local, SiteRecord::firstLine());
     for (const PlannedFile& file : plan.files) {
         if (file.isOnServer()) {
-            isWritten &= append(local, SiteRecord::line(plan.bytePath(file), { file.size, file.digest, true }));
+            isWritten &= writeLine(local, SiteRecord::line(plan.bytePath(file), { file.size, file.digest, true }));
         } else if (file.recordedSize >= 0) {
-            isWritten &= append(local, SiteRecord::line(plan.bytePath(file), { file.recordedSize, {}, false }));
+            isWritten &= writeLine(local, SiteRecord::line(plan.bytePath(file), { file.recordedSize, {}, false }));
         }
     }
     const SiteRecord::Entries& others = plan.others.entries();
     for (auto other = others.begin(); other != others.end(); ++other) {
-        isWritten &= append(local, SiteRecord::line(other.key(), *other));
+        isWritten &= writeLine(local, SiteRecord::line(other.key(), *other));
     }
     return isWritten && local.flush();
 }
 
 bool RecordFile::mark(const PublishPlan& plan)
 {
-    QByteArray marks = "\n"; // ends a line that was cut off
+    QByteArray marks;
     for (const PlannedFile& file : plan.files) {
         if (file.state == PlannedFile::ToSend && file.recordedSize >= 0) {
             marks += SiteRecord::line(plan.bytePath(file), { file.recordedSize, {}, false });
@@ -90,8 +90,25 @@ bool RecordFile::mark(const PublishPlan& plan)
     for (const ObsoleteFile& file : plan.obsolete) {
         marks += SiteRecord::line(file.path, plan.others.entries().value(file.path));
     }
+    return append(marks);
+}
+
+bool RecordFile::addSent(const PublishPlan& plan)
+{
+    QByteArray lines;
+    for (const PlannedFile& file : plan.files) {
+        if (file.state == PlannedFile::Sent) {
+            lines += SiteRecord::line(plan.bytePath(file), { file.size, file.digest, true });
+        }
+    }
+    return append(lines);
+}
+
+bool RecordFile::append(const QByteArray& lines)
+{
     curl_easy_setopt(mClient.curlhandle(), CURLOPT_APPEND, 1L);
-    const bool isAppended = mClient.putData(marks, NAME, false);
+    // The line break ends a line that was cut off.
+    const bool isAppended = mClient.putData('\n' + lines, NAME, false);
     curl_easy_setopt(mClient.curlhandle(), CURLOPT_APPEND, 0L);
     return isAppended;
 }

@@ -22,12 +22,15 @@ public:
     /// Appends a mark to the record for each file that is about to change, and is in it. False, too, on servers that do
     /// not append.
     bool mark(const PublishPlan& plan);
+    /// Appends the files that were sent. Like mark(), only to a record whose other lines are still true.
+    bool addSent(const PublishPlan& plan);
     /// Writes the record from a local file. One that is replaced is complete at any moment, under one of its two names.
     bool write(const QString& local, bool replaces);
 
 private:
     enum class Result { Missing, Failed, Found };
 
+    bool append(const QByteArray& lines);
     Result fetch(const QString& name, const QString& local);
     bool rename();
 

@@ -86,5 +86,6 @@ bool SiteRecord::readLine(const QByteArray& line)
         std::memcpy(entry.digest.data(), bytes.constData(), DIGEST_BYTES);
     }
     mEntries.insert(path, entry);
+    ++mLines;
     return true;
 }

@@ -44,6 +44,8 @@ public:
 
     /// False when it does not begin like a record of this version. Counts the lines that are no entries.
     bool read(QIODevice& device, int& ignoredLines);
+    /// Whether so many lines have been replaced by later ones that the record should be written anew.
+    bool isWordy() const { return mLines > 2 * (mEntries.size() + 1); }
     /// Removes an entry and returns it.
     std::optional<Entry> take(const QByteArray& path);
 
@@ -54,4 +56,5 @@ private:
     bool readLine(const QByteArray& line);
 
     Entries mEntries;
+    int mLines = 0; ///< that were read as entries
 };
