@@ -134,7 +134,7 @@ private Q_SLOTS:
             const auto store = protocol == sftp ? mServers.proftpdSftp() : mServers.ftp();
             aim(protocol, store.port, store.root + "/www");
             options.replaceInStrings(key, shown);
-            QCOMPARE(run(options + QStringList { "--all", "folder" }), status);
+            QVERIFY2(run(options + QStringList { "--all", "folder" }) == status, qPrintable(mTold));
             QVERIFY2(mTold.contains(told), qPrintable(mTold));
             shown = mTold.section(SHOWN, 1, 1).section(' ', 0, 0) + shown;
         }
@@ -190,7 +190,8 @@ private Q_SLOTS:
             { FTPSettings::FTP, ftp, "fixed", PASSWORD, "FAILED +write.*550.*\n.*may not write" } };
         for (const auto& [protocol, port, folder, password, told] : cases) {
             aim(protocol, port, folder, password);
-            QCOMPARE(run({ "--doctor", "--insecure" }), told.startsWith("FAILED") ? 1 : 0);
+            const int status = told.startsWith("FAILED") ? 1 : 0;
+            QVERIFY2(run({ "--doctor", "--insecure" }) == status, qPrintable(mTold));
             QVERIFY2(mTold.contains(QRegularExpression(told)), qPrintable(mTold));
         }
         QCOMPARE(QDir(mServers.ftp().folder + "/www").entryList({ ".tavrel-doctor*" }, QDir::Hidden | QDir::Files),
