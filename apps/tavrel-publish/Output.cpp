@@ -1,7 +1,7 @@
 #include "Output.h"
 
 #include "Options.h"
-#include "Terminal.h"
+#include "ProgressLine.h"
 
 #include <foundation/FileUtils.h>
 
@@ -21,7 +21,7 @@ constexpr int TIME_WIDTH = 20;
 
 void say(const QString& line)
 {
-    std::fprintf(stderr, "%s\n", qUtf8Printable(Terminal::printable(line)));
+    std::fprintf(stderr, "%s\n", qUtf8Printable(ProgressLine::printable(line)));
 }
 
 QString describe(const QJsonValue& item)
@@ -166,7 +166,7 @@ void Output::printStep(const QJsonObject& step)
 
 void Output::printLine(const QString& line)
 {
-    std::printf("%s\n", qUtf8Printable(Terminal::printable(line)));
+    std::printf("%s\n", qUtf8Printable(ProgressLine::printable(line)));
     std::fflush(stdout);
 }
 

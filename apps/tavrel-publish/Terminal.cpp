@@ -1,6 +1,7 @@
 #include "Terminal.h"
 
 #include "InterruptKey.h"
+#include "ProgressLine.h"
 
 #include <QByteArray>
 
@@ -64,7 +65,7 @@ bool Terminal::isInteractive()
 std::optional<QString> Terminal::askSecretly(const QString& prompt)
 {
     const WithoutEcho withoutEcho;
-    std::fputs(qUtf8Printable(printable(prompt)), stderr);
+    std::fputs(qUtf8Printable(ProgressLine::printable(prompt)), stderr);
     QByteArray line;
     while (!line.endsWith('\n')) {
         const QByteArray some = readSome();
@@ -84,15 +85,4 @@ int Terminal::width()
     }
     const bool isKnown = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0; // NOLINT
     return isKnown ? size.ws_col : USUAL_WIDTH;
-}
-
-QString Terminal::printable(const QString& text)
-{
-    QString shown = text;
-    for (QChar& character : shown) {
-        const bool isObeyed
-            = character.category() == QChar::Other_Control || character.category() == QChar::Other_Format;
-        character = isObeyed ? QChar(QChar::ReplacementCharacter) : character;
-    }
-    return shown;
 }

@@ -15,7 +15,5 @@ std::optional<QString> askSecretly(const QString& prompt);
 
 /// Columns of the terminal of the standard error; 0 if that is none.
 int width();
-/// The text without control sequences: names from a server may contain anything.
-QString printable(const QString& text);
 
 } // namespace Terminal

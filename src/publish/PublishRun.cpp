@@ -160,8 +160,10 @@ void PublishRun::transfer()
 {
     mIsRecordThere = mPlanMaker.hasRecord();
     if (needsMarks() && mSession->requestPatiently([this] { return markRecord(); }) != FTPFailure::None) {
-        mReport.stopReason = QStringLiteral("%1: %2").arg(
-            QString::fromLatin1(SiteRecord::FILE_NAME), FTPFailure::reasonOf(mSession->client()));
+        if (!mListener.isInterrupted()) {
+            mReport.stopReason = QStringLiteral("%1: %2").arg(
+                QString::fromLatin1(SiteRecord::FILE_NAME), FTPFailure::reasonOf(mSession->client()));
+        }
         return;
     }
     const auto steps = mTotals.totalFiles + static_cast<qint64>(mPlan.obsolete.size());
