@@ -8,6 +8,8 @@
  * there; the addresses of the device are the caller's work, see delay.sh.
  */
 
+#define _GNU_SOURCE /* ppoll */
+
 #include <arpa/inet.h>
 #include <errno.h>
 #include <fcntl.h>
@@ -149,8 +151,10 @@ int main(int argc, char* argv[])
     fflush(stdout);
     for (;;) {
         struct pollfd wait = { device, POLLIN, 0 };
-        const int64_t left = count > 0 ? queue[first].due - now() : MICROSECONDS;
-        if (poll(&wait, 1, left > 0 ? (int)(left / 1000 + 1) : 0) > 0) {
+        const int64_t left = count > 0 ? queue[first].due - now() : MICROSECONDS - 1;
+        /* poll() counts in milliseconds, which would add one to each way. */
+        const struct timespec time = { 0, left > 0 ? (long)(left * 1000) : 0 };
+        if (ppoll(&wait, 1, &time, NULL) > 0) {
             take(device, delay);
         }
         deliverDue(device);

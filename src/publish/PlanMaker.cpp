@@ -1,7 +1,6 @@
 #include "PlanMaker.h"
 
 #include "LocalScan.h"
-#include "RecordFile.h"
 #include "UploadSource.h"
 
 #include <algorithm>
@@ -68,17 +67,15 @@ bool PlanMaker::readFolder(PublishPlan& plan)
     return !mIsStopped();
 }
 
-bool PlanMaker::readRecord(PublishSession& session, PublishPlan& plan)
+bool PlanMaker::readRecord(PublishSession& session, RecordDownload& record, PublishPlan& plan)
 {
-    RecordFile file(session.client());
+    const FTPFailure::Kind kind = session.requestPatiently([&] { return session.fetch(record); });
     QString remark;
-    session.setEntersDirectories(true); // a site that does not exist yet shows at once
-    const FTPFailure::Kind kind = session.requestPatiently([&] { return file.read(plan.others, remark); });
-    session.setEntersDirectories(false);
+    record.read(plan.others, remark);
     if (!remark.isEmpty()) {
         mReport.remarks << remark;
     }
-    mHasRecord = file.wasFound();
+    mHasRecord = record.wasFound();
     mIsRecordOutdated = !remark.isEmpty() || plan.others.isWordy();
     return kind == FTPFailure::None || kind == FTPFailure::OfPath || fail(session, kind);
 }

@@ -4,6 +4,7 @@
 #include "PublishOptions.h"
 #include "PublishPlan.h"
 #include "PublishSession.h"
+#include "RecordDownload.h"
 #include "ServerFolders.h"
 
 #include <tavrel/PublishReport.h>
@@ -23,7 +24,7 @@ public:
     /// The steps, in this order. Each returns false when the run cannot go on, with the reason in fault(); it is empty
     /// after an interruption.
     bool readFolder(PublishPlan& plan);
-    bool readRecord(PublishSession& session, PublishPlan& plan);
+    bool readRecord(PublishSession& session, RecordDownload& record, PublishPlan& plan);
     bool compare(PublishPlan& plan);
     bool checkServer(PublishSession& session, PublishPlan& plan);
     bool findObsolete(PublishSession& session, PublishPlan& plan);

@@ -76,12 +76,13 @@ PublishReport PublishRun::run()
 
 bool PublishRun::plan()
 {
-    mFirstSession = std::async([this] { return newSession(); });
+    mFirstSession
+        = std::async([this] { return openSession([this](PublishSession& session) { session.connect(mRecord); }); });
     if (!mPlanMaker.readFolder(mPlan)) {
         return false;
     }
     openFurtherSessions();
-    return takeFirstSession() && mPlanMaker.readRecord(*mSession, mPlan) && mPlanMaker.compare(mPlan)
+    return takeFirstSession() && mPlanMaker.readRecord(*mSession, mRecord, mPlan) && mPlanMaker.compare(mPlan)
         && (!mOptions.checkServer || mPlanMaker.checkServer(*mSession, mPlan))
         && (!mOptions.removeObsolete || mPlanMaker.findObsolete(*mSession, mPlan));
 }
@@ -116,7 +117,8 @@ void PublishRun::openFurtherSessions()
     const int count = mOptions.dryRun ? 1 : sessionCount(static_cast<qint64>(mPlan.files.size()), bytes);
     try {
         while (static_cast<int>(mComingSessions.size()) < count - 1) {
-            mComingSessions.push_back(std::async(std::launch::async, [this] { return newSession(); }));
+            mComingSessions.push_back(std::async(std::launch::async,
+                [this] { return openSession([](PublishSession& session) { session.connect(); }); }));
         }
     } catch (const std::system_error&) {
         return; // Without another thread there is no other session.
@@ -124,11 +126,11 @@ void PublishRun::openFurtherSessions()
 }
 
 /// A session that has tried to log in.
-std::unique_ptr<PublishSession> PublishRun::newSession() const
+std::unique_ptr<PublishSession> PublishRun::openSession(const std::function<void(PublishSession&)>& connect) const
 {
     auto session = std::make_unique<PublishSession>();
     if (session->open(mSettings, mOptions, mListener.prepare)) {
-        session->connect();
+        connect(*session);
     }
     return session;
 }

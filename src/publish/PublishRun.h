@@ -38,7 +38,7 @@ private:
     bool plan();
     bool takeFirstSession();
     void openFurtherSessions();
-    std::unique_ptr<PublishSession> newSession() const;
+    std::unique_ptr<PublishSession> openSession(const std::function<void(PublishSession&)>& connect) const;
     void announcePlan();
     bool needsMarks() const;
     bool markRecord();
@@ -64,7 +64,8 @@ private:
     PublishReport mReport;
     PublishPlan mPlan;
     PlanMaker mPlanMaker;
-    std::future<std::unique_ptr<PublishSession>> mFirstSession;
+    RecordDownload mRecord;
+    std::future<std::unique_ptr<PublishSession>> mFirstSession; // after the record, which it uses
     std::unique_ptr<PublishSession> mSession;
     std::deque<std::future<std::unique_ptr<PublishSession>>> mComingSessions;
     std::unique_ptr<TransferQueue> mQueue;

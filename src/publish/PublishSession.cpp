@@ -41,17 +41,34 @@ void PublishSession::setEntersDirectories(bool enters)
     curl_easy_setopt(mClient.curlhandle(), CURLOPT_FTP_FILEMETHOD, static_cast<long>(method));
 }
 
-bool PublishSession::connect()
+void PublishSession::connect()
 {
-    const int stallTimeOut = mClient.stallTimeOut();
-    mClient.setStallTimeOut(stallTimeOut > 0 ? qMin(stallTimeOut, CONNECT_SECONDS) : CONNECT_SECONDS);
     bool exists = false;
     // The cheapest question: over FTP it takes no command, over SFTP one round trip or two.
     const bool isSftp = mClient.ftpSettings().ftpProtocol() == FTPSettings::SFTP;
     const QString path = isSftp ? QString::fromLatin1(SiteRecord::FILE_NAME) : QStringLiteral("/");
-    request([&] { return mClient.resourceExists(path, exists); });
+    connectBy([&] { return mClient.resourceExists(path, exists); });
+}
+
+void PublishSession::connect(RecordDownload& record)
+{
+    connectBy([&] { return fetch(record); });
+}
+
+void PublishSession::connectBy(const std::function<bool()>& request)
+{
+    const int stallTimeOut = mClient.stallTimeOut();
+    mClient.setStallTimeOut(stallTimeOut > 0 ? qMin(stallTimeOut, CONNECT_SECONDS) : CONNECT_SECONDS);
+    this->request(request);
     mClient.setStallTimeOut(stallTimeOut);
-    return mIsConnected;
+}
+
+bool PublishSession::fetch(RecordDownload& record)
+{
+    setEntersDirectories(true); // a site that does not exist yet shows at once
+    const bool isFetched = record.fetch(mClient);
+    setEntersDirectories(false);
+    return isFetched;
 }
 
 FTPFailure::Kind PublishSession::requestPatiently(const std::function<bool()>& request)

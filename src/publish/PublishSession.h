@@ -1,6 +1,7 @@
 #pragma once
 
 #include "PublishOptions.h"
+#include "RecordDownload.h"
 
 #include <tavrel/FTPCurl.h>
 #include <tavrel/FTPFailure.h>
@@ -30,11 +31,16 @@ public:
     /// path, which saves round trips; but then it cannot be asked whether a directory exists.
     void setEntersDirectories(bool enters);
     /// Logs in, before there is anything to do.
-    bool connect();
+    void connect();
+    /// Logs in and downloads the record of the site, or tries to.
+    void connect(RecordDownload& record);
+    bool fetch(RecordDownload& record);
     /// Waits before a further attempt; an interruption ends that.
     void pause(int failures) const;
 
 private:
+    void connectBy(const std::function<bool()>& request);
+
     FTPCurl mClient;
     bool mIsConnected = false;
 };

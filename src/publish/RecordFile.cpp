@@ -1,16 +1,12 @@
 #include "RecordFile.h"
 
 #include "PublishPlan.h"
-#include "ServerFolders.h"
 
 #include <tavrel/FTPCurl.h>
 
 #include <QTemporaryFile>
 
 namespace {
-
-/// Far above the record of any site.
-constexpr curl_off_t MAX_RECORD_BYTES = curl_off_t { 1 } << 30;
 
 const QString NAME = QString::fromLatin1(SiteRecord::FILE_NAME);
 const QString NEW_NAME = QString::fromLatin1(SiteRecord::NEW_FILE_NAME);
@@ -25,41 +21,6 @@ bool writeLine(QTemporaryFile& file, const QByteArray& line)
 RecordFile::RecordFile(FTPCurl& client)
     : mClient(client)
 {
-}
-
-bool RecordFile::read(SiteRecord& record, QString& remark)
-{
-    QTemporaryFile local;
-    if (!local.open()) {
-        remark = local.errorString();
-        return true;
-    }
-    QString name = NAME;
-    Result result = fetch(name, local.fileName());
-    if (result == Result::Missing && mClient.error() != ErrorableCode::of(CURLE_REMOTE_ACCESS_DENIED)) {
-        // A run may have ended between the two steps of replacing the record.
-        name = NEW_NAME;
-        result = fetch(name, local.fileName());
-    }
-    mWasFound = result == Result::Found;
-    int ignoredLines = 0;
-    if (mWasFound && !record.read(local, ignoredLines)) {
-        remark = QStringLiteral("%1: ignored, it is no record of this version").arg(name);
-    } else if (ignoredLines > 0) {
-        remark = QStringLiteral("%1: %2 lines ignored").arg(name, QString::number(ignoredLines));
-    }
-    return result != Result::Failed;
-}
-
-RecordFile::Result RecordFile::fetch(const QString& name, const QString& local)
-{
-    curl_easy_setopt(mClient.curlhandle(), CURLOPT_MAXFILESIZE_LARGE, MAX_RECORD_BYTES);
-    const bool isFetched = mClient.getFile(name, local);
-    curl_easy_setopt(mClient.curlhandle(), CURLOPT_MAXFILESIZE_LARGE, curl_off_t { 0 });
-    if (isFetched) {
-        return Result::Found;
-    }
-    return ServerFolders::isMissing(mClient) ? Result::Missing : Result::Failed;
 }
 
 bool RecordFile::format(const PublishPlan& plan, QTemporaryFile& local)

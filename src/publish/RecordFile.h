@@ -5,17 +5,12 @@
 class FTPCurl;
 class QTemporaryFile;
 struct PublishPlan;
-class SiteRecord;
 
-/// The record of a site as a file on its server. The functions leave the client's error when they return false.
+/// Writes the record of a site to its server. The functions leave the client's error when they return false.
 class RecordFile
 {
 public:
     explicit RecordFile(FTPCurl& client);
-
-    /// Reads the record; a site without one, and a file that is none, have no entries. The latter is told in remark.
-    bool read(SiteRecord& record, QString& remark);
-    bool wasFound() const { return mWasFound; }
 
     /// Writes what a plan knows to local, which is empty and open. False when the disk is full.
     static bool format(const PublishPlan& plan, QTemporaryFile& local);
@@ -28,12 +23,8 @@ public:
     bool write(const QString& local, bool replaces);
 
 private:
-    enum class Result { Missing, Failed, Found };
-
     bool append(const QByteArray& lines);
-    Result fetch(const QString& name, const QString& local);
     bool rename();
 
     FTPCurl& mClient;
-    bool mWasFound = false;
 };

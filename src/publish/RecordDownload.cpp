@@ -1,0 +1,49 @@
+#include "RecordDownload.h"
+
+#include "ServerFolders.h"
+#include "SiteRecord.h"
+
+#include <tavrel/FTPCurl.h>
+
+namespace {
+
+/// Far above the record of any site.
+constexpr curl_off_t MAX_RECORD_BYTES = curl_off_t { 1 } << 30;
+
+} // namespace
+
+bool RecordDownload::fetch(FTPCurl& client)
+{
+    if (mResult == Result::Unknown && (mLocal.isOpen() || mLocal.open())) {
+        mResult = fetch(client, SiteRecord::FILE_NAME);
+        if (mResult == Result::Missing && client.error() != ErrorableCode::of(CURLE_REMOTE_ACCESS_DENIED)) {
+            // A run may have ended between the two steps of replacing the record.
+            mResult = fetch(client, SiteRecord::NEW_FILE_NAME);
+        }
+    }
+    return mResult != Result::Unknown || !mLocal.isOpen();
+}
+
+RecordDownload::Result RecordDownload::fetch(FTPCurl& client, const char* name)
+{
+    mName = QString::fromLatin1(name);
+    curl_easy_setopt(client.curlhandle(), CURLOPT_MAXFILESIZE_LARGE, MAX_RECORD_BYTES);
+    const bool isFetched = client.getFile(mName, mLocal.fileName());
+    curl_easy_setopt(client.curlhandle(), CURLOPT_MAXFILESIZE_LARGE, curl_off_t { 0 });
+    if (isFetched) {
+        return Result::Found;
+    }
+    return ServerFolders::isMissing(client) ? Result::Missing : Result::Unknown;
+}
+
+void RecordDownload::read(SiteRecord& record, QString& remark)
+{
+    int ignoredLines = 0;
+    if (!mLocal.isOpen()) {
+        remark = mLocal.errorString();
+    } else if (wasFound() && !record.read(mLocal, ignoredLines)) {
+        remark = QStringLiteral("%1: ignored, it is no record of this version").arg(mName);
+    } else if (ignoredLines > 0) {
+        remark = QStringLiteral("%1: %2 lines ignored").arg(mName, QString::number(ignoredLines));
+    }
+}
