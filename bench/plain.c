@@ -82,7 +82,7 @@ static void perform(CURL* handle)
 
 static void getFile(const char* url, const char* path)
 {
-    const double start = secondsNow();
+    const struct Moment start = momentNow();
     CURL* handle = newHandle(url);
     FILE* file = fopen(path, "wb");
     if (!file) {
@@ -98,7 +98,7 @@ static void getFile(const char* url, const char* path)
 
 static void getMemory(const char* url)
 {
-    const double start = secondsNow();
+    const struct Moment start = momentNow();
     struct Buffer body = { NULL, 0, 0 };
     CURL* handle = newHandle(url);
     collectInto(handle, &body);
@@ -110,7 +110,7 @@ static void getMemory(const char* url)
 static void getSmall(const char* url, const char* count, const char* cookieFile)
 {
     const long requests = strtol(count, NULL, 10);
-    const double start = secondsNow();
+    const struct Moment start = momentNow();
     for (long i = 0; i < requests; ++i) {
         struct Buffer body = { NULL, 0, 0 };
         CURL* handle = newHandle(url);
@@ -156,7 +156,7 @@ static struct curl_httppost* newForm(const struct Buffer* content)
 static void post(const char* url, const char* path)
 {
     struct Buffer content = readFile(path);
-    const double start = secondsNow();
+    const struct Moment start = momentNow();
     struct Buffer answer = { NULL, 0, 0 };
     struct curl_httppost* form = newForm(&content);
     CURL* handle = newHandle(url);

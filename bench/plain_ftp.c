@@ -5,6 +5,7 @@
  *   bench_plain_ftp publish ftp|sftp PORT ROOT FOLDER   uploads the subdirectories of FOLDER, with their files, to site
  *   bench_plain_ftp put     ftp|sftp PORT ROOT PATH     uploads PATH to the file large
  *   bench_plain_ftp get     ftp|sftp PORT ROOT PATH     downloads the file large to PATH
+ *   bench_plain_ftp find    ftp      PORT ROOT COUNT    lists the directory tree recursively, which holds COUNT files
  *   bench_plain_ftp remove  ftp      PORT ROOT          removes the directory tree recursively
  *
  * ROOT is the prefix of remote paths. USER_NAME and PASSWORD of the environment hold the account.
@@ -197,22 +198,38 @@ static size_t append(char* bytes, size_t size, size_t count, void* target)
     return added;
 }
 
-static void removeTree(const char* directory);
+static void sendRemoval(const char* verb, const char* path)
+{
+    sendCommand(verb, path);
+}
+
+static int found = 0;
+
+static void countFile(const char* verb, const char* path)
+{
+    (void)path;
+    found += !strcmp(verb, "DELE");
+}
+
+/* Called with the command that removes a path. */
+typedef void (*Visit)(const char*, const char*);
+
+static void walk(const char* directory, Visit visit);
 
 /* Lines have the format of ls -l; the names in the benchmark contain no blanks. */
-static void removeEntry(const char* directory, const char* line)
+static void visitEntry(const char* directory, const char* line, Visit visit)
 {
     const char* name = strrchr(line, ' ') + 1;
     char path[TEXT_SIZE];
     snprintf(path, sizeof(path), "%s/%s", directory, name);
     if (line[0] == 'd' && strcmp(name, ".") != 0 && strcmp(name, "..") != 0) {
-        removeTree(path);
+        walk(path, visit);
     } else if (line[0] == '-') {
-        sendCommand("DELE", path);
+        visit("DELE", path);
     }
 }
 
-static void removeTree(const char* directory)
+static void walk(const char* directory, Visit visit)
 {
     struct Listing listing = { NULL, 0, 0 };
     char path[TEXT_SIZE];
@@ -225,10 +242,10 @@ static void removeTree(const char* directory)
     curl_easy_setopt(handle, CURLOPT_CUSTOMREQUEST, NULL);
     char* rest = NULL;
     for (char* line = strtok_r(listing.text, "\r\n", &rest); line; line = strtok_r(NULL, "\r\n", &rest)) {
-        removeEntry(directory, line);
+        visitEntry(directory, line, visit);
     }
     free(listing.text);
-    sendCommand("RMD", directory);
+    visit("RMD", directory);
 }
 
 int main(int argc, char* argv[])
@@ -236,7 +253,7 @@ int main(int argc, char* argv[])
     const char* subject = argc > 4 ? argv[1] : "";
     const char* path = argc > 5 ? argv[5] : NULL;
     curl_global_init(CURL_GLOBAL_DEFAULT);
-    const double start = secondsNow();
+    const struct Moment start = momentNow();
     if (*subject) {
         startSession(argv[2], argv[3], argv[4]);
     }
@@ -247,9 +264,14 @@ int main(int argc, char* argv[])
     } else if (!strcmp(subject, "get") && path) {
         get("large", path);
     } else if (!strcmp(subject, "remove")) {
-        removeTree("tree");
+        walk("tree", sendRemoval);
+    } else if (!strcmp(subject, "find") && path) {
+        walk("tree", countFile);
+        if (found != (int)strtol(path, NULL, 10)) {
+            fail("not all files were listed");
+        }
     } else {
-        fail("publish, put, get or remove, then ftp or sftp, PORT, ROOT and a path");
+        fail("publish, put, get, find or remove, then ftp or sftp, PORT, ROOT and a path");
     }
     reportSince(start);
     curl_easy_cleanup(handle);

@@ -25,7 +25,7 @@ bool fail(const QString& reason)
 
 bool getFile(const QString& url, const QString& path)
 {
-    const double start = secondsNow();
+    const Moment start = momentNow();
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly)) {
         return fail(file.errorString());

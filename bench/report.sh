@@ -1,10 +1,11 @@
 # Sourced by scripts/bench: turns the file results into the table of docs/PERFORMANCE.md. A line of results holds a subject,
-# a program, its seconds or other figure, and its memory in KiB.
+# a program, its seconds or other figure, its memory in KiB, and its seconds of processor time.
 
-# figures SUBJECT PROGRAM COLUMN: sorted; column 3 holds seconds, column 4 KiB.
+# figures SUBJECT PROGRAM COLUMN: sorted; column 3 holds seconds, column 4 KiB, column 5 seconds of processor time.
 figures() { awk -v s="$1" -v p="$2" -v c="$3" '$1 == s && $2 == p { print $c }' results | sort -g; }
+# median_seconds SUBJECT PROGRAM [COLUMN]
 median_seconds() {
-    figures "$1" "$2" 3 | awk '{ v[NR] = $1 } END { print (v[int((NR + 1) / 2)] + v[int((NR + 2) / 2)]) / 2 }'
+    figures "$1" "$2" "${3:-3}" | awk '{ v[NR] = $1 } END { print (v[int((NR + 1) / 2)] + v[int((NR + 2) / 2)]) / 2 }'
 }
 peak_mb() { figures "$1" "$2" 4 | awk 'END { print $1 * 1024 / 1e6 }'; }
 
@@ -15,15 +16,16 @@ verdict() {
         'BEGIN { print (at == "least" ? is >= bound : is <= bound) ? "met" : "missed" }'
 }
 
+# time_rows TABLE COLUMN
 time_rows() {
     local work subject other target ours theirs is
     while IFS='|' read -r work subject other target; do
-        ours=$(median_seconds "$subject" tavrel)
-        theirs=$(median_seconds "$subject" "$other")
+        ours=$(median_seconds "$subject" tavrel "$2")
+        theirs=$(median_seconds "$subject" "$other" "$2")
         is=$(ratio "$ours" "$theirs")
         printf '| %s | %s | at most %s | %s | %.3f s | %.3f s | %s |\n' \
             "$work" "$(name_of "$other")" "$target" "$is" "$ours" "$theirs" "$(verdict "$is" at most "$target")"
-    done < <(rows "$TIMES" 2)
+    done < <(rows "$1" 2)
 }
 
 memory_rows() {
@@ -77,7 +79,8 @@ print_table() {
     fi
     echo '| Work | Compared with | Target | Ratio | Tavrel | Other | Verdict |'
     echo '| --- | --- | --- | --- | --- | --- | --- |'
-    time_rows
+    time_rows "$TIMES" 3
+    time_rows "$PROCESSOR" 5
     memory_rows
     figure_rows
 }

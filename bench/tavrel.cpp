@@ -42,7 +42,7 @@ namespace {
 constexpr double BYTES_IN_KIB = 1024;
 
 /// Reports the time of a transfer that succeeded, or the reason for its failure.
-bool finish(const HTTPCurl& client, bool success, double start)
+bool finish(const HTTPCurl& client, bool success, const Moment& start)
 {
     if (!success) {
         return fail(client.errorText());
@@ -53,7 +53,7 @@ bool finish(const HTTPCurl& client, bool success, double start)
 
 bool getFile(const QString& url, const QString& path)
 {
-    const double start = secondsNow();
+    const Moment start = momentNow();
     HTTPCurl client;
     const bool success = client.getFile(url, path);
     return finish(client, success, start);
@@ -61,7 +61,7 @@ bool getFile(const QString& url, const QString& path)
 
 bool getMemory(const QString& url)
 {
-    const double start = secondsNow();
+    const Moment start = momentNow();
     HTTPCurl client;
     QByteArray body;
     const bool success = client.getData(url, body);
@@ -74,7 +74,7 @@ bool getSmall(const QString& url, int count, const QString& cookieFile)
     if (HTTPCurl::cookieFilePath() != cookieFile) {
         return fail(QStringLiteral("the cookies are not in ") + HTTPCurl::cookieFilePath());
     }
-    const double start = secondsNow();
+    const Moment start = momentNow();
     HTTPCurl client;
     bool success = true;
     for (int i = 0; success && i < count; ++i) {
@@ -86,7 +86,7 @@ bool getSmall(const QString& url, int count, const QString& cookieFile)
 
 bool getKept(const QString& url, int count, bool keeps)
 {
-    const double start = secondsNow();
+    const Moment start = momentNow();
     HTTPCurl client;
     client.setKeepConnections(keeps);
     bool success = true;
@@ -131,7 +131,7 @@ bool post(
         return fail(file.errorString());
     }
     const QByteArray content = file.readAll();
-    const double start = secondsNow();
+    const Moment start = momentNow();
     Client client;
     setUp(client);
     const bool success = client.postForm(url, QJsonObject(), content, false);
@@ -140,7 +140,7 @@ bool post(
 
 bool postSmall(const QString& url, int count, bool crypted)
 {
-    const double start = secondsNow();
+    const Moment start = momentNow();
     SecuredHTTPCurl client;
     client.setCryptedMode(crypted);
     bool success = true;
@@ -174,7 +174,7 @@ bool runSecured(const QStringList& arguments)
 
 bool saveOrLoadSettings(const QString& path, int count, bool save)
 {
-    const double start = secondsNow();
+    const Moment start = momentNow();
     for (int i = 0; i < count; ++i) {
         FTPSettingsSerializable settings;
         if (!(save ? settings.save(path, nullptr) : settings.load(path))) {

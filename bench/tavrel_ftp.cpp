@@ -133,13 +133,13 @@ bool parse(int count)
     char* const bytes = text.data();
     int known = 0;
     int begin = 0;
-    const double start = secondsNow();
+    const Moment start = momentNow();
     for (const int end : ends) {
         ftpparser_entry entry;
         known += ftpparser(&entry, bytes + begin, end - begin);
         begin = end;
     }
-    std::printf("%.3f\n", count / (secondsNow() - start) / MILLION);
+    std::printf("%.3f\n", count / (momentNow().seconds - start.seconds) / MILLION);
     return known == count || fail(QStringLiteral("%1 lines were not recognized").arg(count - known));
 }
 
@@ -172,7 +172,7 @@ bool run(const QStringList& arguments)
         return parse(arguments.value(2).toInt());
     }
     const LoopbackSettings settings(arguments.value(2), arguments.value(3).toInt(), arguments.value(4));
-    const double start = secondsNow();
+    const Moment start = momentNow();
     FTPCurl client;
     bool success = client.initHost(settings);
     if (subject == QLatin1String("record-bytes")) {

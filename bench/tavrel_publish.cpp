@@ -81,7 +81,7 @@ bool run(const QStringList& arguments)
     if (arguments.value(1) == QLatin1String("bytes")) {
         return printBytes(settings, folder);
     }
-    const double start = secondsNow();
+    const Moment start = momentNow();
     PublishReport report;
     const bool success = publish(settings, folder, arguments.value(7).toInt(), report);
     reportSince(start);

@@ -43,7 +43,7 @@ bool FTPCurl::initHost(const FTPSettings& settings)
     }
     close();
     mPrivate->session.close(); // one that an interrupted call has left
-    mPrivate->settings = settings;
+    mPrivate->setSettings(settings);
     mPrivate->isMlsdRefused = false;
     if (settings.port() > MAX_PORT) {
         // The URL would go without a port, and so user and password to the default one.
@@ -136,14 +136,20 @@ RemotePath FTPCurl::Private::path(const QString& path) const
     return RemotePath(path, { settings.ftpFolder() + settings.publicSubFolder(), isSftp || forceLeadingSlash });
 }
 
+void FTPCurl::Private::setSettings(const FTPSettings& newSettings)
+{
+    settings = newSettings;
+    baseUrl = QUrl();
+    baseUrl.setScheme(schemeOf(settings.ftpProtocol()));
+    baseUrl.setHost(settings.host(), QUrl::DecodedMode);
+    baseUrl.setPort(settings.port());
+    baseUrl.setUserName(settings.user(), QUrl::DecodedMode);
+    baseUrl.setPassword(settings.pwd(), QUrl::DecodedMode);
+}
+
 QUrl FTPCurl::Private::url(const RemotePath& path) const
 {
-    QUrl url;
-    url.setScheme(schemeOf(settings.ftpProtocol()));
-    url.setHost(settings.host(), QUrl::DecodedMode);
-    url.setPort(settings.port());
-    url.setUserName(settings.user(), QUrl::DecodedMode);
-    url.setPassword(settings.pwd(), QUrl::DecodedMode);
+    QUrl url = baseUrl;
     url.setPath(path.canonical(), QUrl::DecodedMode);
     return url;
 }

@@ -81,7 +81,7 @@ int FTPCurl::progress(void* data, double /*dltotal*/, double /*dlnow*/, double u
                 request.url.toString(), static_cast<qint64>(ulnow), static_cast<qint64>(ultotal));
             Q_EMIT owner.uploadProgress(static_cast<qint64>(ulnow), static_cast<qint64>(ultotal));
         }
-        request.lastProgress = QTime::currentTime();
+        request.lastProgress = throttle.now();
         throttle.start(request.lastProgress);
     }
     return owner.isInterruptionRequested() ? ABORT_TRANSFER : 0;

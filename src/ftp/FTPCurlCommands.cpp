@@ -80,13 +80,13 @@ bool FTPCurl::internal_chmod(const QString& filePath, int mode)
 
 int FTPCurl::Private::request(VFSCurlData::Kind kind, QIODevice* device, const RemotePath& path)
 {
-    VFSCurlData data { kind, &client, device, QTime::currentTime(), url(path) };
+    VFSCurlData data { kind, &client, device, session.progressThrottle().now(), url(path) };
     return session.perform(data);
 }
 
 int FTPCurl::Private::requestCommands(VFSCurlData::Kind kind, const QStringList& commands)
 {
-    VFSCurlData data { kind, &client, nullptr, QTime::currentTime(), url(path(QString())) };
+    VFSCurlData data { kind, &client, nullptr, session.progressThrottle().now(), url(path(QString())) };
     return session.performCommands(data, commands);
 }
 

@@ -28,8 +28,10 @@ struct FTPOptions::Private
     explicit Private(FTPCurl& owner)
         : client(owner)
     {
+        setSettings(FTPSettings());
     }
 
+    void setSettings(const FTPSettings& newSettings);
     RemotePath path(const QString& path) const;
     QUrl url(const RemotePath& path) const;
     QString cacheKey(const QString& path) const;
@@ -122,5 +124,6 @@ struct FTPOptions::Private
     int stallTimeOut = 0; ///< in seconds; 0: none
     QHash<QString, int> existingResources;
     FTPSettings settings;
+    QUrl baseUrl; ///< of the settings, without a path
     FTPSession session;
 };

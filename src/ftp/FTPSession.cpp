@@ -8,7 +8,6 @@
 #include "RequestOptions.h"
 
 #include <QIODevice>
-#include <QRegularExpression>
 #include <QScopedValueRollback>
 
 namespace {
@@ -21,6 +20,17 @@ const QStringList DATA_CONNECTION_REPLIES { QStringLiteral("125"), QStringLitera
     QStringLiteral("229") };
 constexpr int REPLY_CODE_SIZE = 3;
 constexpr int NO_SESSION = -1;
+
+/// Whether a line begins with a code of three digits, like "226 Transfer complete".
+bool isReply(const QString& line)
+{
+    const auto isBetween = [&line](int index, char first, char last) {
+        return line[index] >= QLatin1Char(first) && line[index] <= QLatin1Char(last);
+    };
+    return line.size() >= REPLY_CODE_SIZE && isBetween(0, '1', '5') && isBetween(1, '0', '9') && isBetween(2, '0', '9')
+        && (line.size() == REPLY_CODE_SIZE || line[REPLY_CODE_SIZE] == QLatin1Char(' ')
+            || line[REPLY_CODE_SIZE] == QLatin1Char('-'));
+}
 
 struct StringListDeleter
 {
@@ -252,6 +262,7 @@ CURLcode FTPSession::runOnce(VFSCurlData& data)
     mProgressThrottle.start(data.lastProgress);
     mReason = {};
     mErrorText.front() = '\0';
+    setUrl(data.url);
     RequestOptions::set(mHandle, data);
     const CURLcode code = mLoop->perform(mHandle, data.owner->interruption());
     RequestOptions::clear(mHandle);
@@ -262,6 +273,16 @@ CURLcode FTPSession::runOnce(VFSCurlData& data)
         replaceConnection();
     }
     return code;
+}
+
+/// Commands all have the same one.
+void FTPSession::setUrl(const QUrl& url)
+{
+    if (url != mUrl) {
+        mUrl = url;
+        mEncodedUrl = RequestOptions::encodedUrl(url);
+    }
+    curl_easy_setopt(mHandle, CURLOPT_URL, mEncodedUrl.constData());
 }
 
 bool FTPSession::mayHaveLostDirectory(const VFSCurlData& data) const
@@ -296,8 +317,7 @@ void FTPSession::setStallTimeOut(int seconds)
 /// libcurl also hands on the facts of a file as if they were lines of the server.
 void FTPSession::takeReply(const QString& line)
 {
-    static const QRegularExpression reply(QStringLiteral("^[1-5][0-9][0-9]([ -]|$)"));
-    if (line.contains(reply)) {
+    if (isReply(line)) {
         mReason.reply = line;
     }
 }

@@ -83,6 +83,7 @@ public:
 private:
     CURLcode run(VFSCurlData& data);
     CURLcode runOnce(VFSCurlData& data);
+    void setUrl(const QUrl& url);
     /// Whether libcurl would not enter the directory of a request, as it takes the connection to be there, although
     /// somebody may have removed it since.
     bool mayHaveLostDirectory(const VFSCurlData& data) const;
@@ -103,6 +104,8 @@ private:
     RequestReason mReason;
     std::array<char, CURL_ERROR_SIZE> mErrorText {};
     int mStallTimeOut = 0; ///< in seconds
+    QUrl mUrl; ///< of the last request
+    QByteArray mEncodedUrl; ///< of mUrl
     QString mDirectory; ///< of the last request, relative to the login directory; empty there
     bool mIsDirectoryDoubtful = false; ///< the last transfer in it failed
 };

@@ -5,13 +5,21 @@ namespace {
 constexpr int INTERVAL_MS = 70;
 constexpr int DAY_MS = 24 * 60 * 60 * 1000;
 
-int elapsedSince(const QTime& start)
+} // namespace
+
+QTime ProgressThrottle::now() const
 {
-    const int elapsed = start.msecsTo(QTime::currentTime());
-    return elapsed < 0 ? elapsed + DAY_MS : elapsed;
+    using std::chrono::milliseconds;
+    const auto sinceBegin = std::chrono::steady_clock::now() - mBegin;
+    return mTimeOfBegin.addMSecs(
+        static_cast<int>(std::chrono::duration_cast<milliseconds>(sinceBegin).count() % DAY_MS));
 }
 
-} // namespace
+int ProgressThrottle::elapsedSince(const QTime& start) const
+{
+    const int elapsed = start.msecsTo(now());
+    return elapsed < 0 ? elapsed + DAY_MS : elapsed;
+}
 
 void ProgressThrottle::start(const QTime& last)
 {

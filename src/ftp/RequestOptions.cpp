@@ -15,17 +15,6 @@ constexpr long DEFAULT_DIRECTORY_MODE = 0755;
 
 const QString PASSWORD_PLACEHOLDER = QStringLiteral("ORBALUMENTA_PASSWORD");
 
-/// The password is put into the encoded text: QUrl leaves characters in it that libcurl's parser misreads.
-QByteArray encodedUrl(QUrl url)
-{
-    const QByteArray password = QUrl::toPercentEncoding(url.password(QUrl::FullyDecoded));
-    url.setPassword(PASSWORD_PLACEHOLDER);
-    QByteArray text = url.toEncoded();
-    // libcurl would read ";type=a" at the end of a name as an option of the transfer and drop it from the name.
-    text.replace(';', "%3B");
-    return text.replace(PASSWORD_PLACEHOLDER.toUtf8(), password);
-}
-
 /// From where an upload starts to the end of its device.
 curl_off_t remainingSize(const QIODevice& device)
 {
@@ -62,6 +51,17 @@ bool RequestOptions::hasBody(int type)
     return type == VFSCurlData::Download || type == VFSCurlData::Upload || type == VFSCurlData::Listing;
 }
 
+/// The password is put into the encoded text: QUrl leaves characters in it that libcurl's parser misreads.
+QByteArray RequestOptions::encodedUrl(QUrl url)
+{
+    const QByteArray password = QUrl::toPercentEncoding(url.password(QUrl::FullyDecoded));
+    url.setPassword(PASSWORD_PLACEHOLDER);
+    QByteArray text = url.toEncoded();
+    // libcurl would read ";type=a" at the end of a name as an option of the transfer and drop it from the name.
+    text.replace(';', "%3B");
+    return text.replace(PASSWORD_PLACEHOLDER.toUtf8(), password);
+}
+
 void RequestOptions::set(CURL* easy, VFSCurlData& data)
 {
     const bool uploads = data.type == VFSCurlData::Upload;
@@ -69,7 +69,6 @@ void RequestOptions::set(CURL* easy, VFSCurlData& data)
     const bool isBodyless = !hasBody(data.type);
     const bool asksForTime = data.type == VFSCurlData::ExistenceTest
         || (data.type == VFSCurlData::Download && data.owner->keepsModificationTime());
-    curl_easy_setopt(easy, CURLOPT_URL, encodedUrl(data.url).constData());
     curl_easy_setopt(easy, CURLOPT_UPLOAD, uploads ? 1L : 0L);
     curl_easy_setopt(easy, CURLOPT_PROGRESSDATA, &data);
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, downloads ? &data : nullptr);

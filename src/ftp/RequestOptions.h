@@ -11,7 +11,9 @@ bool isKind(int type);
 /// Whether requests of this kind transfer a body.
 bool hasBody(int type);
 
-/// Sets all of them. The device of an upload is open.
+/// A URL as libcurl takes it.
+QByteArray encodedUrl(QUrl url);
+/// Sets all of them but the URL. The device of an upload is open.
 void set(CURL* easy, VFSCurlData& data);
 /// Leaves nothing on the handle that points to the request or belongs to it alone.
 void clear(CURL* easy);
