@@ -7,6 +7,15 @@ target_compile_features(tavrel_compile_options INTERFACE cxx_std_17)
 target_compile_definitions(tavrel_compile_options INTERFACE
     QT_NO_KEYWORDS QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING QT_STRICT_ITERATORS)
 
+# Where systems differ, a header has one source per system: Name_posix.cpp or Name_windows.cpp.
+if(WIN32)
+    set(TAVREL_SYSTEM windows)
+    # The headers of libcurl include those of the system.
+    target_compile_definitions(tavrel_compile_options INTERFACE NOMINMAX WIN32_LEAN_AND_MEAN)
+else()
+    set(TAVREL_SYSTEM posix)
+endif()
+
 if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
     target_compile_options(tavrel_compile_options INTERFACE -Wall -Wextra -Wpedantic)
     target_compile_options(tavrel_compile_options INTERFACE

@@ -1,8 +1,8 @@
 #include "OpenSockets.h"
 
+#include "Sockets.h"
+
 #include <algorithm>
-#include <sys/socket.h>
-#include <unistd.h>
 
 void OpenSockets::watch(CURL* easy)
 {
@@ -22,23 +22,19 @@ void OpenSockets::shutDown()
 {
     const std::lock_guard<std::mutex> guard(mMutex);
     for (const curl_socket_t socket : mSockets) {
-        shutdown(socket, SHUT_RD);
+        Sockets::shutDownReads(socket);
     }
 }
 
 bool OpenSockets::isAnyConnected()
 {
     const std::lock_guard<std::mutex> guard(mMutex);
-    return std::any_of(mSockets.begin(), mSockets.end(), [](curl_socket_t socket) {
-        sockaddr_storage peer {};
-        socklen_t size = sizeof peer;
-        return getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &size) == 0;
-    });
+    return std::any_of(mSockets.begin(), mSockets.end(), &Sockets::isConnected);
 }
 
 curl_socket_t OpenSockets::open(void* self, curlsocktype /*purpose*/, curl_sockaddr* address)
 {
-    const curl_socket_t opened = socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+    const curl_socket_t opened = Sockets::open(*address);
     if (opened != CURL_SOCKET_BAD) {
         OpenSockets& sockets = *static_cast<OpenSockets*>(self);
         const std::lock_guard<std::mutex> guard(sockets.mMutex);
@@ -54,5 +50,5 @@ int OpenSockets::close(void* self, curl_socket_t socket)
     const std::lock_guard<std::mutex> guard(sockets.mMutex);
     auto& open = sockets.mSockets;
     open.erase(std::remove(open.begin(), open.end(), socket), open.end());
-    return ::close(socket);
+    return Sockets::close(socket);
 }

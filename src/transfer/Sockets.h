@@ -1,0 +1,17 @@
+#pragma once
+
+#include <curl/curl.h>
+
+/// The calls for sockets in which systems differ.
+namespace Sockets {
+
+/// A socket that child processes do not inherit; CURL_SOCKET_BAD if the system refuses one.
+curl_socket_t open(const curl_sockaddr& address);
+/// 0, or a negative value on failure.
+int close(curl_socket_t socket);
+/// Any thread: from now on every read meets the end of the stream. Written data still goes out.
+void shutDownReads(curl_socket_t socket);
+/// Whether a peer has accepted the connection.
+bool isConnected(curl_socket_t socket);
+
+} // namespace Sockets

@@ -1,0 +1,36 @@
+#include "Sockets.h"
+
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+curl_socket_t Sockets::open(const curl_sockaddr& address)
+{
+#ifdef SOCK_CLOEXEC
+    return socket(address.family, address.socktype | SOCK_CLOEXEC, address.protocol);
+#else
+    // macOS: a process that another thread starts between the two calls inherits the socket.
+    const curl_socket_t opened = socket(address.family, address.socktype, address.protocol);
+    if (opened != CURL_SOCKET_BAD) {
+        fcntl(opened, F_SETFD, FD_CLOEXEC); // NOLINT(*-vararg)
+    }
+    return opened;
+#endif
+}
+
+int Sockets::close(curl_socket_t socket)
+{
+    return ::close(socket);
+}
+
+void Sockets::shutDownReads(curl_socket_t socket)
+{
+    shutdown(socket, SHUT_RD);
+}
+
+bool Sockets::isConnected(curl_socket_t socket)
+{
+    sockaddr_storage peer {};
+    socklen_t size = sizeof peer;
+    return getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &size) == 0;
+}

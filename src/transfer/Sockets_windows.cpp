@@ -1,0 +1,26 @@
+#include "Sockets.h"
+
+#include <winsock2.h>
+
+curl_socket_t Sockets::open(const curl_sockaddr& address)
+{
+    return WSASocketW(address.family, address.socktype, address.protocol, nullptr, 0,
+        WSA_FLAG_OVERLAPPED | WSA_FLAG_NO_HANDLE_INHERIT);
+}
+
+int Sockets::close(curl_socket_t socket)
+{
+    return closesocket(socket);
+}
+
+void Sockets::shutDownReads(curl_socket_t socket)
+{
+    shutdown(socket, SD_RECEIVE);
+}
+
+bool Sockets::isConnected(curl_socket_t socket)
+{
+    sockaddr_storage peer {};
+    int size = sizeof peer;
+    return getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &size) == 0;
+}
