@@ -19,15 +19,20 @@ target_compile_features(tavrel PUBLIC cxx_std_17)
 target_link_libraries(tavrel
     PUBLIC Qt5::Core Qt5::Xml CURL::libcurl
     PRIVATE Qt5::Network Qt5::Widgets OpenSSL::Crypto OpenSSL::SSL $<BUILD_INTERFACE:tavrel_compile_options>)
-if(NOT TAVREL_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang" AND NOT APPLE AND NOT WIN32)
-    target_link_options(tavrel PRIVATE -Wl,--no-undefined)
-endif()
-# A function of the application with the same name and signature as one of ours does not replace ours.
-set(CMAKE_REQUIRED_LINK_OPTIONS -Wl,-Bsymbolic-functions)
-check_cxx_source_compiles("int main() { return 0; }" TAVREL_HAS_BSYMBOLIC_FUNCTIONS)
-unset(CMAKE_REQUIRED_LINK_OPTIONS)
-if(TAVREL_HAS_BSYMBOLIC_FUNCTIONS)
-    target_link_options(tavrel PRIVATE -Wl,-Bsymbolic-functions)
+if(WIN32)
+    target_link_libraries(tavrel PRIVATE ws2_32)
+elseif(NOT APPLE)
+    if(NOT TAVREL_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
+        target_link_options(tavrel PRIVATE -Wl,--no-undefined)
+    endif()
+    # A function of the application with the same name and signature as one of ours does not replace ours. Windows and
+    # macOS bind symbols to libraries anyway.
+    set(CMAKE_REQUIRED_LINK_OPTIONS -Wl,-Bsymbolic-functions)
+    check_cxx_source_compiles("int main() { return 0; }" TAVREL_HAS_BSYMBOLIC_FUNCTIONS)
+    unset(CMAKE_REQUIRED_LINK_OPTIONS)
+    if(TAVREL_HAS_BSYMBOLIC_FUNCTIONS)
+        target_link_options(tavrel PRIVATE -Wl,-Bsymbolic-functions)
+    endif()
 endif()
 target_include_directories(tavrel PUBLIC
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
@@ -58,7 +63,7 @@ install(FILES ${public_headers} "${PROJECT_BINARY_DIR}/exports/tavrel/tavrel_exp
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tavrel)
 foreach(layer IN LISTS TAVREL_EXPORTED_PLATFORM)
     get_property(headers TARGET tavrel PROPERTY TAVREL_HEADERS_${layer})
-    list(REMOVE_ITEM headers raiseError.h TlsPeer.h TlsResumption.h) # for the library's own layers only
+    list(REMOVE_ITEM headers SystemFiles.h raiseError.h TlsPeer.h TlsResumption.h) # for the library's own layers only
     list(TRANSFORM headers PREPEND "${PROJECT_SOURCE_DIR}/platform/${layer}/")
     install(FILES ${headers} "${PROJECT_BINARY_DIR}/exports/${layer}/${layer}_export.h"
         DESTINATION ${TAVREL_PLATFORM_INCLUDEDIR}/${layer})

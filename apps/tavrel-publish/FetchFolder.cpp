@@ -54,10 +54,10 @@ bool FetchFolder::beginFile()
 
 bool FetchFolder::finishFile(const QString& relative)
 {
-    const QByteArray from = QFile::encodeName(mPart);
-    const QByteArray to = QFile::encodeName(mPath + relative);
+    const auto from = std::filesystem::u8path(mPart.toStdString());
+    const auto to = std::filesystem::u8path((mPath + relative).toStdString());
     std::error_code error;
     // Not QFile::rename(), which replaces no file. A link is replaced, not followed.
-    std::filesystem::rename(from.toStdString(), to.toStdString(), error);
-    return !error || fail(QString::fromStdString(error.message()));
+    std::filesystem::rename(from, to, error);
+    return !error || fail(QString::fromLocal8Bit(error.message().c_str()));
 }

@@ -7,15 +7,11 @@
 #include <foundation/FileUtils.h>
 
 #include <QDir>
-#include <QFile>
 #include <QRegularExpression>
 #include <QVector>
 
-#include <sys/stat.h>
-
 namespace {
 
-constexpr mode_t OWNER_ONLY = 0700;
 constexpr int SSH_PORT = 22;
 const char* const PASSWORD_VARIABLE = "TAVREL_PASSWORD";
 const char* const PASSPHRASE_VARIABLE = "TAVREL_PASSPHRASE";
@@ -26,7 +22,7 @@ const char* const WITHOUT_CIPHER = "b3BlbnNzaC1rZXktdjEAAAAABG5vbmU";
 QString knownHostsFile()
 {
     const QString folder = QDir::homePath() + QStringLiteral("/.ssh");
-    mkdir(QFile::encodeName(folder).constData(), OWNER_ONLY); // fails if it exists
+    FileUtils::createPrivateFolder(folder); // fails if it exists
     return folder + QStringLiteral("/known_hosts");
 }
 

@@ -54,8 +54,9 @@ bool readNumber(const QCommandLineParser& parser, const QString& name, qint64 la
 
 bool replaceFile(const QString& from, const QString& to)
 {
+    namespace fs = std::filesystem;
     std::error_code error;
-    std::filesystem::rename(from.toStdString(), to.toStdString(), error);
+    fs::rename(fs::u8path(from.toStdString()), fs::u8path(to.toStdString()), error);
     return !error;
 }
 

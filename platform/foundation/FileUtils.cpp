@@ -1,43 +1,13 @@
 #include "FileUtils.h"
 
+#include "SystemFiles.h"
+
 #include <QFile>
-#include <QFileInfo>
 #include <QLocale>
 #include <QSaveFile>
 #include <QTemporaryFile>
 
-#ifdef Q_OS_WIN
-#include <io.h>
-#else
-#include <fcntl.h>
-#include <unistd.h>
-#endif
-
 namespace {
-
-#ifdef Q_OS_WIN
-bool syncToDisk(const QFileDevice& file)
-{
-    return _commit(file.handle()) == 0;
-}
-
-void syncFolderOf(const QString& /*path*/) { }
-#else
-bool syncToDisk(const QFileDevice& file)
-{
-    return fsync(file.handle()) == 0;
-}
-
-/// Makes the directory entry of a new file durable. Best effort: not every file system supports it.
-void syncFolderOf(const QString& path)
-{
-    const int folder = open(QFile::encodeName(QFileInfo(path).path()).constData(), O_RDONLY | O_CLOEXEC);
-    if (folder >= 0) {
-        fsync(folder);
-        close(folder);
-    }
-}
-#endif
 
 /// Writes a temporary file and renames it to path. Without permissions, the file gets those of an existing one, or the
 /// system's default.
@@ -48,7 +18,7 @@ bool writeWhole(const QString& path, const QByteArray& bytes, QFile::Permissions
     const bool written = file.open(QIODevice::WriteOnly) && (!permissions || file.setPermissions(permissions))
         && file.write(bytes) == bytes.size() && file.flush() && file.commit();
     if (written) {
-        syncFolderOf(path);
+        SystemFiles::syncFolderOf(path);
     } else if (error) {
         *error = file.errorString();
     }
@@ -81,14 +51,19 @@ bool FileUtils::createPrivateFile(const QString& path, const QByteArray& bytes)
 {
     // A QTemporaryFile is readable by its owner only from the start, and its rename() replaces nothing.
     QTemporaryFile file(path + QStringLiteral(".XXXXXX"));
-    const bool isWritten
-        = file.open() && file.write(bytes) == bytes.size() && file.flush() && syncToDisk(file) && file.rename(path);
+    const bool isWritten = file.open() && file.write(bytes) == bytes.size() && file.flush()
+        && SystemFiles::syncToDisk(file) && file.rename(path);
     if (!isWritten) {
         return false;
     }
     file.setAutoRemove(false);
-    syncFolderOf(path);
+    SystemFiles::syncFolderOf(path);
     return true;
+}
+
+bool FileUtils::createPrivateFolder(const QString& path)
+{
+    return SystemFiles::createPrivateFolder(path);
 }
 
 QString FileUtils::fileSizeToString(qint64 bytes)

@@ -5,7 +5,8 @@
 #include <QByteArray>
 #include <QString>
 
-/// Whole files in one call. Every function may be called from any thread.
+/// Whole files in one call. Every function may be called from any thread. On Windows, private files and folders have
+/// the access rights of the folder that they are in.
 class FOUNDATION_EXPORT FileUtils
 {
 public:
@@ -22,6 +23,9 @@ public:
     /// Creates a file that only its owner may read, atomically and synced to the disk. False if it exists, even if
     /// another process has just created it.
     static bool createPrivateFile(const QString& path, const QByteArray& bytes);
+
+    /// Creates a folder that only its owner may enter, in a folder that exists. False if that fails, or if it exists.
+    static bool createPrivateFolder(const QString& path);
 
     /// A size in binary units, for people: "999 bytes", "1.50 KiB".
     static QString fileSizeToString(qint64 bytes);

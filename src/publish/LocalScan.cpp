@@ -76,16 +76,16 @@ void LocalScan::readFolder(PublishPlan& plan, PublishReport& report, int folder)
 bool LocalScan::listFolder(const QByteArray& path, std::vector<Entry>& entries)
 {
     std::error_code error;
-    fs::directory_iterator entry(fs::path((mRoot + path).toStdString()), error);
+    fs::directory_iterator entry(fs::u8path((mRoot + path).toStdString()), error);
     for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
         std::error_code ignored; // the entry is then neither file nor folder
         const bool isFile = entry->is_regular_file(ignored);
-        entries.push_back({ QByteArray::fromStdString(entry->path().filename().string()), entry->is_directory(ignored),
-            isFile, entry->is_symlink(ignored),
+        entries.push_back({ QByteArray::fromStdString(entry->path().filename().u8string()),
+            entry->is_directory(ignored), isFile, entry->is_symlink(ignored),
             isFile ? qMax(static_cast<qint64>(entry->file_size(ignored)), qint64 { 0 }) : 0 });
     }
     if (error) {
-        mFault = QString::fromStdString(error.message());
+        mFault = QString::fromLocal8Bit(error.message().c_str());
     }
     return !error;
 }

@@ -1,9 +1,5 @@
 #include "UploadSource.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
-#include <cerrno>
 #include <cstring>
 #include <utility>
 
@@ -14,18 +10,18 @@ UploadSource::UploadSource(QByteArray path)
 
 bool UploadSource::open(OpenMode mode)
 {
-    // Not blocking, for the case that the file has been replaced by a pipe.
-    const int descriptor = ::open(mPath.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); // NOLINT(*-vararg)
-    if (descriptor < 0) {
-        setErrorString(QString::fromLocal8Bit(std::strerror(errno)));
+    QString fault;
+    if (!SystemFiles::openToRead(mFile, mPath, fault)) {
+        setErrorString(fault);
         return false;
     }
-    mFile.open(descriptor, QIODevice::ReadOnly | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle);
-    if (!readStamp(mStamp)) {
+    const std::optional<SystemFiles::Stamp> stamp = SystemFiles::stampOf(mFile);
+    if (!stamp) {
         setErrorString(QStringLiteral("it is no file any more"));
         mFile.close();
         return false;
     }
+    mStamp = *stamp;
     mSize = mStamp.size;
     mRead = 0;
     mHash.reset();
@@ -55,11 +51,11 @@ bool UploadSource::seek(qint64 position)
 
 bool UploadSource::hasChanged() const
 {
-    Stamp now;
-    return mHasChanged
-        || (isOpen()
-            && !(readStamp(now) && now.size == mStamp.size && now.seconds == mStamp.seconds
-                && now.nanoseconds == mStamp.nanoseconds));
+    if (mHasChanged || !isOpen()) {
+        return mHasChanged;
+    }
+    const std::optional<SystemFiles::Stamp> now = SystemFiles::stampOf(mFile);
+    return !now || now->size != mStamp.size || now->seconds != mStamp.seconds || now->nanoseconds != mStamp.nanoseconds;
 }
 
 Digest UploadSource::digest() const
@@ -89,14 +85,4 @@ qint64 UploadSource::readData(char* data, qint64 maxSize)
 qint64 UploadSource::writeData(const char* /*data*/, qint64 /*maxSize*/)
 {
     return -1;
-}
-
-bool UploadSource::readStamp(Stamp& stamp) const
-{
-    struct stat status = {};
-    if (fstat(mFile.handle(), &status) != 0 || !S_ISREG(status.st_mode)) {
-        return false;
-    }
-    stamp = { status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec };
-    return true;
 }

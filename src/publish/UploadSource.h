@@ -2,6 +2,8 @@
 
 #include "SiteRecord.h"
 
+#include <foundation/SystemFiles.h>
+
 #include <QCryptographicHash>
 #include <QDateTime>
 #include <QFile>
@@ -38,20 +40,11 @@ protected:
     qint64 writeData(const char* data, qint64 maxSize) override;
 
 private:
-    struct Stamp
-    {
-        qint64 size = -1;
-        qint64 seconds = 0;
-        qint64 nanoseconds = 0;
-    };
-
-    bool readStamp(Stamp& stamp) const;
-
     QByteArray mPath;
     QFile mFile;
     QCryptographicHash mHash { QCryptographicHash::Sha256 };
     qint64 mSize = 0;
     qint64 mRead = 0;
-    Stamp mStamp; ///< when it was opened
+    SystemFiles::Stamp mStamp; ///< when it was opened
     bool mHasChanged = false;
 };

@@ -1,55 +1,22 @@
 #include "KnownHostsFile.h"
 
 #include <foundation/FileUtils.h>
+#include <foundation/SystemFiles.h>
 
 #include <QFile>
 
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/types.h>
-#include <unistd.h>
-
 namespace {
 
-constexpr mode_t OWNER_ONLY = 0600;
-
-/// A file that other processes using this class do not change meanwhile.
-class LockedFile
+/// All or nothing.
+void append(QFile& file, const QByteArray& bytes)
 {
-public:
-    explicit LockedFile(const QString& path)
-        : mDescriptor(
-            open(QFile::encodeName(path).constData(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC, OWNER_ONLY)) // NOLINT
-        , mIsLocked(mDescriptor >= 0 && flock(mDescriptor, LOCK_EX) == 0)
-    {
+    const qint64 size = file.size();
+    const bool isWritten = file.write(bytes) == bytes.size();
+    if (!isWritten || !SystemFiles::syncToDisk(file)) {
+        // A part of a line would become a part of the next one.
+        file.resize(size);
     }
-    ~LockedFile()
-    {
-        if (mDescriptor >= 0) {
-            close(mDescriptor);
-        }
-    }
-    LockedFile(const LockedFile&) = delete;
-    LockedFile& operator=(const LockedFile&) = delete;
-
-    /// All or nothing.
-    void append(const QByteArray& bytes)
-    {
-        const off_t size = mIsLocked ? lseek(mDescriptor, 0, SEEK_END) : -1;
-        if (size < 0) {
-            return;
-        }
-        const bool isWritten = write(mDescriptor, bytes.constData(), static_cast<size_t>(bytes.size())) == bytes.size();
-        if (!isWritten || fsync(mDescriptor) != 0) {
-            // A part of a line would become a part of the next one.
-            [[maybe_unused]] const int result = ftruncate(mDescriptor, size);
-        }
-    }
-
-private:
-    int mDescriptor;
-    bool mIsLocked;
-};
+}
 
 } // namespace
 
@@ -60,12 +27,13 @@ KnownHosts KnownHostsFile::read(const QString& path, const QByteArray& host, int
 
 KnownHosts::Verdict KnownHostsFile::append(const QString& path, const QByteArray& host, int port, const QByteArray& key)
 {
-    LockedFile file(path);
+    QFile file(path);
+    const bool isLocked = SystemFiles::openLocked(file);
     const QByteArray content = FileUtils::readFileContent(path);
     const KnownHosts hosts(content, host, port);
-    if (hosts.verdictOn(key) == KnownHosts::Verdict::Unknown) {
+    if (isLocked && hosts.verdictOn(key) == KnownHosts::Verdict::Unknown) {
         const bool isLineOpen = !content.isEmpty() && !content.endsWith('\n');
-        file.append((isLineOpen ? "\n" : "") + hosts.entry(key));
+        ::append(file, (isLineOpen ? "\n" : "") + hosts.entry(key));
     }
     return read(path, host, port).verdictOn(key);
 }

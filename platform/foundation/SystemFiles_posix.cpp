@@ -1,0 +1,85 @@
+#include "SystemFiles.h"
+
+#include <QFileInfo>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace {
+
+constexpr mode_t PRIVATE_FILE = 0600;
+constexpr mode_t PRIVATE_FOLDER = 0700;
+
+bool takeDescriptor(QFile& file, int descriptor, QIODevice::OpenMode mode)
+{
+    const bool isOpen = file.open(descriptor, mode | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle);
+    if (!isOpen) {
+        close(descriptor);
+    }
+    return isOpen;
+}
+
+} // namespace
+
+bool SystemFiles::openToRead(QFile& file, const QByteArray& path, QString& fault)
+{
+    const int descriptor = open(path.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK); // NOLINT(*-vararg)
+    if (descriptor < 0) {
+        fault = QString::fromLocal8Bit(std::strerror(errno));
+        return false;
+    }
+    return takeDescriptor(file, descriptor, QIODevice::ReadOnly);
+}
+
+bool SystemFiles::openLocked(QFile& file)
+{
+    const QByteArray path = QFile::encodeName(file.fileName());
+    const int descriptor = open(path.constData(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC, PRIVATE_FILE); // NOLINT
+    if (descriptor < 0) {
+        return false;
+    }
+    if (flock(descriptor, LOCK_EX) != 0) {
+        close(descriptor);
+        return false;
+    }
+    return takeDescriptor(file, descriptor, QIODevice::ReadWrite | QIODevice::Append);
+}
+
+std::optional<SystemFiles::Stamp> SystemFiles::stampOf(const QFile& file)
+{
+    struct stat status = {};
+    if (fstat(file.handle(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        return std::nullopt;
+    }
+#ifdef __APPLE__
+    const timespec& modified = status.st_mtimespec;
+#else
+    const timespec& modified = status.st_mtim;
+#endif
+    return Stamp { status.st_size, modified.tv_sec, modified.tv_nsec };
+}
+
+bool SystemFiles::syncToDisk(const QFile& file)
+{
+    return fsync(file.handle()) == 0;
+}
+
+void SystemFiles::syncFolderOf(const QString& path)
+{
+    const QByteArray name = QFile::encodeName(QFileInfo(path).path());
+    const int folder = open(name.constData(), O_RDONLY | O_CLOEXEC); // NOLINT(*-vararg)
+    if (folder >= 0) {
+        fsync(folder);
+        close(folder);
+    }
+}
+
+bool SystemFiles::createPrivateFolder(const QString& path)
+{
+    return mkdir(QFile::encodeName(path).constData(), PRIVATE_FOLDER) == 0;
+}
