@@ -7,6 +7,7 @@
 #include "InterruptKey.h"
 #include "Options.h"
 #include "Output.h"
+#include "ProgressLine.h"
 #include "RemoteTasks.h"
 #include "Site.h"
 #include "Terminal.h"
@@ -47,7 +48,8 @@ private:
 Output::ExitStatus ask(const QString& secret, const QString& whose, QString& answer)
 {
     if (Terminal::isInteractive()) {
-        const auto typed = Terminal::askSecretly(QStringLiteral("%1 of %2: ").arg(secret, whose));
+        const QString prompt = ProgressLine::printable(QStringLiteral("%1 of %2: ").arg(secret, whose));
+        const auto typed = Terminal::askSecretly(prompt, &InterruptKey::wasPressed);
         answer = typed.value_or(QString());
         if (typed || InterruptKey::wasPressed()) {
             return typed ? Output::Done : Output::Interrupted;

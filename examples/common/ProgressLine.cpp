@@ -1,9 +1,10 @@
 #include "ProgressLine.h"
 
+#include "Terminal.h"
+
 #include <foundation/FileUtils.h>
 
 #include <cstdio>
-#include <unistd.h>
 
 namespace {
 
@@ -28,7 +29,7 @@ QString percentText(double percent)
 } // namespace
 
 ProgressLine::ProgressLine()
-    : mTerminal(isatty(STDERR_FILENO) != 0)
+    : mTerminal(Terminal::width() > 0)
 {
     mTime.start();
 }

@@ -1,8 +1,5 @@
 #include "Terminal.h"
 
-#include "InterruptKey.h"
-#include "ProgressLine.h"
-
 #include <QByteArray>
 
 #include <cstdio>
@@ -41,11 +38,11 @@ private:
     bool mIsChanged;
 };
 
-/// A part of a line; empty at the end of the input and after an interruption.
-QByteArray readSome()
+/// A part of a line; empty at the end of the input and when stopped.
+QByteArray readSome(const std::function<bool()>& isStopped)
 {
     pollfd input { STDIN_FILENO, POLLIN, 0 };
-    while (!InterruptKey::wasPressed()) {
+    while (!isStopped()) {
         if (poll(&input, 1, POLL_MS) > 0) {
             QByteArray bytes(256, 0);
             const ssize_t count = read(STDIN_FILENO, bytes.data(), static_cast<size_t>(bytes.size()));
@@ -62,13 +59,13 @@ bool Terminal::isInteractive()
     return isatty(STDIN_FILENO) != 0 && isatty(STDERR_FILENO) != 0;
 }
 
-std::optional<QString> Terminal::askSecretly(const QString& prompt)
+std::optional<QString> Terminal::askSecretly(const QString& prompt, const std::function<bool()>& isStopped)
 {
     const WithoutEcho withoutEcho;
-    std::fputs(qUtf8Printable(ProgressLine::printable(prompt)), stderr);
+    std::fputs(qUtf8Printable(prompt), stderr);
     QByteArray line;
     while (!line.endsWith('\n')) {
-        const QByteArray some = readSome();
+        const QByteArray some = readSome(isStopped);
         if (some.isEmpty()) {
             return std::nullopt;
         }

@@ -52,7 +52,8 @@ function(check_prefix prefix)
     list(APPEND flags -Wl,-rpath,${libdir})
     set(common "${SOURCE_DIR}/examples/common")
     run("${CXX}" ${strict} -fPIC -I "${common}" "${SOURCE_DIR}/examples/post/main.cpp" "${common}/FormRequest.cpp"
-        "${common}/ProgressLine.cpp" "${common}/complain.cpp" -o "${prefix}/with-pkg-config" ${flags})
+        "${common}/ProgressLine.cpp" "${common}/Terminal_posix.cpp" "${common}/complain.cpp"
+        -o "${prefix}/with-pkg-config" ${flags})
     run_consumer("${prefix}/with-pkg-config")
     set(flags "${flags}" PARENT_SCOPE)
 endfunction()
