@@ -14,6 +14,7 @@ namespace {
 
 constexpr long FTP_UPLOAD_BUFFER_BYTES = 128L * 1024;
 constexpr long SFTP_UPLOAD_BUFFER_BYTES = 2L * 1024 * 1024;
+constexpr long NO_TIME_OUT_SECONDS = 2147483; // the most that libcurl takes, 24 days
 
 /// The first digits of the reply after which a server and libcurl open a data connection.
 const QStringList DATA_CONNECTION_REPLIES { QStringLiteral("125"), QStringLiteral("150"), QStringLiteral("227"),
@@ -131,6 +132,10 @@ bool FTPSession::open(const FTPSettings& settings)
     // SFTP sends as much as the buffer holds before it waits for the server; FTP does not wait.
     const bool isSftp = mProtocol == FTPSettings::SFTP;
     curl_easy_setopt(mHandle, CURLOPT_UPLOAD_BUFFERSIZE, isSftp ? SFTP_UPLOAD_BUFFER_BYTES : FTP_UPLOAD_BUFFER_BYTES);
+    if (isSftp) {
+        // Without any limit libcurl (7.88) watches the socket without a pause until a file is closed.
+        curl_easy_setopt(mHandle, CURLOPT_TIMEOUT, NO_TIME_OUT_SECONDS);
+    }
     // A session is idle for as long as its user is; this detects a peer that has gone.
     curl_easy_setopt(mHandle, CURLOPT_TCP_KEEPALIVE, 1L);
     setSecurity();
@@ -271,6 +276,8 @@ CURLcode FTPSession::runOnce(VFSCurlData& data)
     mIsDirectoryDoubtful = code != CURLE_OK && RequestOptions::hasBody(data.type);
     if (!isConversationInOrder(code)) {
         replaceConnection();
+    } else {
+        mLoop->setAcknowledgesAtOnce(false); // logged in
     }
     return code;
 }
@@ -296,6 +303,8 @@ void FTPSession::makeLoop()
 {
     mLoop = std::make_unique<TransferLoop>();
     mLoop->setStallTimeOut(std::chrono::seconds(mStallTimeOut));
+    // OpenSSH sends a message without an answer after the login and holds the next answer back.
+    mLoop->setAcknowledgesAtOnce(mProtocol == FTPSettings::SFTP);
 }
 
 void FTPSession::setStallTimeOut(int seconds)

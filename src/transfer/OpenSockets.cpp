@@ -32,6 +32,12 @@ bool OpenSockets::isAnyConnected()
     return std::any_of(mSockets.begin(), mSockets.end(), &Sockets::isConnected);
 }
 
+void OpenSockets::acknowledge()
+{
+    const std::lock_guard<std::mutex> guard(mMutex);
+    std::for_each(mSockets.begin(), mSockets.end(), &Sockets::acknowledge);
+}
+
 curl_socket_t OpenSockets::open(void* self, curlsocktype /*purpose*/, curl_sockaddr* address)
 {
     const curl_socket_t opened = Sockets::open(*address);

@@ -27,6 +27,8 @@ public:
 
     /// Whether a peer has accepted one of the connections.
     bool isAnyConnected();
+    /// Acknowledges what has arrived.
+    void acknowledge();
 
 private:
     static curl_socket_t open(void* self, curlsocktype purpose, curl_sockaddr* address);

@@ -13,5 +13,7 @@ int close(curl_socket_t socket);
 void shutDownReads(curl_socket_t socket);
 /// Whether a peer has accepted the connection.
 bool isConnected(curl_socket_t socket);
+/// Acknowledges what has arrived, where the system can be told to, instead of waiting for something to send with it.
+void acknowledge(curl_socket_t socket);
 
 } // namespace Sockets

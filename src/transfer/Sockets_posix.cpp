@@ -1,6 +1,8 @@
 #include "Sockets.h"
 
 #include <fcntl.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -33,4 +35,14 @@ bool Sockets::isConnected(curl_socket_t socket)
     sockaddr_storage peer {};
     socklen_t size = sizeof peer;
     return getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &size) == 0;
+}
+
+void Sockets::acknowledge(curl_socket_t socket)
+{
+#ifdef TCP_QUICKACK
+    const int on = 1;
+    setsockopt(socket, IPPROTO_TCP, TCP_QUICKACK, &on, sizeof on);
+#else
+    static_cast<void>(socket);
+#endif
 }

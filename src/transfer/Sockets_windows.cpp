@@ -24,3 +24,5 @@ bool Sockets::isConnected(curl_socket_t socket)
     int size = sizeof peer;
     return getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &size) == 0;
 }
+
+void Sockets::acknowledge(curl_socket_t /*socket*/) { }

@@ -100,6 +100,9 @@ CURLMcode TransferLoop::runToEnd(const Interruption* interruption)
         CURLMcode code = curl_multi_perform(mMulti.get(), &running);
         if (turn == Turn::Socket) {
             mLastActivity = std::chrono::steady_clock::now(); // after libcurl's callbacks, whose time does not count
+            if (mAcknowledgesAtOnce) {
+                mSockets.acknowledge();
+            }
         }
         if (code != CURLM_OK || running == 0 || isRequested(interruption)) {
             return code;

@@ -34,6 +34,9 @@ public:
     /// for this long. Zero, the default, waits without a bound.
     void setStallTimeOut(std::chrono::milliseconds timeOut) { mStallTimeOut = timeOut; }
 
+    /// For a server that holds an answer back until the one before is acknowledged.
+    void setAcknowledgesAtOnce(bool isOn) { mAcknowledgesAtOnce = isOn; }
+
     /// Detaches a handle that outlives the loop and is used again.
     static void detach(CURL* easy) { OpenSockets::detach(easy); }
 
@@ -55,4 +58,5 @@ private:
     std::unique_ptr<CURLM, MultiDeleter> mMulti; // after the sockets: its end closes them
     std::chrono::milliseconds mStallTimeOut { 0 };
     std::chrono::steady_clock::time_point mLastActivity;
+    bool mAcknowledgesAtOnce = false;
 };
