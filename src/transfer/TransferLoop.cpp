@@ -6,8 +6,8 @@
 
 namespace {
 
-// A request to a nearby server takes less, and sleeping and waking up in between would double that.
-constexpr std::chrono::milliseconds SPIN_TIME(2);
+// A small request to a nearby server takes less, and sleeping and waking up in between would double that.
+constexpr std::chrono::milliseconds SPIN_TIME(1);
 constexpr int MAX_WAIT_MS = 50;
 constexpr int MAX_DOUBLINGS = 6;
 constexpr std::chrono::milliseconds PAUSE_WITHOUT_SOCKET(1);
@@ -92,7 +92,8 @@ CURLcode TransferLoop::run(CURL* easy, const Interruption* interruption)
 
 CURLMcode TransferLoop::runToEnd(const Interruption* interruption)
 {
-    const auto spinUntil = std::chrono::steady_clock::now() + SPIN_TIME;
+    const auto begin = std::chrono::steady_clock::now();
+    const auto spinUntil = mIsQuick ? begin + SPIN_TIME : begin;
     int idleTurns = 0;
     Turn turn = Turn::Socket;
     while (true) {
@@ -105,6 +106,7 @@ CURLMcode TransferLoop::runToEnd(const Interruption* interruption)
             }
         }
         if (code != CURLM_OK || running == 0 || isRequested(interruption)) {
+            mIsQuick = std::chrono::steady_clock::now() < begin + SPIN_TIME;
             return code;
         }
         const bool isSpinning = std::chrono::steady_clock::now() < spinUntil;

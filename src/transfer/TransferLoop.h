@@ -59,4 +59,5 @@ private:
     std::chrono::milliseconds mStallTimeOut { 0 };
     std::chrono::steady_clock::time_point mLastActivity;
     bool mAcknowledgesAtOnce = false;
+    bool mIsQuick = true; ///< the last transfer was, so that watching the next one without a pause may pay
 };
