@@ -63,7 +63,8 @@ install(FILES ${public_headers} "${PROJECT_BINARY_DIR}/exports/tavrel/tavrel_exp
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tavrel)
 foreach(layer IN LISTS TAVREL_EXPORTED_PLATFORM)
     get_property(headers TARGET tavrel PROPERTY TAVREL_HEADERS_${layer})
-    list(REMOVE_ITEM headers SystemFiles.h raiseError.h TlsPeer.h TlsResumption.h) # for the library's own layers only
+    # For the library's own layers only.
+    list(REMOVE_ITEM headers FutureResult.h SystemFiles.h raiseError.h TlsPeer.h TlsResumption.h)
     list(TRANSFORM headers PREPEND "${PROJECT_SOURCE_DIR}/platform/${layer}/")
     install(FILES ${headers} "${PROJECT_BINARY_DIR}/exports/${layer}/${layer}_export.h"
         DESTINATION ${TAVREL_PLATFORM_INCLUDEDIR}/${layer})

@@ -4,9 +4,13 @@
 
 #include <foundation/Thread.h>
 
+#include <QFuture>
 #include <QScopedPointer>
 #include <QString>
 
+#include <memory>
+
+class FutureResult;
 class HTTPCurl;
 class PeerTrust;
 
@@ -21,8 +25,8 @@ class PeerTrust;
  * finished(). requestInterruption() ends a download within 0.3 s with done(false). So does the destructor, which waits
  * for the thread; in a slot that runs on the download thread use deleteLater().
  *
- * download(), requestInterruption() and error() may be called from any thread. The signals are emitted on the download
- * thread.
+ * download(), downloadAsync(), requestInterruption() and error() may be called from any thread. The signals are emitted
+ * on the download thread.
  */
 class TAVREL_EXPORT FileDownloader : public Thread
 {
@@ -35,6 +39,17 @@ public:
 
     /// Starts a download and returns at once. While one is running, only logs a warning.
     void download(const QString& url, const QString& path);
+
+    /// Starts a download like download(), and returns a future of its end.
+    ///
+    /// The future finishes once, with the result of done() and just before that signal: in every case, also when this
+    /// object is destroyed. While another download is running it is already finished with false.
+    /// QFuture::cancel() has the effect of requestInterruption() on this download only; the future still finishes when
+    /// the download has ended, and has a result. Pausing has no effect. The progress of the future is a percentage.
+    ///
+    /// The future may be used on any thread and outlives this object. Do not wait for it in a slot that runs on the
+    /// download thread.
+    QFuture<bool> downloadAsync(const QString& url, const QString& path);
 
     /// Keeps the ".part" file of a failed or interrupted download, with a record in "<path>.part.info", and continues
     /// it in the next download() of the same URL to the same path; see HTTPCurl::resumeFile(). Off by default. May be
@@ -64,7 +79,8 @@ protected:
 private:
     struct State;
 
-    bool begin(const QString& url, const QString& path, bool& needsThread);
+    bool begin(const QString& url, const QString& path, std::unique_ptr<FutureResult> result, bool& needsThread);
+    void downloadWith(const QString& url, const QString& path, std::unique_ptr<FutureResult> result);
     void launch();
     void startThread();
     void failToStart();

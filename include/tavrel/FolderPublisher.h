@@ -7,11 +7,15 @@
 
 #include <foundation/Thread.h>
 
+#include <QFuture>
 #include <QScopedPointer>
 #include <QString>
 #include <QStringList>
 
+#include <memory>
+
 class FTPSettings;
+class FutureResult;
 class PeerTrust;
 
 /**
@@ -33,9 +37,9 @@ class PeerTrust;
  *
  * requestInterruption() ends a run within 0.3 s with done(false). So does the destructor, which waits for the threads.
  *
- * Threads: settings are made on one thread and concern the next publish(). publish(), isPublishing(),
- * requestInterruption() and report() may be called from any thread. All signals are emitted on the publisher's own
- * thread; connections to objects of other threads are queued.
+ * Threads: settings are made on one thread and concern the next publish(). publish(), publishAsync(),
+ * isPublishing(), requestInterruption() and report() may be called from any thread. All signals are emitted on the
+ * publisher's own thread; connections to objects of other threads are queued.
  */
 class TAVREL_EXPORT FolderPublisher : public Thread
 {
@@ -53,8 +57,19 @@ public:
     explicit FolderPublisher(QObject* parent = nullptr);
     ~FolderPublisher() override;
 
-    /// Starts to publish and returns at once. False, with a warning in the log, while a run has not emitted done().
+    /// Starts to publish and returns at once. False, with a warning in the log, while a run has not emitted done(), and
+    /// when the system has no further thread.
     bool publish(const FTPSettings& settings, const QString& folder);
+    /// Starts to publish like publish(), and returns a future of the end of the run.
+    ///
+    /// The future finishes once, with the result of done() and just before that signal: in every case, also when this
+    /// object is destroyed. When publish() would return false it is already finished with false. QFuture::cancel() has
+    /// the effect of requestInterruption() on this run only; the future still finishes when the run has ended, and has
+    /// a result. Pausing has no effect. The progress of the future is in files; see PublishProgress.
+    ///
+    /// The future may be used on any thread and outlives this object. Do not wait for it in a slot that runs on the
+    /// publisher's thread.
+    QFuture<bool> publishAsync(const FTPSettings& settings, const QString& folder);
     /// From publish() until done() is about to be emitted.
     bool isPublishing() const;
     /// The result of the last run; during a run, that of the run before.
@@ -110,6 +125,9 @@ protected:
 
 private:
     struct State;
+
+    bool begin(const FTPSettings& settings, const QString& folder, std::unique_ptr<FutureResult> result);
+    void announce(PublishReport&& report);
 
     const QScopedPointer<State> mState;
 };

@@ -4,6 +4,7 @@
 
 #include <tavrel/HTTPCurl.h>
 
+#include <foundation/FutureResult.h>
 #include <logging/LogUtils.h>
 
 #include <QFile>
@@ -12,6 +13,12 @@
 #include <mutex>
 #include <system_error>
 #include <thread>
+
+namespace {
+
+constexpr int PERCENT = 100;
+
+} // namespace
 
 struct FileDownloader::State
 {
@@ -22,11 +29,12 @@ struct FileDownloader::State
     HTTPCurl* client = nullptr;
     std::atomic<bool> isResumable { false };
 
-    std::mutex mutex; ///< guards the strings above and the flags below
+    std::mutex mutex; ///< guards the strings above, and the flags and the result below
     bool isDownloading = false; ///< from download() until done() is about to be emitted
     bool isRunning = false; ///< from download() until run() takes up no further download
     bool isClosing = false; ///< the destructor has begun
     std::atomic<int> runs { 0 }; ///< how often run() was entered
+    std::unique_ptr<FutureResult> result; ///< of the running download; null without a future
     std::thread starter; ///< starts this thread again for a slot of finished()
 };
 
@@ -38,6 +46,12 @@ FileDownloader::FileDownloader(QObject* parent)
     addThreadableChild(mState->client);
     // Direct, because this object lives on another thread than the one that emits the signal.
     connect(mState->client, &HTTPCurl::progress, this, &FileDownloader::progress, Qt::DirectConnection);
+    const auto report = [this](double percent) {
+        if (mState->result) {
+            mState->result->setProgress(qRound(percent), PERCENT);
+        }
+    };
+    connect(mState->client, &HTTPCurl::progress, this, report, Qt::DirectConnection);
 }
 
 FileDownloader::~FileDownloader()
@@ -70,8 +84,21 @@ void FileDownloader::setResumable(bool on)
 
 void FileDownloader::download(const QString& url, const QString& path)
 {
+    downloadWith(url, path, nullptr);
+}
+
+QFuture<bool> FileDownloader::downloadAsync(const QString& url, const QString& path)
+{
+    auto result = std::make_unique<FutureResult>();
+    QFuture<bool> future = result->future();
+    downloadWith(url, path, std::move(result));
+    return future;
+}
+
+void FileDownloader::downloadWith(const QString& url, const QString& path, std::unique_ptr<FutureResult> result)
+{
     bool needsThread = false;
-    if (!begin(url, path, needsThread)) {
+    if (!begin(url, path, std::move(result), needsThread)) {
         // Without the lock, as the application's message handler may call error().
         LogUtils log(LogUtils::Warning, __FILE__, "download", __LINE__);
         log << "a download is running, not started: " << path; // a URL may hold a password
@@ -82,7 +109,8 @@ void FileDownloader::download(const QString& url, const QString& path)
 }
 
 /// Accepts a download unless one is running. A run that has not ended takes it up, else the thread must be started.
-bool FileDownloader::begin(const QString& url, const QString& path, bool& needsThread)
+bool FileDownloader::begin(
+    const QString& url, const QString& path, std::unique_ptr<FutureResult> result, bool& needsThread)
 {
     const std::lock_guard<std::mutex> guard(mState->mutex);
     if (mState->isDownloading || mState->isClosing) {
@@ -92,6 +120,7 @@ bool FileDownloader::begin(const QString& url, const QString& path, bool& needsT
     mState->path = path;
     mState->partPath = path + QStringLiteral(".part");
     mState->error.clear();
+    mState->result = std::move(result);
     mState->isDownloading = true;
     clearInterruption();
     needsThread = !mState->isRunning;
@@ -152,9 +181,14 @@ void FileDownloader::run()
 
 void FileDownloader::announce(bool success)
 {
+    std::unique_ptr<FutureResult> result;
     {
         const std::lock_guard<std::mutex> guard(mState->mutex);
         mState->isDownloading = false;
+        result = std::move(mState->result);
+    }
+    if (result) {
+        result->finish(success);
     }
     Q_EMIT done(success);
 }
@@ -170,6 +204,7 @@ bool FileDownloader::takeUpNext()
 bool FileDownloader::runOnce()
 {
     // While isDownloading is set, other threads read only the error.
+    const FutureResult::Watch watch(mState->result.get(), [this] { requestInterruption(); });
     if (!(mState->isResumable ? resume() : fetch())) {
         return false;
     }

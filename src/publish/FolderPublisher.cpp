@@ -6,6 +6,7 @@
 #include <tavrel/FTPSettings.h>
 #include <tavrel/PeerTrust.h>
 
+#include <foundation/FutureResult.h>
 #include <logging/LogUtils.h>
 
 #include <algorithm>
@@ -23,6 +24,7 @@ struct FolderPublisher::State
     PublishOptions optionsOfRun;
     FTPSettings settings;
     QString folder;
+    std::unique_ptr<FutureResult> result; ///< of the run; null without a future
 
     mutable std::mutex mutex; ///< guards what follows
     bool isPublishing = false;
@@ -44,6 +46,19 @@ FolderPublisher::~FolderPublisher()
 
 bool FolderPublisher::publish(const FTPSettings& settings, const QString& folder)
 {
+    return begin(settings, folder, nullptr);
+}
+
+QFuture<bool> FolderPublisher::publishAsync(const FTPSettings& settings, const QString& folder)
+{
+    auto result = std::make_unique<FutureResult>();
+    QFuture<bool> future = result->future();
+    begin(settings, folder, std::move(result));
+    return future;
+}
+
+bool FolderPublisher::begin(const FTPSettings& settings, const QString& folder, std::unique_ptr<FutureResult> result)
+{
     {
         const std::lock_guard<std::mutex> guard(mState->mutex);
         if (!mState->isPublishing && QThread::currentThread() != this) {
@@ -59,8 +74,15 @@ bool FolderPublisher::publish(const FTPSettings& settings, const QString& folder
     mState->optionsOfRun = mState->options;
     mState->settings = settings;
     mState->folder = folder;
+    mState->result = std::move(result);
     start();
-    return true;
+    const bool hasThread = isRunning() || isFinished();
+    if (!hasThread) {
+        mState->result.reset();
+        const std::lock_guard<std::mutex> guard(mState->mutex);
+        mState->isPublishing = false;
+    }
+    return hasThread;
 }
 
 bool FolderPublisher::isPublishing() const
@@ -169,16 +191,35 @@ void FolderPublisher::run()
         return prepareSession(client);
     };
     listener.isInterrupted = [this] { return isInterruptionRequested(); };
-    listener.progress = [this](const PublishProgress& now) { Q_EMIT progress(now); };
+    listener.progress = [this](const PublishProgress& now) {
+        if (mState->result) {
+            mState->result->setProgress(now.files, now.totalFiles);
+        }
+        Q_EMIT progress(now);
+    };
     listener.fileFinished = [this](const QString& path, Outcome outcome, const QString& reason) {
         Q_EMIT fileFinished(path, outcome, reason);
     };
-    PublishReport report = PublishRun(mState->settings, mState->optionsOfRun, mState->folder, listener).run();
+    PublishReport report;
+    {
+        const FutureResult::Watch watch(mState->result.get(), [this] { requestInterruption(); });
+        report = PublishRun(mState->settings, mState->optionsOfRun, mState->folder, listener).run();
+    }
+    announce(std::move(report)); // without the watch, whose interruption would be that of the next run
+}
+
+void FolderPublisher::announce(PublishReport&& report)
+{
     const bool success = report.isSuccess();
+    std::unique_ptr<FutureResult> result;
     {
         const std::lock_guard<std::mutex> guard(mState->mutex);
         mState->report = std::move(report);
         mState->isPublishing = false;
+        result = std::move(mState->result);
+    }
+    if (result) {
+        result->finish(success);
     }
     Q_EMIT done(success);
 }

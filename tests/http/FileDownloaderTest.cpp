@@ -121,6 +121,51 @@ private Q_SLOTS:
         }
     }
 
+    void futureEndsLikeDone_data()
+    {
+        QTest::addColumn<QByteArray>("reply"); // none: the server is silent
+        QTest::addColumn<bool>("success");
+        QTest::newRow("found") << FOUND << true;
+        QTest::newRow("missing") << MISSING << false;
+        QTest::newRow("canceled") << QByteArray() << false;
+        QTest::newRow("interrupted") << QByteArray() << false;
+        QTest::newRow("destroyed") << QByteArray() << false;
+    }
+    void futureEndsLikeDone()
+    {
+        QFETCH(QByteArray, reply);
+        QFETCH(bool, success);
+        const QByteArray way = QTest::currentDataTag();
+        ScriptedServer server(reply.isEmpty() ? ScriptedServer::silentAfter("") : ScriptedServer::replying(reply));
+        auto downloader = std::make_unique<FileDownloader>();
+        QList<bool> ends;
+        connect(
+            downloader.get(), &FileDownloader::done, this, [&](bool end) { ends << end; }, Qt::DirectConnection);
+        QFuture<bool> future = downloader->downloadAsync(server.url(), path("page"));
+        if (reply.isEmpty()) {
+            QVERIFY(!downloader->downloadAsync(server.url(), path("refused while one is running")).result());
+            QVERIFY(!future.isFinished());
+        }
+        if (way == "canceled") {
+            future.cancel();
+        } else if (way == "interrupted") {
+            downloader->requestInterruption();
+        } else if (way == "destroyed") {
+            downloader.reset();
+        }
+        QTRY_VERIFY(future.isFinished());
+        QCOMPARE(future.result(), success);
+        QCOMPARE(future.progressValue(), success ? 100 : 0);
+        if (downloader) {
+            // A cancellation ends with its download.
+            QVERIFY(!downloader->downloadAsync("http://127.0.0.1:1", path("other")).result());
+            QCOMPARE(downloader->error(), QString(curl_easy_strerror(CURLE_COULDNT_CONNECT)));
+            downloader.reset();
+            QCOMPARE(ends.takeLast(), false);
+        }
+        QCOMPARE(ends, QList<bool> { success });
+    }
+
     void isStartedAgainFromASlot()
     {
         const ScriptedServer server(ScriptedServer::replying(FOUND));

@@ -215,6 +215,32 @@ private Q_SLOTS:
         QCOMPARE(site(), read(local()));
     }
 
+    void futureEndsLikeDone()
+    {
+        auto publisher = std::make_unique<FolderPublisher>();
+        QList<bool> ends;
+        connect(
+            publisher.get(), &FolderPublisher::done, this, [&](bool end) { ends << end; }, Qt::DirectConnection);
+        QFuture<bool> future = publisher->publishAsync(*mTarget, local());
+        QVERIFY(!publisher->publishAsync(*mTarget, local()).result());
+        QVERIFY(future.result());
+        QCOMPARE(future.progressValue(), 43);
+        QVERIFY(!publisher->publishAsync(*mTarget, local("/missing")).result());
+        write(local("/large"), QByteArray(64 << 20, 'x'));
+        future = publisher->publishAsync(*mTarget, local());
+        QTRY_COMPARE(future.progressMaximum(), 1);
+        QElapsedTimer time;
+        time.start();
+        future.cancel();
+        QVERIFY(!future.result());
+        QVERIFY2(time.elapsed() < 300, qPrintable(QString::number(time.elapsed())));
+        QVERIFY(publisher->report().wasInterrupted);
+        future = publisher->publishAsync(*mTarget, local());
+        publisher.reset();
+        QVERIFY(!future.result());
+        QCOMPARE(ends, QList<bool>({ true, false, false, false }));
+    }
+
     void survivesKill()
     {
         QVERIFY(publish().isSuccess());
