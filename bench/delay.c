@@ -8,8 +8,6 @@
  * there; the addresses of the device are the caller's work, see delay.sh.
  */
 
-#define _GNU_SOURCE /* ppoll */
-
 #include <arpa/inet.h>
 #include <errno.h>
 #include <fcntl.h>
