@@ -68,7 +68,7 @@ void FetchTask::run(FTPCurl& client, Report& report)
     });
     client.setKeepModificationTime(mKeepTimes);
     mTotalBytes = bytes;
-    mTotal = entries.size();
+    mTotal = static_cast<int>(entries.size());
     for (const auto& [entry, relative] : entries) {
         fetch(client, report, entry, relative);
     }

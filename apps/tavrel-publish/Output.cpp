@@ -65,7 +65,7 @@ void sayCounts(const QJsonObject& summary)
 void sayFailures(const QJsonObject& summary)
 {
     const QJsonArray failed = summary["failed"].toArray();
-    saySection(QStringLiteral("failed"), failed, failed.size());
+    saySection(QStringLiteral("failed"), failed, static_cast<int>(failed.size()));
     saySection(QStringLiteral("not tried"), summary["notTried"], MAX_LISTED);
     const QString reason = summary["stopReason"].toString();
     if (!reason.isEmpty()) {

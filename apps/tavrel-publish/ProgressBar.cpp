@@ -58,7 +58,7 @@ void ProgressBar::show(const QJsonObject& progress)
     // A character in the last column makes some terminals scroll.
     const int width = Terminal::width() - 1;
     if (width > 0) {
-        const QString line = barOf(partOf(progress), width - details.size() - BRACKETS) + details;
+        const QString line = barOf(partOf(progress), width - static_cast<int>(details.size()) - BRACKETS) + details;
         mBar = '\r' + line.left(width).toUtf8() + "\033[K";
         redraw();
     } else if (mTime.elapsed() >= mNextLine) {

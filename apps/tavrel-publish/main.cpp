@@ -17,8 +17,10 @@
 #include <tavrel/TavrelInitializer.h>
 
 #include <QCoreApplication>
-#include <QTextCodec>
 #include <QTimer>
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+#include <QTextCodec>
+#endif
 
 #include <memory>
 
@@ -200,8 +202,10 @@ Output::ExitStatus run(Site& site, const Options& options)
 int main(int argc, char* argv[])
 {
     const TavrelInitializer initializer;
-    // File names are UTF-8 in every locale, so that a run from cron sends the same names.
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+    // File names are UTF-8 in every locale, as they always are with Qt 6, so that a run from cron sends the same names.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+#endif
     const QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationVersion(QStringLiteral(TAVREL_VERSION));
     Options options;

@@ -50,7 +50,7 @@ public:
         SERVER_ERROR_5XX = 4, ///< the server answered with a status of 500 to 599
         DOWNLOAD_LIMIT_REACHED = 5, ///< the announced size exceeds the limit
         REQUEST_IN_PROGRESS = 6, ///< a slot started a request while another one on the object is running
-        BAD_PARAMETER = 7, ///< a setter refused its argument
+        BAD_PARAMETER = 7, ///< a setter refused its argument, or an encrypted post its file
     };
 
     /// Stands between the text part and the binary part of a binary response.

@@ -46,6 +46,7 @@ public:
     bool handshake(const QString& url);
 
     /// Encrypts json and fileData and decrypts the reply; otherwise as in HTTPCurl. Repeated once after a lost session.
+    /// A file of 2 GiB or more, which only Qt 6 can hold, is refused with BAD_PARAMETER.
     ///@{
     bool postForm(const QString& url, const QJsonObject& json);
     bool postForm(const QString& url, const QJsonObject& json, const QByteArray& fileData, bool binary);

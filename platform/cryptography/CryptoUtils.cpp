@@ -68,7 +68,7 @@ QByteArray CryptoUtils::AES128_encrypt(std::initializer_list<QByteArray> pieces,
     out += NONCE_BYTES;
     int written = 0;
     for (const QByteArray& piece : pieces) {
-        if (EVP_EncryptUpdate(cipher.get(), out, &written, bytesOf(piece), piece.size()) != 1) {
+        if (EVP_EncryptUpdate(cipher.get(), out, &written, bytesOf(piece), static_cast<int>(piece.size())) != 1) {
             return QByteArray();
         }
         out += written;
@@ -84,10 +84,11 @@ QByteArray CryptoUtils::AES128_decrypt(const QByteArray& data, const QByteArray&
 {
     const ErrorQueueCleaner cleaner;
     const Cipher cipher(EVP_CIPHER_CTX_new());
-    const int size = data.size() - NONCE_BYTES - TAG_BYTES;
-    if (key.size() != AES128_KEY_BYTES || !cipher || size < 0) {
+    if (key.size() != AES128_KEY_BYTES || !cipher || data.size() < NONCE_BYTES + TAG_BYTES
+        || data.size() > std::numeric_limits<int>::max()) {
         return QByteArray();
     }
+    const int size = static_cast<int>(data.size()) - NONCE_BYTES - TAG_BYTES;
     const unsigned char* in = bytesOf(data);
     QByteArray tag = data.right(TAG_BYTES);
     QByteArray plain(size, Qt::Uninitialized);
@@ -106,5 +107,5 @@ QByteArray CryptoUtils::generateRandomKey(int bits)
     }
     const ErrorQueueCleaner cleaner;
     QByteArray key(bits / BITS_PER_BYTE, Qt::Uninitialized);
-    return RAND_bytes(bytesOf(key), key.size()) == 1 ? key : QByteArray();
+    return RAND_bytes(bytesOf(key), bits / BITS_PER_BYTE) == 1 ? key : QByteArray();
 }

@@ -7,6 +7,7 @@
 #include <openssl/x509.h>
 
 #include <cstring>
+#include <limits>
 
 namespace {
 
@@ -20,9 +21,11 @@ struct OpenSslDeleter
 
 template <class T> using Owned = std::unique_ptr<T, OpenSslDeleter>;
 
+constexpr int MAX_PEM_BYTES = std::numeric_limits<int>::max(); // of OpenSSL
+
 EVP_PKEY* readKey(const QByteArray& pem)
 {
-    const Owned<BIO> bio(BIO_new_mem_buf(pem.constData(), pem.size()));
+    const Owned<BIO> bio(BIO_new_mem_buf(pem.constData(), static_cast<int>(qMin<qint64>(pem.size(), MAX_PEM_BYTES))));
     char* name = nullptr;
     char* header = nullptr;
     unsigned char* der = nullptr;

@@ -41,7 +41,7 @@ int permissionsOf(const QByteArray& line)
 QByteArray nameOf(const ftpparser_entry& parsed)
 {
     const QByteArray name(parsed.name, parsed.name_length);
-    const int arrow = parsed.is_link != 0 ? name.indexOf(" -> ") : -1;
+    const auto arrow = parsed.is_link != 0 ? name.indexOf(" -> ") : -1;
     return arrow > 0 ? name.left(arrow) : name;
 }
 
@@ -78,7 +78,7 @@ void setTime(RemoteEntry& entry, const ftpparser_entry& parsed)
 bool readParsed(RemoteEntry& entry, QByteArray line)
 {
     ftpparser_entry parsed;
-    if (ftpparser(&parsed, line.data(), line.size()) != 1) {
+    if (ftpparser(&parsed, line.data(), static_cast<int>(line.size())) != 1) {
         return false;
     }
     const QByteArray name = nameOf(parsed);
@@ -126,14 +126,14 @@ void readFact(RemoteEntry& entry, const QByteArray& name, const QByteArray& valu
 /// "type=file;size=7; name"
 bool readFacts(RemoteEntry& entry, const QByteArray& line)
 {
-    const int blank = line.indexOf(' ');
+    const auto blank = line.indexOf(' ');
     const QByteArray facts = line.left(blank);
     if (blank < 0 || !(facts.isEmpty() || facts.endsWith(';'))) {
         return false;
     }
     entry.name = QString::fromUtf8(line.constData() + blank + 1, line.size() - blank - 1);
     for (const QByteArray& fact : facts.split(';')) {
-        const int equals = fact.indexOf('=');
+        const auto equals = fact.indexOf('=');
         readFact(entry, fact.left(equals).toLower(), equals < 0 ? QByteArray() : fact.mid(equals + 1));
     }
     return true;
@@ -150,9 +150,9 @@ DetailedListing::DetailedListing(const QByteArray& listing, Format format, const
 
 QByteArray DetailedListing::takeLine()
 {
-    const int found = mListing.indexOf('\n', mPosition);
-    int end = found < 0 ? mListing.size() : found;
-    const int next = end + 1;
+    const auto found = mListing.indexOf('\n', mPosition);
+    auto end = found < 0 ? mListing.size() : found;
+    const auto next = end + 1;
     if (end > mPosition && mListing.at(end - 1) == '\r') {
         --end;
     }

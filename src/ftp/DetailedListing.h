@@ -30,7 +30,7 @@ private:
     const QByteArray& mListing;
     Format mFormat;
     QString mDirectory;
-    int mPosition = 0;
+    QByteArray::size_type mPosition = 0;
     bool mHasKnownLine = false;
     bool mHasUnknownLine = false;
 };

@@ -152,7 +152,7 @@ RemotePath FTPCurl::Private::levelOf(const RemotePath& directory, int level) con
 bool FTPCurl::Private::findExistingLevel(const RemotePath& directory, int& level)
 {
     // Level 0, the bare slash, is taken to exist.
-    for (level = directory.canonical().count(SLASH); level > 0; --level) {
+    for (level = static_cast<int>(directory.canonical().count(SLASH)); level > 0; --level) {
         if (client.isInterruptionRequested()) {
             return stopInterrupted(__LINE__);
         }
@@ -169,7 +169,7 @@ bool FTPCurl::Private::findExistingLevel(const RemotePath& directory, int& level
 
 bool FTPCurl::Private::createBelowLevel(const RemotePath& directory, int level)
 {
-    const int deepest = directory.canonical().count(SLASH);
+    const auto deepest = directory.canonical().count(SLASH);
     while (level < deepest) {
         if (client.isInterruptionRequested()) {
             return stopInterrupted(__LINE__);

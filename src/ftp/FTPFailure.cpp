@@ -51,7 +51,7 @@ FTPFailure::Kind kindOfCode(int code)
 QString refusalOf(const FTPCurl& client)
 {
     const QString message = client.errorText();
-    const int position = message.lastIndexOf(QLatin1String(": expected "));
+    const auto position = message.lastIndexOf(QLatin1String(": expected "));
     const bool isRefusal = position >= 0 && message.indexOf(QLatin1String("; the server showed "), position) >= 0;
     return isRefusal ? message.mid(position) : QString();
 }

@@ -30,7 +30,7 @@ ListingReader::ListingReader(const QByteArray& listing, const QString& directory
 /// One line at a time: a listing may have a million of them.
 QByteArray ListingReader::takeLine()
 {
-    int end = mListing.indexOf('\n', mPosition);
+    auto end = mListing.indexOf('\n', mPosition);
     if (end < 0) {
         end = mListing.size();
     }
@@ -44,7 +44,7 @@ bool ListingReader::readLine(ListingEntry& entry)
 {
     QByteArray line = takeLine();
     ftpparser_entry parsed;
-    if (ftpparser(&parsed, line.data(), line.size()) != 1) {
+    if (ftpparser(&parsed, line.data(), static_cast<int>(line.size())) != 1) {
         return false;
     }
     const QString name = (mIsUtf8 ? QString::fromUtf8(parsed.name, parsed.name_length)

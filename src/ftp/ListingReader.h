@@ -36,5 +36,5 @@ private:
     const QByteArray& mListing;
     QString mPrefix;
     bool mIsUtf8;
-    int mPosition = 0;
+    QByteArray::size_type mPosition = 0;
 };

@@ -170,7 +170,7 @@ bool HTTPCurl::performPost(curl_httppost* form, const QString& url, bool sendsIn
 
 void HTTPCurl::formatBinaryResponse()
 {
-    const int separator = mState->response.indexOf(SEPARATOR_BINARY);
+    const auto separator = mState->response.indexOf(SEPARATOR_BINARY);
     if (separator < 0) {
         return;
     }

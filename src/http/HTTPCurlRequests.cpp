@@ -281,7 +281,7 @@ size_t HTTPCurl::writeResponse(char* ptr, size_t size, size_t count, void* clien
     const size_t bytes = size * count;
     const auto room = static_cast<size_t>(std::numeric_limits<int>::max() - response.size());
     if (bytes >= room) {
-        return 0; // A byte array holds no more; libcurl reports a write error.
+        return 0; // With Qt 5 a byte array holds no more; libcurl reports a write error.
     }
     try {
         response.append(ptr, static_cast<int>(bytes));

@@ -66,7 +66,7 @@ bool PartialFile::takeHeaderLine(const QByteArray& line)
     if (text.isEmpty()) {
         return acceptHead();
     }
-    const int colon = text.indexOf(':');
+    const auto colon = text.indexOf(':');
     takeField(text.left(colon).toLower(), text.mid(colon + 1).trimmed());
     return true;
 }

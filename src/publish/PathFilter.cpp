@@ -77,7 +77,7 @@ bool PathFilter::excludes(const QString& path, bool isFolder) const
 
 bool PathFilter::excludesWithParents(const QString& path) const
 {
-    for (int slash = path.indexOf(SLASH); slash >= 0; slash = path.indexOf(SLASH, slash + 1)) {
+    for (auto slash = path.indexOf(SLASH); slash >= 0; slash = path.indexOf(SLASH, slash + 1)) {
         if (excludes(path.left(slash), true)) {
             return true;
         }

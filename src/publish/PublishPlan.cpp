@@ -6,7 +6,7 @@ void PublishPlan::addFile(const QByteArray& name, qint64 size, int folder)
     file.size = size;
     file.folder = folder;
     file.nameBegin = names.size();
-    file.nameSize = name.size();
+    file.nameSize = static_cast<int>(name.size());
     names += name;
     files.push_back(file);
 }

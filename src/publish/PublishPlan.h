@@ -24,7 +24,7 @@ struct PlannedFile
     qint64 recordedSize = -1; ///< in the record on the server; -1 when it is not there
     Digest digest {}; ///< of a file that is sent or unchanged
     int folder = 0;
-    int nameBegin = 0; ///< in PublishPlan::names
+    qint64 nameBegin = 0; ///< in PublishPlan::names
     int nameSize = 0;
     State state = ToSend;
     quint8 failures = 0; ///< so far, of the connection or the verification

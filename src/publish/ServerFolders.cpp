@@ -67,8 +67,8 @@ bool ServerFolders::find(const QString& path, std::optional<RemoteEntry>& found)
 bool ServerFolders::findFolder(const QString& folder, bool& isThere)
 {
     isThere = true;
-    for (int end = folder.indexOf(SLASH); end >= 0 && isThere; end = folder.indexOf(SLASH, end + 1)) {
-        const int begin = folder.lastIndexOf(SLASH, end - 1) + 1;
+    for (auto end = folder.indexOf(SLASH); end >= 0 && isThere; end = folder.indexOf(SLASH, end + 1)) {
+        const auto begin = folder.lastIndexOf(SLASH, end - 1) + 1;
         const Entries* const entries = list(folder.left(begin));
         if (!entries) {
             return false;

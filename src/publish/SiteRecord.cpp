@@ -67,8 +67,8 @@ std::optional<SiteRecord::Entry> SiteRecord::take(const QByteArray& path)
 /// A line without its end was cut off.
 bool SiteRecord::readLine(const QByteArray& line)
 {
-    const int size = line.indexOf(' ');
-    const int digest = line.indexOf(' ', size + 1);
+    const auto size = line.indexOf(' ');
+    const auto digest = line.indexOf(' ', size + 1);
     if (size < 0 || digest < 0 || !line.endsWith('\n')) {
         return false;
     }

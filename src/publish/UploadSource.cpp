@@ -76,7 +76,7 @@ qint64 UploadSource::readData(char* data, qint64 maxSize)
     // A file that grows would be longer than announced.
     const qint64 count = mFile.read(data, qMin(maxSize, mSize - mRead));
     if (count > 0) {
-        mHash.addData(data, static_cast<int>(count));
+        mHash.addData(QByteArray::fromRawData(data, static_cast<int>(count)));
         mRead += count;
     }
     return count;

@@ -63,7 +63,7 @@ HttpQuerySingleParameter HttpQueryParameters::at(int i) const
 
 int HttpQueryParameters::count() const
 {
-    return mParameters.count();
+    return static_cast<int>(mParameters.count());
 }
 
 int HttpQueryParameters::indexOf(const QString& key) const

@@ -3,14 +3,30 @@
 #include <QDateTime>
 #include <QtGlobal>
 
+#include <random>
+
 namespace {
 
 constexpr int MIN_BUILD_LENGTH = 5;
 constexpr int BUILD_LENGTH_BOUND = 15;
 
+/// The first number after a seed, the same on all versions of Qt.
+int randomNumber(quint32 seed)
+{
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+    QT_WARNING_PUSH
+    QT_WARNING_DISABLE_DEPRECATED
+    qsrand(seed);
+    return qrand();
+    QT_WARNING_POP
+#else
+    return static_cast<int>(std::minstd_rand(seed)()); // the generator of Qt 5.15
+#endif
+}
+
 template <class List> auto pick(const List& values)
 {
-    return values.at(HttpUserAgentGenerator::myUserAgentRand(values.size()));
+    return values.at(HttpUserAgentGenerator::myUserAgentRand(static_cast<int>(values.size())));
 }
 
 QString version(const QList<int>& majors, const QList<int>& minors, const QList<int>& patches)
@@ -36,11 +52,7 @@ const QString HttpUserAgentGenerator::AndroidBuildVersion = "ABCDEFGHIJKLMNOPQRS
 int HttpUserAgentGenerator::myUserAgentRand(int n)
 {
     // Deliberate: seeded before every pick, so that all picks within one second are correlated.
-    QT_WARNING_PUSH
-    QT_WARNING_DISABLE_DEPRECATED
-    qsrand(static_cast<uint>(QDateTime::currentSecsSinceEpoch()));
-    return qrand() % n;
-    QT_WARNING_POP
+    return randomNumber(static_cast<quint32>(QDateTime::currentSecsSinceEpoch())) % n;
 }
 
 QString HttpUserAgentGenerator::dalvikRandomVersion()

@@ -14,7 +14,7 @@ constexpr int MAX_PADDING_BYTES = 16 * 1024 * 1024;
 QByteArray SecuredEnvelope::header(const QByteArray& payload)
 {
     char length[LENGTH_BYTES];
-    qToLittleEndian<qint32>(payload.size(), length);
+    qToLittleEndian(static_cast<qint32>(payload.size()), length); // more is not encrypted
     return MARKER + QByteArray(length, LENGTH_BYTES);
 }
 
@@ -25,7 +25,7 @@ std::optional<QByteArray> SecuredEnvelope::open(QByteArray envelope)
     }
     const int length = qMax(qFromLittleEndian<qint32>(envelope.constData() + MARKER.size()), 0);
     envelope.remove(0, HEADER_BYTES);
-    const int missing = length - envelope.size();
+    const auto missing = length - envelope.size();
     if (missing > MAX_PADDING_BYTES) {
         return std::nullopt;
     }

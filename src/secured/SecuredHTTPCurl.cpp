@@ -9,10 +9,14 @@
 
 #include <QFile>
 
+#include <limits>
+
 namespace {
 
 constexpr int RSA_KEY_BITS = 1024;
 constexpr int AES_KEY_BITS = 128;
+/// Envelope and encryption count bytes in 32 bits, and need some themselves.
+constexpr qint64 MAX_FILE_BYTES = std::numeric_limits<qint32>::max() - 64;
 
 const QString SUCCESS = QStringLiteral("success");
 const QString DATA = QStringLiteral("data");
@@ -197,6 +201,11 @@ bool SecuredHTTPCurl::postForm(const QString& url, const QJsonObject& json, cons
     }
     if (!checkIdle()) {
         return false;
+    }
+    if (fileData.size() > MAX_FILE_BYTES) {
+        raiseError(*this, BAD_PARAMETER, "BAD_PARAMETER", { "SecuredHTTPCurl", __LINE__ },
+            QStringLiteral("A file of 2 GiB or more cannot be encrypted"));
+        return dropUnlessGood(false);
     }
     // A copy: fileData may be a response of this object, which the first post replaces.
     const QByteArray file = fileData; // NOLINT(performance-unnecessary-copy-initialization)

@@ -25,6 +25,33 @@ class FTPCurlTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    // The first one: after the look-up of a proxy, which Qt 6 leaves to a thread, that of a forked process never ends.
+    void endsTheProcessForAnUnknownProtocol()
+    {
+        const std::map<QByteArray, Operation> cases { { "list(const QString &, VirtualFileList &)", listing },
+            { "internal_mkdir(const QString &)", FTP(internal_mkdir("a")) },
+            { "internal_chmod(const QString &, int)", FTP(internal_chmod("a", 1)) },
+            { "removeSimpleResource(const QString &, bool)", FTP(removeSimpleResource("a", true)) } };
+        for (const auto& [function, operation] : cases) {
+            QFile messages(fileWith(""));
+            messages.open(QIODevice::ReadWrite);
+            const pid_t child = fork();
+            if (child == 0) {
+                dup2(messages.handle(), STDERR_FILENO);
+                qInstallMessageHandler(nullptr);
+                FTPCurl ftp;
+                ftp.initHost(FtpTarget(FTPSettings::FTP | FTPSettings::FTPS_EXPLICIT, 1));
+                operation(ftp);
+                _exit(0);
+            }
+            int status = 0;
+            waitpid(child, &status, 0);
+            messages.seek(0);
+            QCOMPARE(WIFSIGNALED(status) ? WTERMSIG(status) : 0, SIGABRT);
+            QCOMPARE(messages.readAll().trimmed(), "bool FTPCurl::" + function + ": Unknown protocol");
+        }
+    }
+
     void namesPaths()
     {
         const QMap<QString, int> protocols { { "ftp", FTPSettings::FTP }, { "ftps", FTPSettings::FTPS_IMPLICIT },
@@ -132,32 +159,6 @@ private Q_SLOTS:
         QCOMPARE(FTPCurl::fread(&byte, 2, 3, nullptr), size_t(6));
         QCOMPARE(FTPCurl::fwrite(&byte, 2, 3, nullptr), size_t(6));
         QCOMPARE(FTPCurl::progress(nullptr, 0, 0, 1, 1), 0);
-    }
-
-    void endsTheProcessForAnUnknownProtocol()
-    {
-        const std::map<QByteArray, Operation> cases { { "list(const QString &, VirtualFileList &)", listing },
-            { "internal_mkdir(const QString &)", FTP(internal_mkdir("a")) },
-            { "internal_chmod(const QString &, int)", FTP(internal_chmod("a", 1)) },
-            { "removeSimpleResource(const QString &, bool)", FTP(removeSimpleResource("a", true)) } };
-        for (const auto& [function, operation] : cases) {
-            QFile messages(fileWith(""));
-            messages.open(QIODevice::ReadWrite);
-            const pid_t child = fork();
-            if (child == 0) {
-                dup2(messages.handle(), STDERR_FILENO);
-                qInstallMessageHandler(nullptr);
-                FTPCurl ftp;
-                ftp.initHost(FtpTarget(FTPSettings::FTP | FTPSettings::FTPS_EXPLICIT, 1));
-                operation(ftp);
-                _exit(0);
-            }
-            int status = 0;
-            waitpid(child, &status, 0);
-            messages.seek(0);
-            QCOMPARE(WIFSIGNALED(status) ? WTERMSIG(status) : 0, SIGABRT);
-            QCOMPARE(messages.readAll().trimmed(), "bool FTPCurl::" + function + ": Unknown protocol");
-        }
     }
 
     void converses_data()

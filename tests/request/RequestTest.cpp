@@ -3,6 +3,8 @@
 
 #include <QtTest>
 
+#include <random>
+
 class RequestTest : public QObject
 {
     Q_OBJECT
@@ -48,13 +50,17 @@ private Q_SLOTS:
     {
         QString agent;
         QString again;
+        int number = 0;
         qint64 second = 0;
         do { // until no second ended in between
             second = QDateTime::currentSecsSinceEpoch();
+            number = HttpUserAgentGenerator::myUserAgentRand(RAND_MAX);
             agent = HttpUserAgentGenerator::generateAndroidRandomUserAgent();
             again = HttpUserAgentGenerator::generateAndroidRandomUserAgent();
         } while (QDateTime::currentSecsSinceEpoch() != second);
         QCOMPARE(agent, again);
+        // The generator of Qt 5.15, which Qt 6 does not have.
+        QCOMPARE(number, int(std::minstd_rand(static_cast<quint32>(second))()) % RAND_MAX);
         // The picks agree with each other: two versions of five, and all characters of the build.
         const QRegularExpression shape(
             R"(^Dalvik/1\.[4-6]\.\d \(Linux; U; Android [2-4]\.([0-4])\.\1; [\w -]+ Build/(.)\2{4,13}\)$)");
