@@ -70,7 +70,7 @@ private Q_SLOTS:
         QCOMPARE(errorOf(downloader, server.url(), path("page")), QString());
         QCOMPARE(FileUtils::readFileContent(path("page")), QByteArray("abcdef"));
         QCOMPARE(QDir(mFolder->path()).entryList({ "page*" }, QDir::Files), QStringList("page"));
-        QTEST(server.requests().size(), "requests");
+        QTEST(int(server.requests().size()), "requests");
         const bool asksForTheRest = server.requests().at(1).contains("\r\nRange: bytes=3-\r\n");
         QCOMPARE(server.requests().at(1).contains("\r\nIf-Range: "), asksForTheRest);
         QCOMPARE(asksForTheRest, second != WHOLE || QByteArray(QTest::currentDataTag()) == "the whole");
