@@ -5,20 +5,27 @@ include(GenerateExportHeader)
 
 # The platform layers that public headers include.
 set(TAVREL_EXPORTED_PLATFORM cryptography foundation serialisation)
-set(TAVREL_PLATFORM_INCLUDEDIR "${CMAKE_INSTALL_INCLUDEDIR}/tavrel/platform")
+
+set(TAVREL_INCLUDEDIR "${CMAKE_INSTALL_INCLUDEDIR}")
+if(NOT TAVREL_QT EQUAL 5)
+    string(APPEND TAVREL_INCLUDEDIR "/${TAVREL_NAME}")
+endif()
+set(TAVREL_PLATFORM_INCLUDEDIR "${TAVREL_INCLUDEDIR}/tavrel/platform")
 
 set_target_properties(tavrel PROPERTIES
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR}
     EXPORT_NAME Tavrel
+    OUTPUT_NAME ${TAVREL_NAME}
     LINKER_LANGUAGE CXX
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
     INSTALL_RPATH_USE_LINK_PATH ON) # for dependencies outside the system's folders
 target_compile_features(tavrel PUBLIC cxx_std_17)
 target_link_libraries(tavrel
-    PUBLIC Qt5::Core Qt5::Xml CURL::libcurl
-    PRIVATE Qt5::Network Qt5::Widgets OpenSSL::Crypto OpenSSL::SSL $<BUILD_INTERFACE:tavrel_compile_options>)
+    PUBLIC Qt${TAVREL_QT}::Core Qt${TAVREL_QT}::Xml CURL::libcurl
+    PRIVATE Qt${TAVREL_QT}::Network Qt${TAVREL_QT}::Widgets OpenSSL::Crypto OpenSSL::SSL
+        $<BUILD_INTERFACE:tavrel_compile_options>)
 if(WIN32)
     target_link_libraries(tavrel PRIVATE ws2_32)
 elseif(NOT APPLE)
@@ -38,7 +45,7 @@ target_include_directories(tavrel PUBLIC
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/platform>
     $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/exports>
-    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
+    $<INSTALL_INTERFACE:${TAVREL_INCLUDEDIR}>
     $<INSTALL_INTERFACE:${TAVREL_PLATFORM_INCLUDEDIR}>)
 
 generate_export_header(tavrel BASE_NAME tavrel
@@ -52,7 +59,7 @@ if(NOT TAVREL_INSTALL)
     return()
 endif()
 
-install(TARGETS tavrel EXPORT TavrelTargets
+install(TARGETS tavrel EXPORT ${TAVREL_PACKAGE}Targets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
     RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
@@ -60,7 +67,7 @@ install(TARGETS tavrel EXPORT TavrelTargets
 get_property(public_headers TARGET tavrel PROPERTY TAVREL_PUBLIC_HEADERS)
 list(TRANSFORM public_headers PREPEND "${PROJECT_SOURCE_DIR}/include/tavrel/")
 install(FILES ${public_headers} "${PROJECT_BINARY_DIR}/exports/tavrel/tavrel_export.h"
-    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tavrel)
+    DESTINATION ${TAVREL_INCLUDEDIR}/tavrel)
 foreach(layer IN LISTS TAVREL_EXPORTED_PLATFORM)
     get_property(headers TARGET tavrel PROPERTY TAVREL_HEADERS_${layer})
     # For the library's own layers only.
@@ -79,20 +86,20 @@ if(NOT BUILD_SHARED_LIBS)
     string(APPEND TAVREL_PC_REQUIRES ", libssl >= 1.1.1, libcrypto >= 1.1.1")
 endif()
 foreach(component IN LISTS TAVREL_QT_COMPONENTS)
-    string(PREPEND TAVREL_PC_REQUIRES "Qt5${component} >= 5.15, ")
+    string(PREPEND TAVREL_PC_REQUIRES "Qt${TAVREL_QT}${component} >= ${TAVREL_QT_VERSION}, ")
 endforeach()
 list(JOIN TAVREL_QT_COMPONENTS " " TAVREL_QT_COMPONENTS)
 
-set(config_dir "${CMAKE_INSTALL_LIBDIR}/cmake/Tavrel")
-configure_package_config_file(cmake/TavrelConfig.cmake.in "${PROJECT_BINARY_DIR}/TavrelConfig.cmake"
+set(config_dir "${CMAKE_INSTALL_LIBDIR}/cmake/${TAVREL_PACKAGE}")
+configure_package_config_file(cmake/TavrelConfig.cmake.in "${PROJECT_BINARY_DIR}/${TAVREL_PACKAGE}Config.cmake"
     INSTALL_DESTINATION "${config_dir}"
     PATH_VARS TAVREL_TRANSLATIONSDIR)
-write_basic_package_version_file("${PROJECT_BINARY_DIR}/TavrelConfigVersion.cmake" COMPATIBILITY SameMajorVersion)
-install(FILES "${PROJECT_BINARY_DIR}/TavrelConfig.cmake" "${PROJECT_BINARY_DIR}/TavrelConfigVersion.cmake"
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/${TAVREL_PACKAGE}ConfigVersion.cmake" COMPATIBILITY SameMajorVersion)
+install(FILES "${PROJECT_BINARY_DIR}/${TAVREL_PACKAGE}Config.cmake" "${PROJECT_BINARY_DIR}/${TAVREL_PACKAGE}ConfigVersion.cmake"
     DESTINATION "${config_dir}")
-install(EXPORT TavrelTargets NAMESPACE Tavrel:: DESTINATION "${config_dir}")
+install(EXPORT ${TAVREL_PACKAGE}Targets NAMESPACE ${TAVREL_PACKAGE}:: DESTINATION "${config_dir}")
 
 # Relative, so that an installed tree can be moved.
 file(RELATIVE_PATH TAVREL_PC_PREFIX "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
-configure_file(cmake/tavrel.pc.in "${PROJECT_BINARY_DIR}/tavrel.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/tavrel.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+configure_file(cmake/tavrel.pc.in "${PROJECT_BINARY_DIR}/${TAVREL_NAME}.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/${TAVREL_NAME}.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")

@@ -1,5 +1,6 @@
 # Uses the library as a consumer does: installed as a shared and as a static library, with CMake, with pkg-config and each
-# header alone, and in the tree of an application. DEPENDENCIES is the CMAKE_PREFIX_PATH that the library was built with.
+# header alone, and in the tree of an application. DEPENDENCIES is the CMAKE_PREFIX_PATH that the library was built with,
+# TAVREL_QT the major version of Qt, NAME the name of the library.
 cmake_policy(VERSION 3.16)
 
 set(work "${BUILD_DIR}/package-test")
@@ -16,7 +17,7 @@ function(run)
     set(output "${output}" PARENT_SCOPE)
 endfunction()
 
-run(ldd "${BUILD_DIR}/libtavrel.so")
+run(ldd "${BUILD_DIR}/lib${NAME}.so")
 string(REGEX MATCH "libcurl[^ ]* => [^ ]+" libcurl "${output}")
 
 # A consumer runs with the libcurl that the library was built with.
@@ -30,7 +31,7 @@ endfunction()
 
 function(configure source build)
     run(${CMAKE_COMMAND} -S "${SOURCE_DIR}/${source}" -B "${build}" -G "${GENERATOR}"
-        -D CMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror" ${ARGN})
+        -D TAVREL_QT=${TAVREL_QT} -D CMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror" ${ARGN})
 endfunction()
 
 # Builds examples with the library installed in a prefix; leaves the flags of pkg-config in flags.
@@ -43,11 +44,11 @@ function(check_prefix prefix)
     run(${CMAKE_COMMAND} --build "${prefix}/examples" --target ${ARGN})
     run_consumer("${prefix}/examples/post")
 
-    file(GLOB_RECURSE pc "${prefix}/*/tavrel.pc")
+    file(GLOB_RECURSE pc "${prefix}/*/${NAME}.pc")
     get_filename_component(pc_folder "${pc}" DIRECTORY)
     get_filename_component(libdir "${pc_folder}" DIRECTORY)
     set(ENV{PKG_CONFIG_PATH} "${pc_folder}:${dependencies_pkgconfig}")
-    run(pkg-config --cflags --libs tavrel)
+    run(pkg-config --cflags --libs ${NAME})
     separate_arguments(flags UNIX_COMMAND "${output}")
     list(APPEND flags -Wl,-rpath,${libdir})
     set(common "${SOURCE_DIR}/examples/common")
@@ -75,7 +76,7 @@ foreach(with_fetch_content OFF ON)
     run_consumer("${build}/post")
 endforeach()
 run(${CMAKE_COMMAND} --install "${build}" --prefix "${work}/static")
-file(GLOB_RECURSE archive "${work}/static/*/libtavrel.a")
+file(GLOB_RECURSE archive "${work}/static/*/lib${NAME}.a")
 if(NOT archive)
     message(FATAL_ERROR "no static library is installed")
 endif()
