@@ -16,7 +16,9 @@ start_delay() {
         ip link set lo up
         ip address add 10.9.0.1/24 dev bench0
         ip link set bench0 mtu 1500 up
-        echo 1 > /proc/sys/net/ipv4/conf/bench0/route_localnet'
+        echo 1 > /proc/sys/net/ipv4/conf/bench0/route_localnet
+        # Every kernel has it. Others (bbr) hold back the parts of small files.
+        echo reno > /proc/sys/net/ipv4/tcp_congestion_control'
 }
 
 in_delay() { nsenter --net="/proc/$delay_pid/ns/net" "$@"; }
