@@ -29,7 +29,7 @@
 #define TCP ((unsigned)6)
 #define MICROSECONDS ((int64_t)1000000)
 
-/* What waking up costs on each way, so that ping shows the time asked for. */
+/* Time to wake up on each way, so that ping shows the time asked for. */
 #define WAKING_UP ((int64_t)150)
 
 #define CLIENT 0x0a090001U
