@@ -13,6 +13,10 @@ make_sites() {
         mkdir -p "large-site/$directory"
         (cd "large-site/$directory" && head -c 200K /dev/urandom | split -a 2 -b 2K - page)
     done
+    for directory in $(seq -w 200); do
+        mkdir -p "many/$directory"
+        (cd "many/$directory" && seq -f 'page%g.html' 500 | xargs touch)
+    done
 }
 
 is_of_site() {
@@ -51,7 +55,10 @@ prepare_site() {
     case $1 in
     folder-ftp) rm -rf ftp/site && work=(ftp 127.0.0.1 "$FTP_PORT" "" "$folder/files" 4) ;;
     folder-sftp) rm -rf "$sftp_folder/site" && work=(sftp 127.0.0.1 "$sftp_port" "$sftp_root" "$folder/files" 4) ;;
-    folder-bytes) rm -rf ftp/site && work=(bytes ftp 127.0.0.1 "$FTP_PORT" "" "$folder/tree") ;;
+    folder-bytes)
+            rm -rf ftp/site ftp/small
+            work=(bytes ftp 127.0.0.1 "$FTP_PORT" "" "$folder/many" "$folder/tree")
+            ;;
     site?-ftp-far) rm -rf far/ftp/site && work=("${far_ftp[@]}" "$folder/small-site" "${1:4:1}") ;;
     site?-sftp-far) rm -rf "far/$sftp_folder/site" && work=("${far_sftp[@]}" "$folder/small-site" "${1:4:1}") ;;
     changed-ftp-far)

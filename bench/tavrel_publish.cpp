@@ -1,7 +1,8 @@
 // Publishing a folder with FolderPublisher. STORE stands for "ftp|sftp HOST PORT ROOT"; the site is ROOT/site.
 //
 //   bench_tavrel_publish folder STORE FOLDER CONNECTIONS   sends what differs from the record of the site
-//   bench_tavrel_publish bytes STORE FOLDER                sends a folder; prints the memory per file beyond its path
+//   bench_tavrel_publish bytes STORE FOLDER SMALL-FOLDER   sends both; prints how much more memory a file of the larger
+//                                                          one takes, beyond its path
 
 #include "program.h"
 #include "report.h"
@@ -11,7 +12,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QTemporaryDir>
 
 #include <cstdio>
 
@@ -54,23 +54,34 @@ qint64 statusBytes(const QByteArray& name)
     return text.mid(text.indexOf(name)).simplified().split(' ').value(1).toLongLong() * KIB;
 }
 
-bool printBytes(const FTPSettings& settings, const QString& folder)
+/// The peak memory after a folder was published, without the paths of its files.
+bool peakBytes(const QStringList& store, const QString& folder, qint64& bytes, int& files)
 {
-    // The first run allocates memory that every run needs.
-    const QTemporaryDir empty;
     PublishReport report;
-    if (!publish(settings, empty.path(), DEFAULT_CONNECTIONS, report)) {
+    if (!publish(BenchSettings(store), folder, DEFAULT_CONNECTIONS, report)) {
         return false;
     }
-    const qint64 before = statusBytes("VmRSS:");
-    if (!publish(settings, folder, DEFAULT_CONNECTIONS, report)) {
-        return false;
-    }
-    qint64 grown = statusBytes("VmHWM:") - before;
+    bytes = statusBytes("VmHWM:");
     for (const QString& path : report.sent) {
-        grown -= path.size() * static_cast<qint64>(sizeof(QChar));
+        bytes -= path.size() * static_cast<qint64>(sizeof(QChar));
     }
-    std::printf("%.1f\n", static_cast<double>(grown) / report.sent.size());
+    files = static_cast<int>(report.sent.size());
+    return true;
+}
+
+/// Both runs have the same sessions and buffers, which do not depend on the number of files.
+bool printBytes(const QStringList& store, const QString& folder, const QString& smallFolder)
+{
+    QStringList otherSite = store;
+    otherSite[3] += QStringLiteral("/small");
+    qint64 bytes = 0;
+    qint64 fewerBytes = 0;
+    int files = 0;
+    int fewerFiles = 0;
+    if (!peakBytes(otherSite, smallFolder, fewerBytes, fewerFiles) || !peakBytes(store, folder, bytes, files)) {
+        return false;
+    }
+    std::printf("%.1f\n", static_cast<double>(bytes - fewerBytes) / (files - fewerFiles));
     return true;
 }
 
@@ -79,7 +90,7 @@ bool run(const QStringList& arguments)
     const BenchSettings settings(arguments.mid(2));
     const QString folder = arguments.value(6);
     if (arguments.value(1) == QLatin1String("bytes")) {
-        return printBytes(settings, folder);
+        return printBytes(arguments.mid(2), folder, arguments.value(7));
     }
     const Moment start = momentNow();
     PublishReport report;

@@ -97,7 +97,7 @@ bool FTPCurl::isValid()
 
 CURL* FTPCurl::curlhandle() const
 {
-    return mPrivate->session.handle();
+    return mPrivate->session.lend();
 }
 
 const FTPSettings& FTPCurl::ftpSettings() const

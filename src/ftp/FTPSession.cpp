@@ -132,10 +132,6 @@ bool FTPSession::open(const FTPSettings& settings)
     // SFTP sends as much as the buffer holds before it waits for the server; FTP does not wait.
     const bool isSftp = mProtocol == FTPSettings::SFTP;
     curl_easy_setopt(mHandle, CURLOPT_UPLOAD_BUFFERSIZE, isSftp ? SFTP_UPLOAD_BUFFER_BYTES : FTP_UPLOAD_BUFFER_BYTES);
-    if (isSftp) {
-        // Without any limit libcurl (7.88) watches the socket without a pause until a file is closed.
-        curl_easy_setopt(mHandle, CURLOPT_TIMEOUT, NO_TIME_OUT_SECONDS);
-    }
     // A session is idle for as long as its user is; this detects a peer that has gone.
     curl_easy_setopt(mHandle, CURLOPT_TCP_KEEPALIVE, 1L);
     setSecurity();
@@ -189,6 +185,7 @@ void FTPSession::close()
     mLoop.reset();
     mDirectory = QString();
     mReason = {};
+    mIsLent = false;
     if (mHandle) {
         curl_easy_reset(mHandle);
         curl_easy_cleanup(mHandle);
@@ -268,6 +265,7 @@ CURLcode FTPSession::runOnce(VFSCurlData& data)
     mReason = {};
     mErrorText.front() = '\0';
     setUrl(data.url);
+    setTimeLimit(!mLoop->isQuick());
     RequestOptions::set(mHandle, data);
     const CURLcode code = mLoop->perform(mHandle, data.owner->interruption());
     RequestOptions::clear(mHandle);
@@ -280,6 +278,22 @@ CURLcode FTPSession::runOnce(VFSCurlData& data)
         mLoop->setAcknowledgesAtOnce(false); // logged in
     }
     return code;
+}
+
+CURL* FTPSession::lend()
+{
+    setTimeLimit(true);
+    mIsLent = true;
+    return mHandle;
+}
+
+/// Without any limit libcurl (7.88) watches the socket without a pause until a file is closed over SFTP, which pays
+/// only when the server is as quick as in the loop.
+void FTPSession::setTimeLimit(bool isLimited)
+{
+    if (mProtocol == FTPSettings::SFTP && mHandle && !mIsLent) {
+        curl_easy_setopt(mHandle, CURLOPT_TIMEOUT, isLimited ? NO_TIME_OUT_SECONDS : 0L);
+    }
 }
 
 /// Commands all have the same one.

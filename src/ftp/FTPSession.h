@@ -58,6 +58,8 @@ public:
 
     /// Null when the session is closed.
     CURL* handle() const { return mHandle; }
+    /// The handle for the application, whose options stay.
+    CURL* lend();
     /// True within perform(), for the slots of the signals that it emits.
     bool isRunning() const { return mIsRunning; }
 
@@ -84,6 +86,7 @@ private:
     CURLcode run(VFSCurlData& data);
     CURLcode runOnce(VFSCurlData& data);
     void setUrl(const QUrl& url);
+    void setTimeLimit(bool isLimited);
     /// Whether libcurl would not enter the directory of a request, as it takes the connection to be there, although
     /// somebody may have removed it since.
     bool mayHaveLostDirectory(const VFSCurlData& data) const;
@@ -104,6 +107,7 @@ private:
     RequestReason mReason;
     std::array<char, CURL_ERROR_SIZE> mErrorText {};
     int mStallTimeOut = 0; ///< in seconds
+    bool mIsLent = false; ///< to the application, which may set options itself
     QUrl mUrl; ///< of the last request
     QByteArray mEncodedUrl; ///< of mUrl
     QString mDirectory; ///< of the last request, relative to the login directory; empty there

@@ -34,6 +34,9 @@ public:
     /// for this long. Zero, the default, waits without a bound.
     void setStallTimeOut(std::chrono::milliseconds timeOut) { mStallTimeOut = timeOut; }
 
+    /// Whether the last transfer took so little time that waiting without a pause pays.
+    bool isQuick() const { return mIsQuick; }
+
     /// For a server that holds an answer back until the one before is acknowledged.
     void setAcknowledgesAtOnce(bool isOn) { mAcknowledgesAtOnce = isOn; }
 
@@ -59,5 +62,5 @@ private:
     std::chrono::milliseconds mStallTimeOut { 0 };
     std::chrono::steady_clock::time_point mLastActivity;
     bool mAcknowledgesAtOnce = false;
-    bool mIsQuick = true; ///< the last transfer was, so that watching the next one without a pause may pay
+    bool mIsQuick = true;
 };
