@@ -2,8 +2,9 @@
 
 namespace {
 
-// Deliberate: not larger. malloc places a block of 128 KiB or more at the beginning of a page, like libcurl's buffer, and
-// some processors (AMD Zen) copy twenty times slower if the target is a few bytes further into its page than the source.
+// Deliberate: not larger. malloc places a block of 128 KiB or more at the beginning of a page, like libcurl's buffer,
+// and some processors (AMD Zen) copy twenty times slower if the target is a few bytes further into its page than the
+// source.
 constexpr int BATCH_BYTES = 64 * 1024;
 constexpr qint64 LONGEST_HOLD_MS = 100;
 

@@ -175,8 +175,14 @@ struct Bench
         expect(left == OLD_CONTENT || CONTENT.startsWith(left));
         return ends;
     }
-    /// Plays a session that breaks at a byte, and once more with a server that behaves.
-    void playBroken(const Session& session, int at, Fault::Way way, const std::vector<qint64>& ends)
+    struct Outcome
+    {
+        size_t done = 0; ///< calls that succeeded
+        size_t doneNext = 0; ///< the same on the same object, with a server that behaves
+        qint64 took = 0; ///< ms from the fault to the end of the call
+        QString error;
+    };
+    Outcome playTwice(const Session& session, int at, Fault::Way way)
     {
         std::atomic<qint64> brokenAt { 0 };
         const auto onBreak = [&] {
@@ -185,24 +191,37 @@ struct Bench
                 session.owner.requestInterruption();
             }
         };
+        Outcome outcome;
         session.server.setFault({ way, at, onBreak });
-        const size_t done = play(session).size();
-        const qint64 took = testClock.elapsed() - brokenAt;
+        outcome.done = play(session).size();
+        outcome.took = testClock.elapsed() - brokenAt;
         session.server.setFault();
-        const QString error = session.error();
-        note(told, error);
+        outcome.error = session.error();
+        note(told, outcome.error);
         thread.clearInterruption();
-        const size_t doneNext = play(session).size();
+        outcome.doneNext = play(session).size();
+        return outcome;
+    }
+    /// Plays a session that breaks at a byte, and checks what comes of it.
+    void playBroken(const std::function<Session()>& open, int at, Fault::Way way, const std::vector<qint64>& ends)
+    {
+        Outcome outcome = playTwice(open(), at, way);
+        // A stall of the machine does not happen twice.
+        if (outcome.took > MAX_RETURN_MS) {
+            outcome = playTwice(open(), at, way);
+        }
 
         // All of a call has arrived before the byte, or just then.
         const auto least = size_t(std::lower_bound(ends.begin(), ends.end(), at) - ends.begin());
         const auto most = size_t(std::upper_bound(ends.begin(), ends.end(), at) - ends.begin());
-        const bool isRight = done >= least && done <= most && !error.isEmpty() && doneNext == ends.size();
-        if (!isRight || took > MAX_RETURN_MS || !isSound) {
+        const bool isRight = outcome.done >= least && outcome.done <= most && !outcome.error.isEmpty()
+            && outcome.doneNext == ends.size();
+        if (!isRight || outcome.took > MAX_RETURN_MS || !isSound) {
             const QString text = "byte %1, way %2: %3 calls succeed, %4 ms, error \"%5\", then %6, sound: %7";
             note(problems,
-                text.arg(QString::number(at), QString::number(way), QString::number(done), QString::number(took), error,
-                    QString::number(doneNext), QString::number(isSound)));
+                text.arg(QString::number(at), QString::number(way), QString::number(outcome.done),
+                    QString::number(outcome.took), outcome.error, QString::number(outcome.doneNext),
+                    QString::number(isSound)));
         }
         isSound = true;
     }
@@ -248,7 +267,7 @@ private:
             worker = std::async(std::launch::async, [&] {
                 Bench own;
                 for (int i = next.fetch_add(STRIDE); i < count; i = next.fetch_add(STRIDE)) {
-                    own.playBroken((own.*open)(), i / WAYS, Fault::Way(i % WAYS), ends);
+                    own.playBroken([&] { return (own.*open)(); }, i / WAYS, Fault::Way(i % WAYS), ends);
                 }
             });
         }
