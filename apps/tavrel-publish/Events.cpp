@@ -5,7 +5,7 @@
 
 namespace {
 
-constexpr int OCTAL = 8;
+constexpr int PERMISSIONS_BASE = 8;
 
 } // namespace
 
@@ -24,7 +24,8 @@ QJsonObject Events::file(const QString& path, const QString& outcome, const QStr
 QJsonObject Events::entry(const RemoteEntry& entry, const QString& path)
 {
     static const char* const kinds[] = { "file", "folder", "link", "other" };
-    const QString permissions = entry.permissions < 0 ? QString() : QString::number(entry.permissions, OCTAL);
+    const QString permissions
+        = entry.permissions < 0 ? QString() : QString::number(entry.permissions, PERMISSIONS_BASE);
     return { { "event", "entry" }, { "path", path }, { "kind", kinds[entry.kind] }, { "permissions", permissions },
         { "bytes", entry.size }, { "modified", entry.modified.toString(Qt::ISODate) } };
 }

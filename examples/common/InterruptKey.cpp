@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr int POLL_MS = 50;
+constexpr int WATCH_MS = 50;
 
 volatile std::sig_atomic_t sPressed = 0;
 
@@ -21,7 +21,7 @@ InterruptKey::InterruptKey(QObject* parent)
     std::signal(SIGINT, remember);
     std::signal(SIGTERM, remember);
     connect(&mTimer, &QTimer::timeout, this, &InterruptKey::poll);
-    mTimer.start(POLL_MS);
+    mTimer.start(WATCH_MS);
 }
 
 bool InterruptKey::wasPressed()

@@ -5,19 +5,14 @@
 #include <QByteArray>
 #include <QList>
 
-namespace {
-
-struct SessionDeleter
-{
-    void operator()(SSL_SESSION* session) const { SSL_SESSION_free(session); }
-};
-
-using Session = std::unique_ptr<SSL_SESSION, SessionDeleter>;
-
-} // namespace
-
 struct TlsResumption::Sessions
 {
+    struct SessionDeleter
+    {
+        void operator()(SSL_SESSION* session) const { SSL_SESSION_free(session); }
+    };
+    using Session = std::unique_ptr<SSL_SESSION, SessionDeleter>;
+
     SSL* control = nullptr; ///< null when there is no control connection
     Session unused; ///< of the control connection; a session that has been used is not resumed again
 

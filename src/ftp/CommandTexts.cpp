@@ -1,11 +1,12 @@
 #include "CommandTexts.h"
 
+#include "FileMode.h"
+
 #include <QDateTime>
 
 namespace {
 
 constexpr int MIN_MODE_DIGITS = 4;
-constexpr int OCTAL = 8;
 
 /// libcurl takes an SFTP command apart itself: a backslash before a quote or a backslash makes it part of the path.
 QString quoted(QString path)
@@ -46,7 +47,7 @@ QString CommandTexts::makeDirectory(const QString& path) const
 
 QStringList CommandTexts::changeMode(const QString& path, int mode) const
 {
-    const QString octal = QStringLiteral("%1").arg(mode, MIN_MODE_DIGITS, OCTAL, QLatin1Char('0'));
+    const QString octal = QStringLiteral("%1").arg(mode, MIN_MODE_DIGITS, FileMode::OCTAL, QLatin1Char('0'));
     if (mIsSftp) {
         const QString arguments = octal + QLatin1Char(' ') + quoted(path);
         return { QStringLiteral("chmod ") + arguments, QStringLiteral("site chmod ") + arguments };

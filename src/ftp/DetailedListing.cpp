@@ -1,5 +1,6 @@
 #include "DetailedListing.h"
 
+#include "FileMode.h"
 #include "ListingReader.h"
 
 #include <tavrel/ftpparser.h>
@@ -9,8 +10,6 @@
 
 namespace {
 
-constexpr int OCTAL = 8;
-constexpr int MAX_MODE = 07777;
 constexpr int TIME_DIGITS = 14; ///< of "20200131235959"
 constexpr qint64 MAX_SECONDS = 253402300799; ///< the end of the year 9999
 constexpr int TYPE_AND_PERMISSIONS = 10; ///< of "-rw-r--r--"
@@ -118,8 +117,8 @@ void readFact(RemoteEntry& entry, const QByteArray& name, const QByteArray& valu
         entry.modified.setTimeSpec(Qt::UTC);
         entry.timePrecision = entry.modified.isValid() ? RemoteEntry::ToTheSecond : RemoteEntry::UnknownTime;
     } else if (name == "unix.mode") {
-        const int mode = value.toInt(&isNumber, OCTAL);
-        entry.permissions = isNumber && mode >= 0 && mode <= MAX_MODE ? mode : -1;
+        const int mode = value.toInt(&isNumber, FileMode::OCTAL);
+        entry.permissions = isNumber && mode >= 0 && mode <= FileMode::MAX ? mode : -1;
     }
 }
 

@@ -1,14 +1,7 @@
 #include "FTPCurlPrivate.h"
+#include "FileMode.h"
 
 #include <QFileInfo>
-
-namespace {
-
-const QChar SLASH = QLatin1Char('/');
-constexpr int MAX_MODE = 07777;
-constexpr int OCTAL = 8;
-
-} // namespace
 
 bool FTPCurl::resourceExists(const QString& path, bool& exists)
 {
@@ -36,13 +29,13 @@ bool FTPCurl::createDirectory(const QString& directory)
     if (!mPrivate->checkUsable()) {
         return false;
     }
-    if (directory == QLatin1String(".") || directory == SLASH) {
+    if (directory == QLatin1String(".") || directory == RemotePath::SLASH) {
         return mPrivate->refuse(QStringLiteral("createDirectory: directory =='%1'").arg(directory), __LINE__);
     }
     if (directory.isEmpty()) {
         return mPrivate->refuse(QStringLiteral("createDirectory: directory is empty"), __LINE__);
     }
-    return mPrivate->createDirectory(mPrivate->path(directory + SLASH).withoutTrailingSlash());
+    return mPrivate->createDirectory(mPrivate->path(directory + RemotePath::SLASH).withoutTrailingSlash());
 }
 
 bool FTPCurl::createDirectoryIfNecessary(const QString& filePath)
@@ -52,7 +45,7 @@ bool FTPCurl::createDirectoryIfNecessary(const QString& filePath)
     }
     // A plain name is in the folder of the settings, which is not created for it.
     const QString parent = QFileInfo(RemotePath::withoutTrailingSlash(filePath)).path();
-    if (parent.isEmpty() || parent == QLatin1String(".") || parent == SLASH) {
+    if (parent.isEmpty() || parent == QLatin1String(".") || parent == RemotePath::SLASH) {
         clearError();
         return true;
     }
@@ -71,9 +64,10 @@ bool FTPCurl::internal_chmod(const QString& filePath, int mode)
     if (!path) {
         return false;
     }
-    if (mode < -1 || mode > MAX_MODE) {
+    if (mode < -1 || mode > FileMode::MAX) {
         return mPrivate->refuse(
-            QStringLiteral("internal_chmod: %1 is not between 0 and 7777").arg(QString::number(mode, OCTAL)), __LINE__);
+            QStringLiteral("internal_chmod: %1 is not between 0 and 7777").arg(QString::number(mode, FileMode::OCTAL)),
+            __LINE__);
     }
     return mode == -1 || mPrivate->changeMode(*path, mode);
 }
@@ -146,13 +140,13 @@ bool FTPCurl::Private::createDirectory(const RemotePath& directory)
 
 RemotePath FTPCurl::Private::levelOf(const RemotePath& directory, int level) const
 {
-    return path(directory.canonical().section(SLASH, 0, level) + SLASH);
+    return path(directory.canonical().section(RemotePath::SLASH, 0, level) + RemotePath::SLASH);
 }
 
 bool FTPCurl::Private::findExistingLevel(const RemotePath& directory, int& level)
 {
     // Level 0, the bare slash, is taken to exist.
-    for (level = static_cast<int>(directory.canonical().count(SLASH)); level > 0; --level) {
+    for (level = static_cast<int>(directory.canonical().count(RemotePath::SLASH)); level > 0; --level) {
         if (client.isInterruptionRequested()) {
             return stopInterrupted(__LINE__);
         }
@@ -169,7 +163,7 @@ bool FTPCurl::Private::findExistingLevel(const RemotePath& directory, int& level
 
 bool FTPCurl::Private::createBelowLevel(const RemotePath& directory, int level)
 {
-    const auto deepest = directory.canonical().count(SLASH);
+    const auto deepest = directory.canonical().count(RemotePath::SLASH);
     while (level < deepest) {
         if (client.isInterruptionRequested()) {
             return stopInterrupted(__LINE__);

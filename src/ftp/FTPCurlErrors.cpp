@@ -1,12 +1,12 @@
 #include "ErrorSource.h"
 #include "FTPCurlPrivate.h"
+#include "FileMode.h"
 
 #include <foundation/raiseError.h>
 
 namespace {
 
 constexpr int MAX_PERMISSIONS = 0777; ///< that libcurl gives new files and directories
-constexpr int OCTAL = 8;
 
 /// Also for a code that is none of libcurl's.
 QString textOf(int code)
@@ -108,7 +108,7 @@ void FTPCurl::Private::setPermissions(int& member, int permissions, const char* 
         member = permissions;
     } else {
         refuse(QStringLiteral("%1: %2 is not between 0 and 777")
-                   .arg(QLatin1String(operation), QString::number(permissions, OCTAL)),
+                   .arg(QLatin1String(operation), QString::number(permissions, FileMode::OCTAL)),
             __LINE__);
     }
 }

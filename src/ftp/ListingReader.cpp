@@ -1,20 +1,16 @@
 #include "ListingReader.h"
 
+#include "RemotePath.h"
+
 #include <tavrel/ftpparser.h>
 
 #include <QDir>
-
-namespace {
-
-const QChar SLASH = QLatin1Char('/');
-
-} // namespace
 
 /// An empty name, or "./", would lead a walk in a circle as "." does.
 bool ListingReader::standsForDirectoryItself(const QString& name)
 {
     const QString clean = QDir::cleanPath(name);
-    return clean.isEmpty() || clean == SLASH || clean == QLatin1String(".") || clean == QLatin1String("..");
+    return clean.isEmpty() || clean == RemotePath::SLASH || clean == QLatin1String(".") || clean == QLatin1String("..");
 }
 
 ListingReader::ListingReader(const QByteArray& listing, const QString& directory, bool isUtf8)
@@ -22,8 +18,8 @@ ListingReader::ListingReader(const QByteArray& listing, const QString& directory
     , mPrefix(directory)
     , mIsUtf8(isUtf8)
 {
-    if (!mPrefix.isEmpty() && !mPrefix.endsWith(SLASH)) {
-        mPrefix.append(SLASH);
+    if (!mPrefix.isEmpty() && !mPrefix.endsWith(RemotePath::SLASH)) {
+        mPrefix.append(RemotePath::SLASH);
     }
 }
 
@@ -63,8 +59,8 @@ bool ListingReader::readLine(ListingEntry& entry)
     entry.isDir = parsed.is_dir != 0;
     entry.isFile = parsed.is_file != 0;
     entry.isLink = parsed.is_link != 0;
-    if (entry.isDir && !entry.path.endsWith(SLASH)) {
-        entry.path.append(SLASH);
+    if (entry.isDir && !entry.path.endsWith(RemotePath::SLASH)) {
+        entry.path.append(RemotePath::SLASH);
     }
     return true;
 }

@@ -5,7 +5,6 @@
 
 namespace {
 
-const QChar SLASH = QLatin1Char('/');
 const QString TWO_SLASHES = QStringLiteral("//");
 const QString FROM_LOGIN_DIRECTORY = QStringLiteral("/./");
 
@@ -14,11 +13,11 @@ QString betweenSlashes(QString folder)
     if (folder.isEmpty()) {
         return folder;
     }
-    if (!folder.startsWith(SLASH)) {
-        folder.prepend(SLASH);
+    if (!folder.startsWith(RemotePath::SLASH)) {
+        folder.prepend(RemotePath::SLASH);
     }
-    if (!folder.endsWith(SLASH)) {
-        folder.append(SLASH);
+    if (!folder.endsWith(RemotePath::SLASH)) {
+        folder.append(RemotePath::SLASH);
     }
     return folder;
 }
@@ -28,12 +27,12 @@ QString canonicalForm(const QString& path, const QString& folder)
     if (path.isEmpty()) {
         return path;
     }
-    QString result = path.startsWith(SLASH) ? path : betweenSlashes(folder) + path;
+    QString result = path.startsWith(RemotePath::SLASH) ? path : betweenSlashes(folder) + path;
     while (result.contains(TWO_SLASHES)) {
-        result.replace(TWO_SLASHES, SLASH);
+        result.replace(TWO_SLASHES, RemotePath::SLASH);
     }
     if (!result.startsWith(FROM_LOGIN_DIRECTORY)) {
-        result.prepend(result.startsWith(SLASH) ? QStringLiteral("/.") : FROM_LOGIN_DIRECTORY);
+        result.prepend(result.startsWith(RemotePath::SLASH) ? QStringLiteral("/.") : FROM_LOGIN_DIRECTORY);
     }
     return result;
 }

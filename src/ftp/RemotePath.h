@@ -10,6 +10,8 @@
 class RemotePath
 {
 public:
+    static constexpr QChar SLASH = QLatin1Char('/');
+
     /// Where the relative paths of a session start.
     struct Base
     {

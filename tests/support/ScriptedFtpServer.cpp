@@ -5,8 +5,6 @@
 const QByteArray FtpPlay::DROP = "drop";
 const QByteArray FtpPlay::SILENCE = "silence";
 
-static constexpr int TURN_MS = 20;
-
 static const QMap<QByteArray, QByteArray> USUAL_REPLIES { { "USER", "331 who" }, { "PASS", "230 welcome" },
     { "PWD", "257 \"/\"" }, { "TYPE", "200 fine" }, { "MDTM", "213 20200101000000" }, { "LIST", "150 here" },
     { "RETR", "150 here" }, { "STOR", "150 send" }, { "QUIT", "221 bye" } };
@@ -35,7 +33,7 @@ void ScriptedFtpServer::converse(QTcpSocket& control)
     control.setSocketOption(QAbstractSocket::LowDelayOption, 1);
     bool goesOn = say(control, replyTo("greeting", "220 scripted"));
     while (goesOn && control.state() == QTcpSocket::ConnectedState && !mServer.isInterruptionRequested()) {
-        if (!control.canReadLine() && !control.waitForReadyRead(TURN_MS)) {
+        if (!control.canReadLine() && !control.waitForReadyRead(ScriptedServer::TURN_MS)) {
             continue;
         }
         const QByteArray command = control.readLine().trimmed();
@@ -105,7 +103,7 @@ void ScriptedFtpServer::receive(QTcpSocket& data)
 {
     QByteArray received;
     while (data.state() == QTcpSocket::ConnectedState && !mServer.isInterruptionRequested()) {
-        data.waitForReadyRead(TURN_MS);
+        data.waitForReadyRead(ScriptedServer::TURN_MS);
         received += data.readAll();
     }
     const std::lock_guard<std::mutex> guard(mMutex);

@@ -5,7 +5,6 @@
 
 #include <sys/socket.h>
 
-static constexpr int TURN_MS = 20;
 static constexpr int SILENCE_MS = 5; // by then a client has stopped to expect an answer at any moment
 
 /// Whether the head of a request and the body that it announces are there.

@@ -24,6 +24,8 @@ struct Fault
 class ScriptedServer : public QThread
 {
 public:
+    static constexpr int TURN_MS = 20; ///< how soon a wait notices that the server ends
+
     using Script = std::function<void(ScriptedServer&, QTcpSocket&)>;
 
     explicit ScriptedServer(Script script);
