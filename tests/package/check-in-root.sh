@@ -1,25 +1,25 @@
 #!/usr/bin/env bash
-# Runs in a bare Debian system, in a folder with the packages and a main.cpp: installs the packages, builds the program
-# with them, runs the tool, and removes them without a trace.
+# Runs in a bare Debian system, in a folder with the packages and a project for Qt 5: installs the packages, builds and runs
+# the project with them for Qt 5 and Qt 6, runs the tool, and removes the packages without a trace.
 set -eu
 cd "$(dirname "$0")"
 
-apt-get install -q -y --no-install-recommends ./*.deb > /dev/null
+install() {
+    apt-get install -q -y --no-install-recommends "$@" > /dev/null
+}
 # build_with PACKAGE LIBRARY
 build_with() {
     mkdir "$1"
-    cat > "$1/CMakeLists.txt" <<END
-cmake_minimum_required(VERSION 3.16)
-project(Application LANGUAGES CXX)
-find_package($1 1 REQUIRED)
-add_executable(application ../main.cpp)
-target_link_libraries(application PRIVATE $1::Tavrel)
-END
+    sed "s/\<Tavrel\( \|::\)/$1\1/" CMakeLists.txt > "$1/CMakeLists.txt"
+    cp main.cpp "$1"
     cmake -S "$1" -B "$1/build" > /dev/null
     cmake --build "$1/build" > /dev/null
     ldd "$1/build/application" | grep "/$2.so.1 "
+    "$1/build/application" download http://127.0.0.1:9/ file 2>&1 | grep -F "Couldn't connect to server"
 }
+install ./libtavrel1_*.deb ./libtavrel-dev_*.deb
 build_with Tavrel libtavrel
+install ./*.deb
 build_with TavrelQt6 libtavrel-qt6
 tavrel-publish --version
 test -s /usr/share/man/man1/tavrel-publish.1.gz
