@@ -67,11 +67,15 @@ if(EXISTS "${SOURCE_DIR}/.git")
     run(${CMAKE_COMMAND} -E compare_files "${work}/022.tar.gz" "${work}/077.tar.gz")
 endif()
 
-# In the tree of an application, file by file and in a unity build.
+# In the tree of an application. The release build, which is one for Qt 5, has already compiled each source alone.
 foreach(with_fetch_content OFF ON)
     set(build "${work}/embedding-${with_fetch_content}")
+    set(unity ON)
+    if(TAVREL_QT EQUAL 6 AND NOT with_fetch_content)
+        set(unity OFF)
+    endif()
     configure(tests/package/embedding "${build}" -D LIBRARY_DIR=${SOURCE_DIR} -D WITH_FETCH_CONTENT=${with_fetch_content}
-        -D CMAKE_UNITY_BUILD=${with_fetch_content} "-DCMAKE_PREFIX_PATH=${DEPENDENCIES}")
+        -D CMAKE_UNITY_BUILD=${unity} "-DCMAKE_PREFIX_PATH=${DEPENDENCIES}")
     run(${CMAKE_COMMAND} --build "${build}")
     run_consumer("${build}/post")
 endforeach()
