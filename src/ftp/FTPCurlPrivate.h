@@ -75,7 +75,10 @@ struct FTPOptions::Private
 
     // Removal
     bool removeOne(const QString& path, bool isDirectory);
+    bool setRemovalResult(int code, const QString& path);
     bool removeTree(const RemotePath& path);
+    void removeFiles(DirectoryLevel& level);
+    QStringList nextFiles(const DirectoryLevel& level) const;
     bool enterOrRemove(const RemotePath& path, std::vector<DirectoryLevel>& levels);
 
     // Publishing

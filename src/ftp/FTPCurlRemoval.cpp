@@ -1,6 +1,15 @@
 #include "DirectoryLevel.h"
 #include "FTPCurlPrivate.h"
 
+#include <algorithm>
+
+namespace {
+
+const char* const SIGNATURE = "bool FTPCurl::removeSimpleResource(const QString &, bool)";
+constexpr int FILES_PER_REQUEST = 50;
+
+} // namespace
+
 bool FTPCurl::removeSimpleResource(const QString& path, bool isDirectory)
 {
     return mPrivate->checkIdle() && mPrivate->removeOne(path, isDirectory);
@@ -29,10 +38,14 @@ bool FTPCurl::Private::removeOne(const QString& path, bool isDirectory)
     if (!checkSendable(remote, "removeSimpleResource", __LINE__)) {
         return false;
     }
-    const CommandTexts texts = commandTexts("bool FTPCurl::removeSimpleResource(const QString &, bool)");
+    const CommandTexts texts = commandTexts(SIGNATURE);
     // Deliberate: over SFTP the path is sent as it was given.
     const QString target = texts.isSftp() ? path : remote.relative();
-    const int code = requestCommands(VFSCurlData::Removal, { texts.remove(target, isDirectory) });
+    return setRemovalResult(requestCommands(VFSCurlData::Removal, { texts.remove(target, isDirectory) }), path);
+}
+
+bool FTPCurl::Private::setRemovalResult(int code, const QString& path)
+{
     const bool success = setResult(code, QStringLiteral("Can't removeResource %1").arg(path));
     client.setExistingResourceCache(path, success ? 0 : 1);
     return success;
@@ -55,11 +68,49 @@ bool FTPCurl::Private::removeTree(const RemotePath& path)
         const VirtualFile entry = levels.back().takeNext();
         if (entry.isDir()) {
             enterOrRemove(this->path(entry.name()), levels);
-        } else {
-            removeOne(entry.name(), false);
+        } else if (removeOne(entry.name(), false)) {
+            removeFiles(levels.back());
         }
     }
     return removed;
+}
+
+/// Removes the files that follow with one request: libcurl needs as long for a request as a nearby server for an
+/// answer. After the removal of a file it sends nothing but the commands, so each reply belongs to one of them.
+void FTPCurl::Private::removeFiles(DirectoryLevel& level)
+{
+    const QStringList files = nextFiles(level);
+    const CommandTexts texts = commandTexts(SIGNATURE);
+    if (files.isEmpty() || texts.isSftp()) { // SFTP does not tell how many commands have succeeded
+        return;
+    }
+    QStringList commands;
+    for (const QString& file : files) {
+        commands += texts.remove(path(file).relative(), false);
+    }
+    const int code = requestCommands(VFSCurlData::Removal, commands);
+    const int removed = code == CURLE_OK ? files.size() : std::min<int>(session.acceptedCommands(), files.size());
+    for (const QString& file : files.mid(0, removed)) {
+        setRemovalResult(CURLE_OK, file);
+    }
+    level.next += removed;
+    if (removed < files.size()) {
+        setRemovalResult(code, level.takeNext().name());
+    }
+}
+
+QStringList FTPCurl::Private::nextFiles(const DirectoryLevel& level) const
+{
+    QStringList files;
+    const auto end = std::min<int>(level.entries.size(), level.next + FILES_PER_REQUEST);
+    for (int i = level.next; i < end; ++i) {
+        const VirtualFile& entry = level.entries.at(i);
+        if (entry.isDir() || !path(entry.name()).isSendable()) {
+            break;
+        }
+        files += entry.name();
+    }
+    return files;
 }
 
 bool FTPCurl::Private::enterOrRemove(const RemotePath& path, std::vector<DirectoryLevel>& levels)

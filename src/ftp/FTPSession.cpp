@@ -33,6 +33,12 @@ bool isReply(const QString& line)
             || line[REPLY_CODE_SIZE] == QLatin1Char('-'));
 }
 
+/// Whether a reply, which may have several lines, ends with this one, and the server has done what it was asked.
+bool isAcceptance(const QString& reply)
+{
+    return reply[0] < QLatin1Char('4') && reply.mid(REPLY_CODE_SIZE, 1) != QLatin1String("-");
+}
+
 struct StringListDeleter
 {
     void operator()(curl_slist* list) const { curl_slist_free_all(list); }
@@ -228,6 +234,7 @@ int FTPSession::perform(VFSCurlData& data)
 
 int FTPSession::performCommands(VFSCurlData& data, const QStringList& commands)
 {
+    mAcceptances = 0;
     if (!mHandle || mIsRunning) {
         return perform(data);
     }
@@ -317,6 +324,7 @@ void FTPSession::makeLoop()
 {
     mLoop = std::make_unique<TransferLoop>();
     mLoop->setStallTimeOut(std::chrono::seconds(mStallTimeOut));
+    mLoop->setReadsAhead(mProtocol != FTPSettings::FTP);
     // OpenSSH sends a message without an answer after the login and holds the next answer back.
     mLoop->setAcknowledgesAtOnce(mProtocol == FTPSettings::SFTP);
 }
@@ -342,7 +350,15 @@ void FTPSession::takeReply(const QString& line)
 {
     if (isReply(line)) {
         mReason.reply = line;
+        mAcceptances += isAcceptance(line) ? 1 : 0;
     }
+}
+
+int FTPSession::acceptedCommands() const
+{
+    long connections = 0;
+    curl_easy_getinfo(mHandle, CURLINFO_NUM_CONNECTS, &connections);
+    return connections == 0 ? mAcceptances : 0;
 }
 
 void FTPSession::replaceConnection()

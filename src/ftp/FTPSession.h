@@ -77,6 +77,9 @@ public:
     /// Of the last request. It can be put back after further ones that only clean up.
     const RequestReason& reason() const { return mReason; }
     void setReason(const RequestReason& reason) { mReason = reason; }
+    /// How many commands of the last performCommands() the server has accepted; 0 if that is not known, as over SFTP or
+    /// after a login.
+    int acceptedCommands() const;
 
     // For the callbacks of a request.
     ProgressThrottle& progressThrottle() { return mProgressThrottle; }
@@ -105,6 +108,7 @@ private:
     bool mIsRunning = false;
     ProgressThrottle mProgressThrottle;
     RequestReason mReason;
+    int mAcceptances = 0; ///< replies since the beginning of the last performCommands()
     std::array<char, CURL_ERROR_SIZE> mErrorText {};
     int mStallTimeOut = 0; ///< in seconds
     bool mIsLent = false; ///< to the application, which may set options itself

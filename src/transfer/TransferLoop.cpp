@@ -9,6 +9,8 @@ namespace {
 // A small request to a nearby server takes less, and sleeping and waking up in between would double that.
 constexpr std::chrono::milliseconds SPIN_TIME(1);
 constexpr int MAX_WAIT_MS = 50;
+constexpr int FIRST_WAIT_MS = 4; // a listing by a nearby server takes less
+constexpr int FIRST_WAIT_AFTER_READING_AHEAD_MS = 1;
 constexpr int MAX_DOUBLINGS = 6;
 constexpr std::chrono::milliseconds PAUSE_WITHOUT_SOCKET(1);
 constexpr long RECEIVE_BUFFER_BYTES = 512L * 1024;
@@ -23,12 +25,6 @@ void tune(CURL* easy)
     // The default of 16 KiB costs a large download nearly half of its speed.
     curl_easy_setopt(easy, CURLOPT_BUFFERSIZE, RECEIVE_BUFFER_BYTES);
     curl_easy_setopt(easy, EASY_QUICK_EXIT, 1L);
-}
-
-/// Short at first: what TLS has read ahead waits in its buffer, where no socket tells of it.
-int nextWait(int idleTurns)
-{
-    return std::min(1 << std::min(idleTurns, MAX_DOUBLINGS), MAX_WAIT_MS);
 }
 
 CURLcode toEasyCode(CURLMcode code)
@@ -123,6 +119,12 @@ CURLMcode TransferLoop::runToEnd(const Interruption* interruption)
             std::this_thread::sleep_for(PAUSE_WITHOUT_SOCKET);
         }
     }
+}
+
+int TransferLoop::nextWait(int idleTurns) const
+{
+    const int first = mReadsAhead ? FIRST_WAIT_AFTER_READING_AHEAD_MS : FIRST_WAIT_MS;
+    return std::min(first << std::min(idleTurns, MAX_DOUBLINGS), MAX_WAIT_MS);
 }
 
 CURLMcode TransferLoop::wait(int milliseconds, Turn& turn)

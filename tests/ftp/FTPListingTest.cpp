@@ -134,6 +134,36 @@ private Q_SLOTS:
         QCOMPARE(depth.load(), 400); // the interruption still stands
     }
 
+    void removesTheFilesThatItCan_data()
+    {
+        QTest::addColumn<QByteArray>("replyToThird");
+        QTest::newRow("refused") << QByteArray("550 no");
+        QTest::newRow("refused in two lines") << QByteArray("550-no\r\n550 and no");
+        QTest::newRow("the server has gone") << FtpPlay::DROP;
+    }
+    void removesTheFilesThatItCan()
+    {
+        QFETCH(QByteArray, replyToThird);
+        FtpPlay play;
+        play.replies = { { "DELE d/2", "250-gone\r\n250 gone" }, { "DELE d/3", replyToThird } };
+        play.listing = [](const QByteArray&) {
+            QByteArray lines;
+            for (const char* name : { "1", "2", "3", "4", "5" }) {
+                lines += QByteArray("-rw-r--r-- 1 a b 1 Jan 1 2020 ") + name + "\r\n";
+            }
+            return lines;
+        };
+        Session session(play);
+        QVERIFY(session.ftp.removeResource("d"));
+        const QByteArray commands = session.server.commands().join('|');
+        QVERIFY2(commands.endsWith("DELE d/1|DELE d/2|DELE d/3|DELE d/4|DELE d/5|RMD d"), commands);
+        QString known;
+        for (const char* name : { "d/1", "d/2", "d/3", "d/4", "d/5" }) {
+            known += QString::number(session.ftp.existingResourceCacheValue(name));
+        }
+        QCOMPARE(known, QString("00100"));
+    }
+
     void keepsWhatItHasListed()
     {
         FtpPlay play;
