@@ -12,7 +12,8 @@
 
 namespace {
 
-constexpr long FTP_UPLOAD_BUFFER_BYTES = 128L * 1024;
+// Deliberate: malloc would place 128 KiB at the beginning of a page; see WriteBatch.cpp.
+constexpr long FTP_UPLOAD_BUFFER_BYTES = 120L * 1024;
 constexpr long SFTP_UPLOAD_BUFFER_BYTES = 2L * 1024 * 1024;
 constexpr long NO_TIME_OUT_SECONDS = 2147483; // the most that libcurl takes, 24 days
 
