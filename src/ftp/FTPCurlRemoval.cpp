@@ -89,12 +89,13 @@ void FTPCurl::Private::removeFiles(DirectoryLevel& level)
         commands += texts.remove(path(file).relative(), false);
     }
     const int code = requestCommands(VFSCurlData::Removal, commands);
-    const int removed = code == CURLE_OK ? files.size() : std::min<int>(session.acceptedCommands(), files.size());
+    const int count = static_cast<int>(files.size());
+    const int removed = code == CURLE_OK ? count : std::min(session.acceptedCommands(), count);
     for (const QString& file : files.mid(0, removed)) {
         setRemovalResult(CURLE_OK, file);
     }
     level.next += removed;
-    if (removed < files.size()) {
+    if (removed < count) {
         setRemovalResult(code, level.takeNext().name());
     }
 }
@@ -102,7 +103,7 @@ void FTPCurl::Private::removeFiles(DirectoryLevel& level)
 QStringList FTPCurl::Private::nextFiles(const DirectoryLevel& level) const
 {
     QStringList files;
-    const auto end = std::min<int>(level.entries.size(), level.next + FILES_PER_REQUEST);
+    const int end = std::min(static_cast<int>(level.entries.size()), level.next + FILES_PER_REQUEST);
     for (int i = level.next; i < end; ++i) {
         const VirtualFile& entry = level.entries.at(i);
         if (entry.isDir() || !path(entry.name()).isSendable()) {
