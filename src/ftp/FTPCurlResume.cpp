@@ -12,7 +12,15 @@ namespace {
 /// failures are the result of the transfer.
 bool isNotTheRest(int code)
 {
-    return code == CURLE_OK || code == CURLE_BAD_DOWNLOAD_RESUME || code == CURLE_FTP_COULDNT_USE_REST;
+    switch (code) {
+    case CURLE_OK:
+    case CURLE_BAD_DOWNLOAD_RESUME:
+    case CURLE_RANGE_ERROR: // libcurl 8.21, for an offset beyond the end over SFTP
+    case CURLE_FTP_COULDNT_USE_REST:
+        return true;
+    default:
+        return false;
+    }
 }
 
 bool isMissing(int code)
