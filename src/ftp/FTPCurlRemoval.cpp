@@ -79,9 +79,12 @@ bool FTPCurl::Private::removeTree(const RemotePath& path)
 /// answer. After the removal of a file it sends nothing but the commands, so each reply belongs to one of them.
 void FTPCurl::Private::removeFiles(DirectoryLevel& level)
 {
-    const QStringList files = nextFiles(level);
     const CommandTexts texts = commandTexts(SIGNATURE);
-    if (files.isEmpty() || texts.isSftp()) { // SFTP does not tell how many commands have succeeded
+    if (texts.isSftp()) { // libcurl does not tell how many commands have succeeded
+        return;
+    }
+    const QStringList files = nextFiles(level);
+    if (files.isEmpty()) {
         return;
     }
     QStringList commands;
