@@ -141,6 +141,8 @@ bool FTPSession::open(const FTPSettings& settings)
     curl_easy_setopt(mHandle, CURLOPT_UPLOAD_BUFFERSIZE, isSftp ? SFTP_UPLOAD_BUFFER_BYTES : FTP_UPLOAD_BUFFER_BYTES);
     // A session is idle for as long as its user is; this detects a peer that has gone.
     curl_easy_setopt(mHandle, CURLOPT_TCP_KEEPALIVE, 1L);
+    // libcurl keeps each port of a data connection as if it were a name, and looks through all of them after each file.
+    curl_easy_setopt(mHandle, CURLOPT_DNS_CACHE_TIMEOUT, 0L);
     setSecurity();
     setTrust(settings);
     return true;

@@ -3,6 +3,19 @@
 #include "Sockets.h"
 
 #include <algorithm>
+#include <thread>
+
+namespace {
+
+void waitForAnswer(curl_socket_t socket, std::chrono::microseconds time)
+{
+    const auto end = std::chrono::steady_clock::now() + time;
+    while (std::chrono::steady_clock::now() < end && !Sockets::hasInput(socket)) {
+        std::this_thread::yield();
+    }
+}
+
+} // namespace
 
 void OpenSockets::watch(CURL* easy)
 {
@@ -52,9 +65,20 @@ curl_socket_t OpenSockets::open(void* self, curlsocktype /*purpose*/, curl_socka
 int OpenSockets::close(void* self, curl_socket_t socket)
 {
     OpenSockets& sockets = *static_cast<OpenSockets*>(self);
+    curl_socket_t remaining = CURL_SOCKET_BAD;
+    const int result = sockets.remove(socket, remaining);
+    if (remaining != CURL_SOCKET_BAD) {
+        waitForAnswer(remaining, sockets.mAnswerTime);
+    }
+    return result;
+}
+
+/// Tells the socket that remains, if it is a single one.
+int OpenSockets::remove(curl_socket_t socket, curl_socket_t& remaining)
+{
     // Closed under the lock, so that shutDown() never meets the number of a socket that somebody else opened since.
-    const std::lock_guard<std::mutex> guard(sockets.mMutex);
-    auto& open = sockets.mSockets;
-    open.erase(std::remove(open.begin(), open.end(), socket), open.end());
+    const std::lock_guard<std::mutex> guard(mMutex);
+    mSockets.erase(std::remove(mSockets.begin(), mSockets.end(), socket), mSockets.end());
+    remaining = mSockets.size() == 1 ? mSockets.front() : CURL_SOCKET_BAD;
     return Sockets::close(socket);
 }

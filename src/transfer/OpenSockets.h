@@ -2,6 +2,7 @@
 
 #include <curl/curl.h>
 
+#include <chrono>
 #include <mutex>
 #include <vector>
 
@@ -30,10 +31,17 @@ public:
     /// Acknowledges what has arrived.
     void acknowledge();
 
+    /// For how long the end of one connection waits for the peer of another one to answer it, without sleeping. Zero,
+    /// the default, leaves the wait to libcurl, which sleeps.
+    void setAnswerTime(std::chrono::microseconds time) { mAnswerTime = time; }
+
 private:
     static curl_socket_t open(void* self, curlsocktype purpose, curl_sockaddr* address);
     static int close(void* self, curl_socket_t socket);
 
+    int remove(curl_socket_t socket, curl_socket_t& remaining);
+
+    std::chrono::microseconds mAnswerTime { 0 };
     std::mutex mMutex;
     std::vector<curl_socket_t> mSockets;
 };

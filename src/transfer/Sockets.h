@@ -13,6 +13,8 @@ int close(curl_socket_t socket);
 void shutDownReads(curl_socket_t socket);
 /// Whether a peer has accepted the connection.
 bool isConnected(curl_socket_t socket);
+/// Whether a read would not wait. Does not wait itself.
+bool hasInput(curl_socket_t socket);
 /// Acknowledges what has arrived, where the system can be told to, instead of waiting for something to send with it.
 void acknowledge(curl_socket_t socket);
 

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -35,6 +36,12 @@ bool Sockets::isConnected(curl_socket_t socket)
     sockaddr_storage peer {};
     socklen_t size = sizeof peer;
     return getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &size) == 0;
+}
+
+bool Sockets::hasInput(curl_socket_t socket)
+{
+    pollfd entry { socket, POLLIN, 0 };
+    return poll(&entry, 1, 0) > 0;
 }
 
 void Sockets::acknowledge(curl_socket_t socket)

@@ -25,4 +25,10 @@ bool Sockets::isConnected(curl_socket_t socket)
     return getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &size) == 0;
 }
 
+bool Sockets::hasInput(curl_socket_t socket)
+{
+    WSAPOLLFD entry { socket, POLLIN, 0 };
+    return WSAPoll(&entry, 1, 0) > 0;
+}
+
 void Sockets::acknowledge(curl_socket_t /*socket*/) { }

@@ -89,7 +89,10 @@ CURLcode TransferLoop::run(CURL* easy, const Interruption* interruption)
 CURLMcode TransferLoop::runToEnd(const Interruption* interruption)
 {
     const auto begin = std::chrono::steady_clock::now();
-    const auto spinUntil = mIsQuick ? begin + SPIN_TIME : begin;
+    const std::chrono::milliseconds spinTime = mIsQuick ? SPIN_TIME : std::chrono::milliseconds(0);
+    const auto spinUntil = begin + spinTime;
+    // libcurl closes the data connection of an upload and then sleeps until the server confirms the end of the file.
+    mSockets.setAnswerTime(mReadsAhead ? std::chrono::milliseconds(0) : spinTime);
     int idleTurns = 0;
     Turn turn = Turn::Socket;
     while (true) {
