@@ -10,7 +10,8 @@
 
 namespace {
 
-constexpr int TIME_DIGITS = 14; ///< of "20200131235959"
+constexpr int DATE_DIGITS = 8; ///< of "20200131235959"
+constexpr int TIME_DIGITS = 6;
 constexpr qint64 MAX_SECONDS = 253402300799; ///< the end of the year 9999
 constexpr int TYPE_AND_PERMISSIONS = 10; ///< of "-rw-r--r--"
 
@@ -99,6 +100,14 @@ RemoteEntry::Kind kindOf(const QByteArray& type)
     return type.endsWith("dir") ? RemoteEntry::Directory : isLink ? RemoteEntry::Link : RemoteEntry::Other;
 }
 
+/// "20240331023000", in UTC. Not read as one text, which would be in local time: that skips an hour of each year.
+QDateTime timeOf(const QString& digits)
+{
+    const QDate date = QDate::fromString(digits.left(DATE_DIGITS), QStringLiteral("yyyyMMdd"));
+    const QTime time = QTime::fromString(digits.mid(DATE_DIGITS, TIME_DIGITS), QStringLiteral("hhmmss"));
+    return time.isValid() ? QDateTime(date, time, Qt::UTC) : QDateTime();
+}
+
 void readFact(RemoteEntry& entry, const QByteArray& name, const QByteArray& value)
 {
     bool isNumber = false;
@@ -112,9 +121,7 @@ void readFact(RemoteEntry& entry, const QByteArray& name, const QByteArray& valu
         const qint64 size = value.toLongLong(&isNumber);
         entry.size = isNumber && size >= 0 ? size : -1;
     } else if (name == "modify") {
-        entry.modified
-            = QDateTime::fromString(QString::fromLatin1(value.left(TIME_DIGITS)), QStringLiteral("yyyyMMddhhmmss"));
-        entry.modified.setTimeSpec(Qt::UTC);
+        entry.modified = timeOf(QString::fromLatin1(value));
         entry.timePrecision = entry.modified.isValid() ? RemoteEntry::ToTheSecond : RemoteEntry::UnknownTime;
     } else if (name == "unix.mode") {
         const int mode = value.toInt(&isNumber, FileMode::OCTAL);

@@ -26,6 +26,10 @@ bool FTPCurl::rename(const QString& from, const QString& to)
 bool FTPCurl::setModificationTime(const QString& path, const QDateTime& time)
 {
     const auto file = mPrivate->accept(path, "setModificationTime", "setModificationTime: path is empty", __LINE__);
+    if (file && !time.isValid()) {
+        // Without a time, MDTM is a question.
+        return mPrivate->refuse(QStringLiteral("setModificationTime: time is not valid"), __LINE__);
+    }
     return file && mPrivate->setRemoteTime(*file, time);
 }
 
@@ -81,6 +85,7 @@ int FTPCurl::Private::upload(QIODevice* device, const RemotePath& target, qint64
     const RemotePath written = isInPlace ? target : besides(target, QStringLiteral(".part"));
     const qint64 size = device ? qMax(device->size() - device->pos(), qint64 { 0 }) : 0;
     int code = sent > 0 ? append(device, target, sent) : request(VFSCurlData::Upload, device, written);
+    const bool isFileLeft = code == CURLE_OK || (device && device->isReadable() && session.mayHaveLeftFile());
     if (code == CURLE_OK && isChecked()) {
         code = compareSize(written, sent + size);
     }
@@ -90,7 +95,7 @@ int FTPCurl::Private::upload(QIODevice* device, const RemotePath& target, qint64
     if (code == CURLE_OK) {
         code = replace(target, written);
     }
-    if (code != CURLE_OK) {
+    if (code != CURLE_OK && isFileLeft) {
         discard(written);
     }
     return code;

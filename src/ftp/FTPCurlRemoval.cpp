@@ -80,7 +80,8 @@ bool FTPCurl::Private::removeTree(const RemotePath& path)
 void FTPCurl::Private::removeFiles(DirectoryLevel& level)
 {
     const CommandTexts texts = commandTexts(SIGNATURE);
-    if (texts.isSftp()) { // libcurl does not tell how many commands have succeeded
+    // libcurl does not tell over SFTP how many commands have succeeded, and an application may have added its own.
+    if (texts.isSftp() || session.isLent()) {
         return;
     }
     const QStringList files = nextFiles(level);

@@ -69,7 +69,9 @@ bool FTPCurl::Private::resumeDownload(const RemotePath& source, const QString& t
     ResumedFile file(target);
     WriteBatch batch(file);
     int code = requestRest(batch, source, file.offset());
-    if (code == CURLE_OK && !(batch.flush() && (!file.isOpen() || file.flush()))) {
+    // Also after a failure: the next transfer continues from here.
+    const bool isWritten = batch.flush() && (!file.isOpen() || file.flush());
+    if (code == CURLE_OK && !isWritten) {
         code = CURLE_WRITE_ERROR;
     }
     if (!file.isConfirmed() && (isNotTheRest(code) || code == CURLE_WRITE_ERROR)) {

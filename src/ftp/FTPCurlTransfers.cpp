@@ -4,6 +4,7 @@
 #include <transfer/WriteBatch.h>
 
 #include <QBuffer>
+#include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
 
@@ -49,10 +50,9 @@ bool FTPCurl::putFile(const QString& source, const QString& target, bool createD
     if (!file.open(QIODevice::ReadOnly)) {
         return mPrivate->refuse(QStringLiteral("putFile: source cant be opened ") + source, __LINE__);
     }
-    if (!mPrivate->putFile(file, *path)) {
-        return false;
-    }
-    return !keepsModificationTime() || mPrivate->setRemoteTime(*path, QFileInfo(source).lastModified());
+    // Before the upload: a file that changes meanwhile must not look as if its new content had been sent.
+    const QDateTime time = file.fileTime(QFileDevice::FileModificationTime);
+    return mPrivate->putFile(file, *path) && (!keepsModificationTime() || mPrivate->setRemoteTime(*path, time));
 }
 
 bool FTPCurl::putDataFromIoDevice(QIODevice* device, const QString& source, const QString& target)

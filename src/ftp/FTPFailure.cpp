@@ -4,6 +4,8 @@
 
 namespace {
 
+constexpr int PROXY_FAILURE = 97; ///< CURLE_PROXY, since libcurl 7.73
+
 FTPFailure::Kind kindOfCode(int code)
 {
     switch (code) {
@@ -15,6 +17,8 @@ FTPFailure::Kind kindOfCode(int code)
     case CURLE_COULDNT_RESOLVE_HOST:
     case CURLE_COULDNT_CONNECT:
     case CURLE_UNSUPPORTED_PROTOCOL:
+    case CURLE_URL_MALFORMAT: // paths are encoded, so it is host, user or password
+    case PROXY_FAILURE:
     case CURLE_FAILED_INIT:
     case CURLE_OUT_OF_MEMORY:
     case CURLE_LOGIN_DENIED:
@@ -84,6 +88,9 @@ QString FTPFailure::reasonOf(const FTPCurl& client)
     const QString text = isOfLibcurl
         ? QString::fromUtf8(curl_easy_strerror(static_cast<CURLcode>(error.value()))) + refusal
         : client.errorText().simplified();
+    if (!isOfLibcurl && error != ErrorableCode::of(FTPCurl::TIME_NOT_KEPT)) {
+        return text; // Reply and detail are those of an earlier request.
+    }
     const QString reply = client.serverReply();
     const bool isRefusal = reply.startsWith(QLatin1Char('4')) || reply.startsWith(QLatin1Char('5'));
     const QString detail = isRefusal ? reply : client.errorDetail();

@@ -81,20 +81,6 @@ CURLcode openSource(QIODevice* device)
     return device->isReadable() ? CURLE_OK : CURLE_READ_ERROR;
 }
 
-qint64 positionOf(const QIODevice* device)
-{
-    return device && device->isOpen() ? device->pos() : 0;
-}
-
-/// Brings the device of a failed request back to its first position; false when it cannot be repeated.
-bool rewind(const VFSCurlData& data, qint64 position)
-{
-    if (positionOf(data.device) == position) {
-        return true;
-    }
-    return data.type == VFSCurlData::Upload && !data.device->isSequential() && data.device->seek(position);
-}
-
 /// Relative to the login directory; empty for that directory.
 QString directoryOf(const VFSCurlData& data)
 {
@@ -222,17 +208,16 @@ int FTPSession::perform(VFSCurlData& data)
         return NO_SESSION;
     }
     const QScopedValueRollback<bool> running(mIsRunning, true);
+    mReason = {};
     CURLcode code = data.type == VFSCurlData::Upload ? openSource(data.device) : CURLE_OK;
     if (code != CURLE_OK) {
         return code;
     }
-    const qint64 position = positionOf(data.device);
     code = run(data);
     if (code == CURLE_LOGIN_DENIED && mProtocol == FTPSettings::SFTP && mSshLogin.fallBack(mHandle)) {
         code = run(data);
     }
-    const bool isRepeated = isReconnectionRefused(code, data.type) && rewind(data, position);
-    return isRepeated ? run(data) : code;
+    return isReconnectionRefused(code, data.type) ? run(data) : code;
 }
 
 int FTPSession::performCommands(VFSCurlData& data, const QStringList& commands)
@@ -328,6 +313,7 @@ void FTPSession::makeLoop()
     mLoop = std::make_unique<TransferLoop>();
     mLoop->setStallTimeOut(std::chrono::seconds(mStallTimeOut));
     mLoop->setReadsAhead(mProtocol != FTPSettings::FTP);
+    mLoop->setStallsWhileConnecting(true);
     // OpenSSH sends a message without an answer after the login and holds the next answer back.
     mLoop->setAcknowledgesAtOnce(mProtocol == FTPSettings::SFTP);
 }
@@ -376,8 +362,17 @@ void FTPSession::replaceConnection()
 /// were a redirection.
 bool FTPSession::isReconnectionRefused(CURLcode code, int type) const
 {
-    return mProtocol == FTPSettings::SFTP && type != VFSCurlData::Upload
+    curl_off_t received = 0;
+    curl_easy_getinfo(mHandle, CURLINFO_SIZE_DOWNLOAD_T, &received);
+    return mProtocol == FTPSettings::SFTP && type != VFSCurlData::Upload && received == 0
         && (code == CURLE_SEND_ERROR || code == CURLE_TOO_MANY_REDIRECTS);
+}
+
+bool FTPSession::mayHaveLeftFile() const
+{
+    curl_off_t sent = 0;
+    curl_easy_getinfo(mHandle, CURLINFO_SIZE_UPLOAD_T, &sent);
+    return sent > 0 || mReason.reply.startsWith(QLatin1Char('1')); // "150 Opening data connection"
 }
 
 bool FTPSession::isDataConnectionNext() const

@@ -60,6 +60,7 @@ public:
     CURL* handle() const { return mHandle; }
     /// The handle for the application, whose options stay.
     CURL* lend();
+    bool isLent() const { return mIsLent; }
     /// True within perform(), for the slots of the signals that it emits.
     bool isRunning() const { return mIsRunning; }
 
@@ -80,6 +81,8 @@ public:
     /// How many commands of the last performCommands() the server has accepted; 0 if that is not known, as over SFTP or
     /// after a login.
     int acceptedCommands() const;
+    /// Whether the last request, a failed upload, may have created a file.
+    bool mayHaveLeftFile() const;
 
     // For the callbacks of a request.
     ProgressThrottle& progressThrottle() { return mProgressThrottle; }

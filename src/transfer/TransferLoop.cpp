@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <thread>
+#include <utility>
 
 namespace {
 
@@ -74,7 +75,7 @@ CURLcode TransferLoop::run(CURL* easy, const Interruption* interruption)
     if (code != CURLM_OK) {
         return code == CURLM_OUT_OF_MEMORY ? CURLE_OUT_OF_MEMORY : CURLE_FAILED_INIT;
     }
-    code = runToEnd(interruption);
+    code = runToEnd(easy, interruption);
     const CURLcode result = code == CURLM_OK ? resultOf(easy) : toEasyCode(code);
     if (result == CURLE_OPERATION_TIMEDOUT || result == CURLE_ABORTED_BY_CALLBACK) {
         // libcurl leaks parts of an SSH session that is removed while it waits, but not of one that ends.
@@ -86,7 +87,7 @@ CURLcode TransferLoop::run(CURL* easy, const Interruption* interruption)
     return result;
 }
 
-CURLMcode TransferLoop::runToEnd(const Interruption* interruption)
+CURLMcode TransferLoop::runToEnd(CURL* easy, const Interruption* interruption)
 {
     const auto begin = std::chrono::steady_clock::now();
     const std::chrono::milliseconds spinTime = mIsQuick ? SPIN_TIME : std::chrono::milliseconds(0);
@@ -98,11 +99,11 @@ CURLMcode TransferLoop::runToEnd(const Interruption* interruption)
     while (true) {
         int running = 0;
         CURLMcode code = curl_multi_perform(mMulti.get(), &running);
-        if (turn == Turn::Socket) {
+        if (turn == Turn::Socket || hasMoved(easy)) {
             mLastActivity = std::chrono::steady_clock::now(); // after libcurl's callbacks, whose time does not count
-            if (mAcknowledgesAtOnce) {
-                mSockets.acknowledge();
-            }
+        }
+        if (turn == Turn::Socket && mAcknowledgesAtOnce) {
+            mSockets.acknowledge();
         }
         if (code != CURLM_OK || running == 0 || isRequested(interruption)) {
             mIsQuick = std::chrono::steady_clock::now() < begin + SPIN_TIME;
@@ -144,10 +145,23 @@ CURLMcode TransferLoop::wait(int milliseconds, Turn& turn)
     return code;
 }
 
+/// Also without a wait for a socket: libcurl reads on in its next turn when more has come than it takes in one.
+bool TransferLoop::hasMoved(CURL* easy)
+{
+    if (mStallTimeOut.count() == 0) {
+        return false;
+    }
+    curl_off_t received = 0;
+    curl_off_t sent = 0;
+    curl_easy_getinfo(easy, CURLINFO_SIZE_DOWNLOAD_T, &received);
+    curl_easy_getinfo(easy, CURLINFO_SIZE_UPLOAD_T, &sent);
+    return std::exchange(mMovedBytes, received + sent) != received + sent;
+}
+
 bool TransferLoop::hasStalled()
 {
     return mStallTimeOut.count() > 0 && std::chrono::steady_clock::now() - mLastActivity >= mStallTimeOut
-        && mSockets.isAnyConnected();
+        && (mStallsWhileConnecting || mSockets.isAnyConnected());
 }
 
 CURLcode TransferLoop::resultOf(CURL* easy)

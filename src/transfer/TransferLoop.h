@@ -33,6 +33,8 @@ public:
     /// Ends a transfer with CURLE_OPERATION_TIMEDOUT when its connection stands and no byte moves in either direction
     /// for this long. Zero, the default, waits without a bound.
     void setStallTimeOut(std::chrono::milliseconds timeOut) { mStallTimeOut = timeOut; }
+    /// Whether that holds before there is a connection too.
+    void setStallsWhileConnecting(bool isOn) { mStallsWhileConnecting = isOn; }
 
     /// Whether the last transfer took so little time that waiting without a pause pays.
     bool isQuick() const { return mIsQuick; }
@@ -51,9 +53,10 @@ private:
     enum class Turn { Idle, Timer, Socket }; ///< the event that ended a wait; Idle is none
 
     CURLcode run(CURL* easy, const Interruption* interruption);
-    CURLMcode runToEnd(const Interruption* interruption);
+    CURLMcode runToEnd(CURL* easy, const Interruption* interruption);
     int nextWait(int idleTurns) const;
     CURLMcode wait(int milliseconds, Turn& turn);
+    bool hasMoved(CURL* easy);
     bool hasStalled();
     CURLcode resultOf(CURL* easy);
 
@@ -66,6 +69,8 @@ private:
     std::unique_ptr<CURLM, MultiDeleter> mMulti; // after the sockets: its end closes them
     std::chrono::milliseconds mStallTimeOut { 0 };
     std::chrono::steady_clock::time_point mLastActivity;
+    curl_off_t mMovedBytes = 0; ///< of the transfer, in both directions
+    bool mStallsWhileConnecting = false;
     bool mAcknowledgesAtOnce = false;
     bool mReadsAhead = true;
     bool mIsQuick = true;
