@@ -1,7 +1,10 @@
 #include "Session.h"
 #include "TestProgram.h"
 
+#include <tavrel/FTPFailure.h>
+
 #include <QBuffer>
+#include <QDateTime>
 
 #include <csignal>
 
@@ -108,6 +111,7 @@ private Q_SLOTS:
         row("setUploadMode: 2 is no mode", FTP(setUploadMode(static_cast<FTPCurl::UploadMode>(2))));
         row("setSshKey: the private key \"\" cannot be read", FTP(setSshKey("")));
         row("setSshKey: the public key \"/no/such\" cannot be read", FTP(setSshKey(source, "/no/such")));
+        row("setModificationTime: time is not valid", FTP(setModificationTime("a", QDateTime())));
         row("rename: from is empty", FTP(rename("", "a")));
         row("rename: to is empty", FTP(rename("a", "")));
         row("initHost: port 65536 is above 65535", FTP(initHost(FtpTarget(FTPSettings::FTP, 65536))));
@@ -337,7 +341,9 @@ private Q_SLOTS:
         QVERIFY(!session.ftp.putDataFromIoDevice(&sink, "a sink", "a"));
         QVERIFY(!sink.isOpen());
         QCOMPARE(session.ftp.error(), ErrorableCode::of(CURLE_READ_ERROR));
-        QCOMPARE(session.server.commands().count("STOR a"), 1);
+        QVERIFY(session.ftp.setUploadMode(FTPCurl::TemporaryName));
+        QVERIFY(!session.ftp.putDataFromIoDevice(&missing, "missing", "a"));
+        QCOMPARE(session.server.commands(), QByteArrayList({ "PASV", "TYPE I", "STOR a" }));
     }
 
     void writesOnlyWhatArrives()
@@ -404,6 +410,8 @@ private Q_SLOTS:
         QVERIFY(!session.ftp.putData("x", "a", false));
         QCOMPARE(session.ftp.serverReply(), QString("552 *** *** has no room"));
         QVERIFY(!session.ftp.errorDetail().isEmpty());
+        QVERIFY(!session.ftp.putFile("/no/such", "a", false));
+        QCOMPARE(FTPFailure::reasonOf(session.ftp), QString("putFile: source cant be opened /no/such"));
         QVERIFY(session.ftp.internal_mkdir("b"));
         QCOMPARE(session.ftp.serverReply(), QString("250 done"));
         QCOMPARE(session.ftp.errorDetail(), QString());

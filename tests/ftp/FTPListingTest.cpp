@@ -65,8 +65,8 @@ private Q_SLOTS:
             "type=cdir;modify=20200131235959; .\r\n"
             "Type=file;Size=7;Modify=20200131235959.5;UNIX.mode=0640; a b \r\n"
             "type=OS.unix=slink:/x;size=x;modify=2020; \342\202\254\r\n"
-            "type=dir;UNIX.mode=9; ../up\r\ntype=pdir; /\r\ntype=dir; d\r\nno fact\r\n",
-            "a b ,0,7,3,2020-01-31T23:59:59Z,640|\u20ac,2,-1,0,,-1|d,1,-1,0,,-1");
+            "type=dir;UNIX.mode=9; ../up\r\ntype=pdir; /\r\ntype=dir;modify=20240331023000; d\r\nno fact\r\n",
+            "a b ,0,7,3,2020-01-31T23:59:59Z,640|\u20ac,2,-1,0,,-1|d,1,-1,3,2024-03-31T02:30:00Z,-1");
         row("lines", "500 what",
             "total 3\r\ndrwxr-sr-T 1 a b 1 Jan 1 2020 d\r\nlrwxrwxrwx 1 a b 1 Jan 1 2020 l -> x\r\n"
             "brw-rw---- 1 root disk 8, 0 Jan 1 2020 sda\r\n01-02-20  03:04AM  12 dos\r\n+r,m1,\tx\r\n",
@@ -77,6 +77,7 @@ private Q_SLOTS:
     }
     void tellsWhatALineTells()
     {
+        qputenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3"); // which has no 02:30 on the 31st of March
         QFETCH(QByteArray, mlsd);
         QFETCH(QByteArray, listing);
         FtpPlay play;

@@ -34,6 +34,17 @@ private:
     qint64 mReadable;
 };
 
+/// Takes its time for each write.
+class SlowDisk : public QBuffer
+{
+protected:
+    qint64 writeData(const char* data, qint64 size) override
+    {
+        QThread::msleep(5);
+        return QBuffer::writeData(data, size);
+    }
+};
+
 static const QDateTime NOON(QDate(2020, 1, 31), QTime(12, 0), Qt::UTC);
 
 static bool modifyAtNoon(const QString& path)
@@ -340,6 +351,18 @@ private Q_SLOTS:
         QVERIFY(mFtp->putData("", "nothing", false));
         QVERIFY2(mFtp->getFile("nothing", local), qPrintable(mFtp->errorText()));
         QCOMPARE(QFileInfo(local).size(), qint64 { 0 });
+    }
+
+    void doesNotTakeASlowDiskForAStall()
+    {
+        const QByteArray content(6 << 20, 'x');
+        QVERIFY(mFtp->putData(content, "large", false));
+        QVERIFY(mFtp->setStallTimeOut(1));
+        SlowDisk disk;
+        VFSCurlData request { VFSCurlData::Download, mFtp.get(), &disk, QTime::currentTime(),
+            mFtp->generateUrl("large") };
+        QCOMPARE(performCurlRequest(request), int(CURLE_OK));
+        QVERIFY(disk.data() == content);
     }
 
     void takesALinkForWhatTheServerSaysItIs()

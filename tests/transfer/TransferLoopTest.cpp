@@ -101,6 +101,16 @@ private Q_SLOTS:
         }
     }
 
+    void stallsWhileItConnectsIfAsked()
+    {
+        const EasyHandle easy(curl_easy_init());
+        curl_easy_setopt(easy.get(), CURLOPT_URL, unreachableUrl().toUtf8().constData());
+        TransferLoop loop;
+        loop.setStallTimeOut(std::chrono::milliseconds(100));
+        loop.setStallsWhileConnecting(true);
+        QCOMPARE(loop.perform(easy.get()), CURLE_OPERATION_TIMEDOUT);
+    }
+
 private:
     static bool request(HTTPCurl& client)
     {
