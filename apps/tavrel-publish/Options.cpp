@@ -2,6 +2,7 @@
 
 #include <tavrel/FolderPublisher.h>
 
+#include <QDir>
 #include <QPair>
 #include <QVector>
 
@@ -55,6 +56,13 @@ const QVector<Row> ROWS {
     { "json", "Print a line of JSON per event." },
     { "quiet", "Print failures only." },
 };
+
+/// Whether a path is that of the site or of a folder above it, as "$UNSET/" is.
+bool isAbove(const QString& path)
+{
+    const QStringList names = QDir::cleanPath(path).split(QLatin1Char('/'), Qt::SkipEmptyParts);
+    return names.isEmpty() || names.last() == QLatin1String(".") || names.last() == QLatin1String("..");
+}
 
 } // namespace
 
@@ -172,7 +180,8 @@ bool Options::readPaths()
     case Doctor:
         return mPaths.isEmpty() || fail(QStringLiteral("--doctor needs no path"));
     case Remove:
-        break;
+        return !std::any_of(mPaths.begin(), mPaths.end(), isAbove)
+            || fail(QStringLiteral("--remove takes no path that contains the site; without one it empties the site"));
     }
     return true;
 }

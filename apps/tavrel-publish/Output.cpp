@@ -24,6 +24,18 @@ void say(const QString& line)
     std::fprintf(stderr, "%s\n", qUtf8Printable(ProgressLine::printable(line)));
 }
 
+/// JSON without the characters that JSON allows and terminals obey: names from a server may contain anything.
+QString lineOf(const QJsonObject& event)
+{
+    QString line;
+    for (const QChar character : QString::fromUtf8(QJsonDocument(event).toJson(QJsonDocument::Compact))) {
+        const bool isObeyed = character.category() == QChar::Other_Control;
+        line += isObeyed ? QStringLiteral("\\u%1").arg(character.unicode(), 4, 16, QLatin1Char('0'))
+                         : QString(character);
+    }
+    return line;
+}
+
 QString describe(const QJsonValue& item)
 {
     return item.isString() ? item.toString()
@@ -108,7 +120,7 @@ void Output::print(const QJsonObject& event)
         return;
     }
     if (mIsJson) {
-        std::printf("%s\n", QJsonDocument(event).toJson(QJsonDocument::Compact).constData());
+        std::printf("%s\n", qUtf8Printable(lineOf(event)));
         std::fflush(stdout);
     } else if (kind == QLatin1String("progress")) {
         mBar.show(event);

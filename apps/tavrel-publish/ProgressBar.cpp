@@ -13,6 +13,7 @@
 namespace {
 
 constexpr qint64 LINE_EVERY_MS = 5000;
+constexpr int SECONDS_PER_HOUR = 3600;
 constexpr int MIN_BAR = 5;
 constexpr int MAX_BAR = 40;
 constexpr int BRACKETS = 3; ///< and a blank
@@ -30,11 +31,18 @@ double partOf(const QJsonObject& progress)
     return qBound(0.0, progress[isOfBytes ? "bytes" : "files"].toDouble() / qMax(total, 1.0), 1.0);
 }
 
+/// "27:03:12"
+QString timeText(int seconds)
+{
+    const int hours = seconds / SECONDS_PER_HOUR;
+    return QString::number(hours) + QTime(0, 0).addSecs(seconds % SECONDS_PER_HOUR).toString(QStringLiteral(":mm:ss"));
+}
+
 /// " 42 %, 5 of 12 files, 1.2 MiB, 300 KiB/s, 0:00:12 left"
 QString detailsOf(const QJsonObject& progress)
 {
     const int seconds = progress["secondsLeft"].toInt();
-    const QString left = QTime(0, 0).addSecs(seconds).toString(QStringLiteral(", h:mm:ss")) + QStringLiteral(" left");
+    const QString left = QStringLiteral(", %1 left").arg(timeText(seconds));
     return QStringLiteral("%1 %, %2 of %3 files, %4, %5/s")
                .arg(static_cast<int>(partOf(progress) * 100.0), 3)
                .arg(progress["files"].toInt())

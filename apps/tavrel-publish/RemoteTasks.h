@@ -16,17 +16,6 @@ private:
     QString mFolder;
 };
 
-/// Prints the entries of one folder with permissions, size and time, and the key that the server has shown.
-class DetailsTask : public Task
-{
-public:
-    explicit DetailsTask(QString folder);
-    void run(FTPCurl& client, Report& report) override;
-
-private:
-    QString mFolder;
-};
-
 /**
  * Removes files, and folders with their content.
  *

@@ -28,6 +28,8 @@ namespace {
 
 constexpr int REFRESH_MS = 100;
 
+const QString NO_THREAD = QStringLiteral("the system has no further thread");
+
 /// Publishes with the trust and the login of a site.
 class SitePublisher : public FolderPublisher
 {
@@ -101,7 +103,8 @@ std::unique_ptr<Task> makeTask(const Options& options, const Site& site, QString
 
 Output::ExitStatus conclude(Output& output, const Site& site, const PublishReport& report, QJsonObject summary)
 {
-    const QString reason = report.failed.isEmpty() ? report.stopReason : report.failed.first().reason;
+    const bool isStopped = !report.stopReason.isEmpty() || report.failed.isEmpty();
+    const QString reason = isStopped ? report.stopReason : report.failed.first().reason;
     summary["advice"] = site.howToAccept(reason);
     return output.conclude(summary);
 }
@@ -123,6 +126,9 @@ Output::ExitStatus runTask(Task& task, const Site& site, const Options& options,
     QObject::connect(&worker, &Worker::finished, &refresh, &QCoreApplication::quit);
     refresh.start(REFRESH_MS);
     worker.start();
+    if (!worker.isRunning() && !worker.isFinished()) {
+        return Output::complain(Output::Failed, NO_THREAD);
+    }
     QCoreApplication::exec();
     showProgress();
     return conclude(output, site, worker.report().result(), worker.report().summary());
@@ -161,9 +167,10 @@ Output::ExitStatus publish(const Site& site, const Options& options, const Inter
         });
     QObject::connect(&interruptKey, &InterruptKey::pressed, &publisher, [&] { publisher.requestInterruption(); });
     QObject::connect(&publisher, &FolderPublisher::done, &interruptKey, &QCoreApplication::quit, Qt::QueuedConnection);
-    if (publisher.publish(site, options.folder())) {
-        QCoreApplication::exec();
+    if (!publisher.publish(site, options.folder())) {
+        return Output::complain(Output::Failed, NO_THREAD);
     }
+    QCoreApplication::exec();
     const PublishReport report = publisher.report();
     for (const QString& remark : report.remarks) {
         output.print(Events::remark(remark));

@@ -77,7 +77,7 @@ std::optional<QString> Terminal::askSecretly(const QString& prompt, const std::f
 int Terminal::width()
 {
     winsize size {};
-    if (isatty(STDERR_FILENO) == 0) {
+    if (isatty(STDERR_FILENO) == 0 || qgetenv("TERM") == "dumb") {
         return 0;
     }
     const bool isKnown = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0; // NOLINT

@@ -106,8 +106,8 @@ private Q_SLOTS:
             { "--list --remove a", "one thing" }, { "--list a b", "one PATH" }, { "--fetch a b c", "one PATH" },
             { "--chmod 888 a", "octal" }, { "--chmod 644", "needs a PATH" }, { "-j 9 a", "1 to 8" },
             { "--stall 0 a", "1 to 86400" }, { "--remove a --dry-run", "--dry-run is for" },
-            { "--fetch a --delete", "--delete is for" }, { "--doctor a", "no path" },
-            { "--pin sha256//x a", "for FTPS" }, { "--known-hosts x a", "for SFTP" },
+            { "--remove a /../", "contains the site" }, { "--fetch a --delete", "--delete is for" },
+            { "--doctor a", "no path" }, { "--pin sha256//x a", "for FTPS" }, { "--known-hosts x a", "for SFTP" },
             { "--insecure --ca x a", "--insecure excludes" }, { "--unknown a", "unknown" } };
         for (const auto& [line, fault] : lines) {
             QCOMPARE(run(line.split(' ', Qt::SkipEmptyParts)), 2);
