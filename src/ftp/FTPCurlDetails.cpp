@@ -19,8 +19,7 @@ bool FTPCurl::Private::listDetailed(const RemotePath& directory, QVector<RemoteE
     if (!texts.isSftp() && !isMlsdRefused) {
         code = requestListing(QStringLiteral("MLSD"), directory, listing);
         // 500 to 504: the server does not have the command.
-        isMlsdRefused
-            = code == CURLE_FTP_COULDNT_RETR_FILE && session.reason().reply.startsWith(QLatin1String("50"));
+        isMlsdRefused = code == CURLE_FTP_COULDNT_RETR_FILE && session.reason().reply.startsWith(QLatin1String("50"));
     }
     if (code == CURLE_FTP_COULDNT_RETR_FILE) {
         format = DetailedListing::Format::Lines;

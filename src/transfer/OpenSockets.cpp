@@ -34,21 +34,23 @@ void OpenSockets::detach(CURL* easy)
 void OpenSockets::shutDown()
 {
     const std::lock_guard<std::mutex> guard(mMutex);
-    for (const curl_socket_t socket : mSockets) {
-        Sockets::shutDownReads(socket);
+    dropClosed();
+    for (const Entry& entry : mSockets) {
+        Sockets::shutDownReads(entry.socket);
     }
 }
 
 bool OpenSockets::isAnyConnected()
 {
     const std::lock_guard<std::mutex> guard(mMutex);
-    return std::any_of(mSockets.begin(), mSockets.end(), &Sockets::isConnected);
+    dropClosed();
+    return std::any_of(mSockets.begin(), mSockets.end(), [](const Entry& e) { return Sockets::isConnected(e.socket); });
 }
 
 void OpenSockets::acknowledge()
 {
     const std::lock_guard<std::mutex> guard(mMutex);
-    std::for_each(mSockets.begin(), mSockets.end(), &Sockets::acknowledge);
+    std::for_each(mSockets.begin(), mSockets.end(), [](const Entry& e) { Sockets::acknowledge(e.socket); });
 }
 
 curl_socket_t OpenSockets::open(void* self, curlsocktype /*purpose*/, curl_sockaddr* address)
@@ -57,7 +59,7 @@ curl_socket_t OpenSockets::open(void* self, curlsocktype /*purpose*/, curl_socka
     if (opened != CURL_SOCKET_BAD) {
         OpenSockets& sockets = *static_cast<OpenSockets*>(self);
         const std::lock_guard<std::mutex> guard(sockets.mMutex);
-        sockets.mSockets.push_back(opened);
+        sockets.mSockets.push_back({ opened, Sockets::identity(opened) });
     }
     return opened;
 }
@@ -78,7 +80,16 @@ int OpenSockets::remove(curl_socket_t socket, curl_socket_t& remaining)
 {
     // Closed under the lock, so that shutDown() never meets the number of a socket that somebody else opened since.
     const std::lock_guard<std::mutex> guard(mMutex);
-    mSockets.erase(std::remove(mSockets.begin(), mSockets.end(), socket), mSockets.end());
-    remaining = mSockets.size() == 1 ? mSockets.front() : CURL_SOCKET_BAD;
+    const auto isClosed = [socket](const Entry& entry) { return entry.socket == socket; };
+    mSockets.erase(std::remove_if(mSockets.begin(), mSockets.end(), isClosed), mSockets.end());
+    remaining = mSockets.size() == 1 ? mSockets.front().socket : CURL_SOCKET_BAD;
     return Sockets::close(socket);
+}
+
+/// libcurl (8.5 to 8.21) closes a listening socket of active mode by itself when something fails before it is used. The
+/// number may be that of a socket of the application by now.
+void OpenSockets::dropClosed()
+{
+    const auto isClosed = [](const Entry& entry) { return Sockets::identity(entry.socket) != entry.identity; };
+    mSockets.erase(std::remove_if(mSockets.begin(), mSockets.end(), isClosed), mSockets.end());
 }

@@ -39,9 +39,16 @@ private:
     static curl_socket_t open(void* self, curlsocktype purpose, curl_sockaddr* address);
     static int close(void* self, curl_socket_t socket);
 
+    struct Entry
+    {
+        curl_socket_t socket;
+        unsigned long long identity;
+    };
+
     int remove(curl_socket_t socket, curl_socket_t& remaining);
+    void dropClosed();
 
     std::chrono::microseconds mAnswerTime { 0 };
     std::mutex mMutex;
-    std::vector<curl_socket_t> mSockets;
+    std::vector<Entry> mSockets;
 };

@@ -9,6 +9,8 @@ namespace Sockets {
 curl_socket_t open(const curl_sockaddr& address);
 /// 0, or a negative value on failure.
 int close(curl_socket_t socket);
+/// Differs between a socket and a later one with its number, where the system tells; else 0.
+unsigned long long identity(curl_socket_t socket);
 /// Any thread: from now on every read meets the end of the stream. Written data still goes out.
 void shutDownReads(curl_socket_t socket);
 /// Whether a peer has accepted the connection.

@@ -5,6 +5,7 @@
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 curl_socket_t Sockets::open(const curl_sockaddr& address)
@@ -24,6 +25,14 @@ curl_socket_t Sockets::open(const curl_sockaddr& address)
 int Sockets::close(curl_socket_t socket)
 {
     return ::close(socket);
+}
+
+unsigned long long Sockets::identity(curl_socket_t socket)
+{
+    struct stat status
+    {
+    };
+    return fstat(socket, &status) == 0 ? status.st_ino : 0;
 }
 
 void Sockets::shutDownReads(curl_socket_t socket)

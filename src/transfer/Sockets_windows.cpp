@@ -13,6 +13,11 @@ int Sockets::close(curl_socket_t socket)
     return closesocket(socket);
 }
 
+unsigned long long Sockets::identity(curl_socket_t /*socket*/)
+{
+    return 0;
+}
+
 void Sockets::shutDownReads(curl_socket_t socket)
 {
     shutdown(socket, SD_RECEIVE);

@@ -1,7 +1,10 @@
 #include "TransferLoop.h"
 
+#include "PipeSignal.h"
+
 #include <algorithm>
 #include <chrono>
+#include <optional>
 #include <thread>
 #include <utility>
 
@@ -20,6 +23,14 @@ constexpr long RECEIVE_BUFFER_BYTES = 512L * 1024;
 // libcurl may run with one that knows these options; the others refuse them.
 constexpr auto EASY_QUICK_EXIT = static_cast<CURLoption>(CURLOPTTYPE_LONG + 322); // since 7.87
 constexpr auto MULTI_QUICK_EXIT = static_cast<CURLMoption>(CURLOPTTYPE_LONG + 21); // since 8.20
+
+/// Up to 7.86, libcurl lets OpenSSL write to the socket, which raises SIGPIPE when the peer has gone.
+bool raisesPipeSignal()
+{
+    constexpr unsigned int fixedVersion = 0x075700;
+    static const bool isRaised = curl_version_info(CURLVERSION_NOW)->version_num < fixedVersion;
+    return isRaised;
+}
 
 void tune(CURL* easy)
 {
@@ -48,8 +59,13 @@ TransferLoop::TransferLoop()
 
 TransferLoop::~TransferLoop()
 {
+    std::optional<PipeSignal> withoutPipeSignal;
+    if (raisesPipeSignal()) {
+        withoutPipeSignal.emplace();
+    }
     // libcurl would wait up to two minutes for the answers to QUIT.
     mSockets.shutDown();
+    mMulti.reset();
 }
 
 CURLcode TransferLoop::perform(CURL* easy, const std::shared_ptr<Interruption>& interruption)
@@ -61,6 +77,10 @@ CURLcode TransferLoop::perform(CURL* easy, const std::shared_ptr<Interruption>& 
     const Interruption::WakeUp wakeUp(interruption, [this] { mSockets.shutDown(); });
     if (isRequested(interruption.get())) {
         return CURLE_ABORTED_BY_CALLBACK;
+    }
+    std::optional<PipeSignal> withoutPipeSignal;
+    if (raisesPipeSignal()) {
+        withoutPipeSignal.emplace();
     }
     const CURLcode code = run(easy, interruption.get());
     // Also after a success: the end of a body may have been that of a socket that was shut down.

@@ -4,8 +4,10 @@
 #include <tavrel/HTTPCurl.h>
 
 #include <transfer/EasyHandle.h>
+#include <transfer/PipeSignal.h>
 #include <transfer/TransferLoop.h>
 
+#include <csignal>
 #include <netinet/in.h>
 #include <thread>
 
@@ -109,6 +111,17 @@ private Q_SLOTS:
         loop.setStallTimeOut(std::chrono::milliseconds(100));
         loop.setStallsWhileConnecting(true);
         QCOMPARE(loop.perform(easy.get()), CURLE_OPERATION_TIMEDOUT);
+    }
+
+    void dropsTheSignalOfABrokenPipe()
+    {
+        {
+            const PipeSignal withoutSignal;
+            raise(SIGPIPE);
+        }
+        sigset_t blocked;
+        pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
+        QCOMPARE(sigismember(&blocked, SIGPIPE), 0); // and this process lives on
     }
 
 private:

@@ -1,0 +1,4 @@
+#include "PipeSignal.h"
+
+PipeSignal::PipeSignal() = default;
+PipeSignal::~PipeSignal() = default;
