@@ -53,10 +53,14 @@ bool publish(const QString& settingsFile, const QString& folder)
     QObject::connect(&publisher, &FolderPublisher::progress, qApp,
         [](const PublishProgress& progress) { qInfo() << progress.files << "of" << progress.totalFiles; });
     QObject::connect(&publisher, &FolderPublisher::done, qApp, [](bool success) { QCoreApplication::exit(!success); });
-    publisher.publish(settings, folder); // returns at once; the work is done on other threads
-    const bool success = QCoreApplication::exec() == 0;
-    for (const PublishReport::Failure& failure : publisher.report().failed) {
+    // publish() returns at once; the work is done on other threads.
+    const bool success = publisher.publish(settings, folder) && QCoreApplication::exec() == 0;
+    const PublishReport report = publisher.report();
+    for (const PublishReport::Failure& failure : report.failed) {
         qWarning() << failure.path << failure.reason;
+    }
+    if (!report.stopReason.isEmpty()) {
+        qWarning() << report.stopReason; // such as a refused login
     }
     return success;
 }

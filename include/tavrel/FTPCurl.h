@@ -80,7 +80,7 @@ public:
     /// key, "SHA256:…" of the SSH host key. Empty before the first connection and over FTP. Over SFTP without known
     /// hosts it takes libcurl 7.84, over FTPS a libcurl with the OpenSSL that this library uses.
     QString peerFingerprint() const;
-    /// Ends the session and clears the error. What is known of existing resources stays.
+    /// Ends the session and clears the error. The cache of existing resources is kept.
     void close();
     /// Forgets the session without cleaning its handle up, which is then the caller's; see curlhandle().
     void clearProperties();
@@ -117,9 +117,9 @@ public:
     /// Replaces that value, which is not checked.
     void setExistingResourceCache(const QString& path, int value);
 
-    /// Creates a directory and what is missing above it. True when it exists already.
+    /// Creates a directory and its missing parents. True when it exists already.
     bool createDirectory(const QString& directory);
-    /// Creates the directory of a file and what is missing above it.
+    /// Creates the directory of a file and its missing parents.
     bool createDirectoryIfNecessary(const QString& filePath);
     /// Creates one directory.
     bool internal_mkdir(const QString& directory);
@@ -140,14 +140,19 @@ public:
     bool rm(const QString& path, QFlags<IOModeFlags> flags);
 
     /// Uploads write the remote file in place: one that fails leaves a part. They can create the missing directories
-    /// first, and record in the cache that the file exists, or that this is no longer known.
+    /// first, and record in the cache that the file exists, or that this is no longer known. A source that grows
+    /// meanwhile may fail with CURLE_PARTIAL_FILE.
+    ///
+    /// Success of putFile() is no proof: it counts a time-out (libcurl's 28) as sent, unless a setting of FTPOptions
+    /// says otherwise. putData() does not. With the servers of one internet provider, putFile() sends an empty file in
+    /// place of one that cannot be read.
     ///@{
     bool putData(const QByteArray& data, const QString& target, bool createDirectories);
     bool putFile(const QString& source, const QString& target, bool createDirectories);
     ///@}
     /// Uploads a device of known size() from its position to its end, and closes it; source names it in messages. A
-    /// device that cannot be opened or read is refused before the server hears of it. A time-out (libcurl's 28) counts
-    /// as sent.
+    /// device that cannot be opened or read is refused before anything is sent. A time-out (libcurl's 28) counts as
+    /// sent, unless a setting of FTPOptions says otherwise.
     bool putDataFromIoDevice(QIODevice* device, const QString& source, const QString& target);
     /// Downloads a file into data, which is emptied first and holds what arrived when the request fails.
     bool getData(const QString& source, QByteArray& data);
@@ -155,8 +160,8 @@ public:
     /// keeps what arrived when the request fails.
     bool getFile(const QString& source, const QString& target);
 
-    /// libcurl's handle of the session, for options of the application's own; null outside a session. It stays the
-    /// object's. Each request sets CURLOPT_URL, UPLOAD, PROGRESSDATA, WRITEDATA, READDATA, HEADERDATA,
+    /// libcurl's handle of the session, for options of the application's own, not for transfers; null outside a session
+    /// (an initHost() that was interrupted may leave one). It stays the object's. Each request sets CURLOPT_URL, UPLOAD, PROGRESSDATA, WRITEDATA, READDATA, HEADERDATA,
     /// INFILESIZE_LARGE, NOBODY, HEADER, FILETIME, BUFFERSIZE, QUICK_EXIT and functions and data of OPENSOCKET and
     /// CLOSESOCKET, over SFTP also NEW_FILE_PERMS and NEW_DIRECTORY_PERMS. A command sets and resets POSTQUOTE, a
     /// listing CUSTOMREQUEST, a resumed transfer RESUME_FROM_LARGE and APPEND. setStallTimeOut() sets

@@ -40,9 +40,9 @@ public:
     /// InPlace, the default, writes the remote file itself. TemporaryName writes a file beside it, NAME.XXXXXXXX.part,
     /// and renames that when its size on the server is that of the source. Where the server does not replace a file
     /// by a rename, as over SFTP, the old file is renamed to NAME.XXXXXXXX.old first and removed afterwards: for about
-    /// one round trip there is no file of that name, and a connection that breaks then leaves the other two. After any
-    /// other failure the old file is as it was, and the temporary one is removed if the server still answers and no
-    /// interruption was requested. A time-out (28) does not count as sent.
+    /// one round trip there is no file of that name, and a connection that breaks then, or an interruption, leaves the
+    /// other two. After any other failure the old file is as it was, and the temporary one is removed if the server
+    /// still answers and no interruption was requested. A time-out (28) does not count as sent.
     bool setUploadMode(UploadMode mode);
     UploadMode uploadMode() const; ///< See setUploadMode().
     /// Whether an upload succeeds only if the size of the file on the server is that of the source; otherwise it fails

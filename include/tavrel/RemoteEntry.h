@@ -11,7 +11,7 @@ struct RemoteEntry
         File,
         Directory,
         Link, ///< a symbolic link, whatever is behind it
-        Other, ///< a device, a socket or what else the server names
+        Other, ///< a device, a socket or any other type
     };
 
     /// How exact a time is.

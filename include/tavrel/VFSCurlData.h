@@ -5,6 +5,9 @@
 #include <QTime>
 #include <QUrl>
 
+/// @file
+/// The requests of an FTPCurl.
+
 class FTPCurl;
 class QIODevice;
 
@@ -25,7 +28,7 @@ struct VFSCurlData
     int type = Plain; ///< a Kind; any other value makes the request fail
     FTPCurl* owner = nullptr; ///< whose handle, settings and signals are used
     /// Source or sink of the body; null without one. A closed sink is opened when the first byte arrives. A closed
-    /// source is opened before the server hears of the request, and read from its position to its size().
+    /// source is opened before anything is sent, and read from its position to its size().
     QIODevice* device = nullptr;
     QTime lastProgress = QTime::currentTime(); ///< when progress was last signalled
     QUrl url; ///< as FTPCurl::generateUrl() makes it, user and password included

@@ -7,6 +7,9 @@
 #include <QString>
 #include <QUrl>
 
+/// @file
+/// Entries of remote directories.
+
 /**
  * One entry of a remote directory: its name, whether it is a directory, and the properties of servers with locks.
  *
@@ -73,4 +76,5 @@ private:
     bool mIsDir = false;
 };
 
+/// The entries of a directory, in the order of the server.
 using VirtualFileList = QList<VirtualFile>;

@@ -4,21 +4,27 @@
 
 #include <cstdint>
 
+/// @file
+/// The parser of listing lines.
+
+/// Whether an entry has a size.
 enum ftpparser_size_kind {
-    SIZE_UNKNOWN = 0,
-    SIZE_BYTES = 1,
+    SIZE_UNKNOWN = 0, ///< the line has none
+    SIZE_BYTES = 1, ///< in bytes
 };
 
+/// How exact the time of an entry is.
 enum ftpparser_mtime_kind {
-    MTIME_UNKNOWN = 0,
+    MTIME_UNKNOWN = 0, ///< the line has none
     MTIME_EXACT = 1, ///< an absolute time
     MTIME_REMOTE_MINUTE = 2, ///< to the minute, in the server's unknown time zone, treated as UTC
     MTIME_REMOTE_DAY = 3, ///< to the day, in the server's unknown time zone, treated as UTC
 };
 
+/// Whether an entry has an identifier.
 enum ftpparser_id_kind {
-    ID_UNKNOWN = 0,
-    ID_FULL = 1,
+    ID_UNKNOWN = 0, ///< the line has none
+    ID_FULL = 1, ///< unique on the server
 };
 
 /// One line of a listing. The pointers point into the line; the texts are not zero-terminated.

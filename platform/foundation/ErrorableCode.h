@@ -9,6 +9,9 @@
 
 #include <type_traits>
 
+/// @file
+/// Codes of errors.
+
 /**
  * The reason for a failure: a value of some enum type, with the name of that value and the place that raised it.
  *
@@ -53,7 +56,9 @@ private:
     QString mName;
 };
 
+/// Compares type name and value.
 FOUNDATION_EXPORT bool operator==(const ErrorableCode& a, const ErrorableCode& b);
+/// The opposite of ==.
 FOUNDATION_EXPORT bool operator!=(const ErrorableCode& a, const ErrorableCode& b);
 /// Orders by type name, then by value.
 FOUNDATION_EXPORT bool operator<(const ErrorableCode& a, const ErrorableCode& b);
