@@ -145,8 +145,12 @@ RemotePath FTPCurl::Private::levelOf(const RemotePath& directory, int level) con
 
 bool FTPCurl::Private::findExistingLevel(const RemotePath& directory, int& level)
 {
+    level = static_cast<int>(directory.canonical().count(RemotePath::SLASH));
+    if (existingResources.value(directory.canonical()) == 1 && !client.isInterruptionRequested()) {
+        return true; // mostly the directory of the file before
+    }
     // Level 0, the bare slash, is taken to exist.
-    for (level = static_cast<int>(directory.canonical().count(RemotePath::SLASH)); level > 0; --level) {
+    for (; level > 0; --level) {
         if (client.isInterruptionRequested()) {
             return stopInterrupted(__LINE__);
         }
