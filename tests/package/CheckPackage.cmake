@@ -31,7 +31,7 @@ endfunction()
 
 function(configure source build)
     run(${CMAKE_COMMAND} -S "${SOURCE_DIR}/${source}" -B "${build}" -G "${GENERATOR}"
-        -D TAVREL_QT=${TAVREL_QT} -D CMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror" ${ARGN})
+        -D CMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror" ${ARGN})
 endfunction()
 
 # Builds examples with the library installed in a prefix; leaves the flags of pkg-config in flags.
@@ -40,7 +40,7 @@ list(TRANSFORM DEPENDENCIES APPEND "/lib/pkgconfig" OUTPUT_VARIABLE dependencies
 list(JOIN dependencies_pkgconfig ":" dependencies_pkgconfig)
 function(check_prefix prefix)
     set(ENV{CMAKE_PREFIX_PATH} "${prefix}:${dependencies_prefixes}")
-    configure(examples "${prefix}/examples")
+    configure(examples "${prefix}/examples" -D TAVREL_QT=${TAVREL_QT})
     run(${CMAKE_COMMAND} --build "${prefix}/examples" --target ${ARGN})
     run_consumer("${prefix}/examples/post")
 
@@ -74,8 +74,8 @@ foreach(with_fetch_content OFF ON)
     if(TAVREL_QT EQUAL 6 AND NOT with_fetch_content)
         set(unity OFF)
     endif()
-    configure(tests/package/embedding "${build}" -D LIBRARY_DIR=${SOURCE_DIR} -D WITH_FETCH_CONTENT=${with_fetch_content}
-        -D CMAKE_UNITY_BUILD=${unity} "-DCMAKE_PREFIX_PATH=${DEPENDENCIES}")
+    configure(tests/package/embedding "${build}" -D QT=${TAVREL_QT} -D LIBRARY_DIR=${SOURCE_DIR}
+        -D WITH_FETCH_CONTENT=${with_fetch_content} -D CMAKE_UNITY_BUILD=${unity} "-DCMAKE_PREFIX_PATH=${DEPENDENCIES}")
     run(${CMAKE_COMMAND} --build "${build}")
     run_consumer("${build}/post")
 endforeach()
