@@ -85,6 +85,10 @@ if(NOT BUILD_SHARED_LIBS)
     # Not Requires.private: `pkg-config --static` would also ask for everything that libcurl is built from.
     string(APPEND TAVREL_PC_REQUIRES ", libssl >= 1.1.1, libcrypto >= 1.1.1")
 endif()
+if(TAVREL_QT EQUAL 5 AND NOT WIN32)
+    # Qt 5 refuses the -fPIE that compilers default to, and has this flag in its files for CMake only.
+    set(TAVREL_PC_CFLAGS -fPIC)
+endif()
 foreach(component IN LISTS TAVREL_QT_COMPONENTS)
     string(PREPEND TAVREL_PC_REQUIRES "Qt${TAVREL_QT}${component} >= ${TAVREL_QT_VERSION}, ")
 endforeach()

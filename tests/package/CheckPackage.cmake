@@ -52,7 +52,7 @@ function(check_prefix prefix)
     separate_arguments(flags UNIX_COMMAND "${output}")
     list(APPEND flags -Wl,-rpath,${libdir})
     set(common "${SOURCE_DIR}/examples/common")
-    run("${CXX}" ${strict} -fPIC -I "${common}" "${SOURCE_DIR}/examples/post/main.cpp" "${common}/FormRequest.cpp"
+    run("${CXX}" ${strict} -I "${common}" "${SOURCE_DIR}/examples/post/main.cpp" "${common}/FormRequest.cpp"
         "${common}/ProgressLine.cpp" "${common}/Terminal_posix.cpp" "${common}/complain.cpp"
         -o "${prefix}/with-pkg-config" ${flags})
     run_consumer("${prefix}/with-pkg-config")
@@ -99,13 +99,13 @@ struct FileUtils { static bool writePrivateFile(const QString&, const QByteArray
 bool FileUtils::writePrivateFile(const QString&, const QByteArray&, QString*) { return false; }
 int main(int, char* argv[]) { return SQLSettings().save(argv[1], nullptr) ? 0 : 1; }
 ]])
-run("${CXX}" ${strict} -fPIC "${work}/own-file-utils.cpp" -o "${work}/own-file-utils" ${flags})
+run("${CXX}" ${strict} "${work}/own-file-utils.cpp" -o "${work}/own-file-utils" ${flags})
 run("${work}/own-file-utils" "${work}/settings.xml")
 
 # Each header alone.
 file(GLOB_RECURSE headers RELATIVE "${prefix}/include" "${prefix}/include/*.h")
 foreach(header IN LISTS headers)
-    run("${CXX}" ${strict} -fPIC -fsyntax-only ${flags} -include "${prefix}/include/${header}" -x c++ /dev/null)
+    run("${CXX}" ${strict} -fsyntax-only ${flags} -include "${prefix}/include/${header}" -x c++ /dev/null)
 endforeach()
 list(LENGTH headers count)
 if(count LESS 12)
