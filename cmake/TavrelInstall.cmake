@@ -24,7 +24,7 @@ set_target_properties(tavrel PROPERTIES
 target_compile_features(tavrel PUBLIC cxx_std_17)
 target_link_libraries(tavrel
     PUBLIC Qt${TAVREL_QT}::Core Qt${TAVREL_QT}::Xml CURL::libcurl
-    PRIVATE Qt${TAVREL_QT}::Network Qt${TAVREL_QT}::Widgets OpenSSL::Crypto OpenSSL::SSL
+    PRIVATE Qt${TAVREL_QT}::Network Qt${TAVREL_QT}::Widgets OpenSSL::Crypto OpenSSL::SSL Threads::Threads
         $<BUILD_INTERFACE:tavrel_compile_options>)
 if(WIN32)
     target_link_libraries(tavrel PRIVATE ws2_32)
@@ -81,7 +81,8 @@ set(TAVREL_QT_COMPONENTS Core Xml)
 set(TAVREL_PC_REQUIRES "libcurl >= 7.68")
 if(NOT BUILD_SHARED_LIBS)
     list(APPEND TAVREL_QT_COMPONENTS Network Widgets)
-    set(TAVREL_FIND_OPENSSL "find_dependency(OpenSSL 1.1.1 COMPONENTS Crypto SSL)")
+    set(TAVREL_FIND_PRIVATE "find_dependency(OpenSSL 1.1.1 COMPONENTS Crypto SSL)\nfind_dependency(Threads)")
+    set(TAVREL_PC_LIBS "${CMAKE_THREAD_LIBS_INIT}")
     # Not Requires.private: `pkg-config --static` would also ask for everything that libcurl is built from.
     string(APPEND TAVREL_PC_REQUIRES ", libssl >= 1.1.1, libcrypto >= 1.1.1")
 endif()
