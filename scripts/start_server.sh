@@ -1,4 +1,4 @@
-# Sourced by scripts/demo and scripts/bench.
+# Sourced by scripts/demo, scripts/bench and scripts/screenshot.
 
 # start_server NAME FOLDER [SCRIPT]: starts a server of tests/support/servers that ends with this script, and sets the
 # variables that it prints. A server that does not start ends the script; its message goes to stderr.
