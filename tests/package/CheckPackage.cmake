@@ -102,10 +102,13 @@ int main(int, char* argv[]) { return SQLSettings().save(argv[1], nullptr) ? 0 : 
 run("${CXX}" ${strict} "${work}/own-file-utils.cpp" -o "${work}/own-file-utils" ${flags})
 run("${work}/own-file-utils" "${work}/settings.xml")
 
-# Each header alone.
+# Each header alone, also in the language of an application that is newer than the library's.
 file(GLOB_RECURSE headers RELATIVE "${prefix}/include" "${prefix}/include/*.h")
 foreach(header IN LISTS headers)
-    run("${CXX}" ${strict} -fsyntax-only ${flags} -include "${prefix}/include/${header}" -x c++ /dev/null)
+    foreach(standard 17 20)
+        run("${CXX}" ${strict} -std=c++${standard} -fsyntax-only ${flags}
+            -include "${prefix}/include/${header}" -x c++ /dev/null)
+    endforeach()
 endforeach()
 list(LENGTH headers count)
 if(count LESS 12)

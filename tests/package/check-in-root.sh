@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Runs in a bare Debian system, in a folder with the packages and a project for Qt 5: installs the packages, builds and runs
-# the project with them for Qt 5 and Qt 6, runs the tool, and removes the packages without a trace.
+# the project with them for Qt 5 and Qt 6, with CMake and with pkg-config, runs the tool, and removes the packages without a
+# trace.
 set -eu
 cd "$(dirname "$0")"
 
@@ -14,8 +15,12 @@ build_with() {
     cp main.cpp "$1"
     cmake -S "$1" -B "$1/build" > /dev/null
     cmake --build "$1/build" > /dev/null
-    ldd "$1/build/application" | grep "/$2.so.1 "
-    "$1/build/application" download http://127.0.0.1:9/ file 2>&1 | grep -F "Couldn't connect to server"
+    read -ra flags < <(pkg-config --cflags --libs "${2#lib}")
+    g++ -std=c++17 main.cpp -o "$1/application" "${flags[@]}"
+    for application in "$1/build/application" "$1/application"; do
+        ldd "$application" | grep "/$2.so.1 "
+        "$application" download http://127.0.0.1:9/ file 2>&1 | grep -F "Couldn't connect to server"
+    done
 }
 install ./libtavrel1_*.deb ./libtavrel-dev_*.deb
 build_with Tavrel libtavrel
