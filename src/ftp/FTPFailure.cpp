@@ -51,6 +51,17 @@ FTPFailure::Kind kindOfCode(int code)
     }
 }
 
+/// Of a failure without a closer code: libcurl has one for a full disk only at the end of an upload, and 7.88.1 takes
+/// the refusal of an upload over FTPS for a reply to PASV.
+FTPFailure::Kind kindOfReply(const QString& reply, int code)
+{
+    if (reply.startsWith(QLatin1String("452")) || reply.startsWith(QLatin1String("552"))) {
+        return FTPFailure::OfStorage;
+    }
+    const bool isRefusal = code == CURLE_FTP_WEIRD_PASV_REPLY && reply.startsWith(QLatin1String("55"));
+    return isRefusal ? FTPFailure::OfPath : kindOfCode(code);
+}
+
 /// The expected and the shown key of a server that a PeerTrust refused; else empty.
 QString refusalOf(const FTPCurl& client)
 {
@@ -74,9 +85,10 @@ FTPFailure::Kind FTPFailure::kindOf(const FTPCurl& client)
     if (error.typeName() != ErrorableCode::of(CURLE_OK).typeName()) {
         return error == ErrorableCode::of(FTPCurl::NOT_INITIALIZED) ? OfServer : OfPath;
     }
+    const QString reply = client.serverReply();
     // The server closes a session that was in order, for its own reasons.
-    const bool isEndOfSession = client.serverReply().startsWith(QLatin1String("421"));
-    return isEndOfSession ? OfConnection : kindOfCode(error.value());
+    const bool isEndOfSession = reply.startsWith(QLatin1String("421"));
+    return isEndOfSession ? OfConnection : kindOfReply(reply, error.value());
 }
 
 QString FTPFailure::reasonOf(const FTPCurl& client)

@@ -121,6 +121,8 @@ private Q_SLOTS:
         QVERIFY(QDir(remote("/empty")).exists());
         QCOMPARE(summary(publish()), QString("0 sent, 43 unchanged, 0 removed, failed: , 0 not tried"));
         write(local("/index.html"), "hallo");
+        write(local("/a/b/c/large.bin"), "small");
+        QVERIFY(QDir(remote("/a/b")).removeRecursively());
         write(local("/new/page.html"), "new");
         write(local("/d0/.hidden"), "hidden");
         write(local("/d0/cache.tmp"), "excluded");
@@ -135,7 +137,7 @@ private Q_SLOTS:
             QVERIFY(publisher.setExcluded({ "d1/", "/d2/**", "!d2/f2.html" }));
             QVERIFY(!publisher.setConnections(9));
         });
-        QCOMPARE(summary(report), QString("2 sent, 17 unchanged, 0 removed, failed: \ufffd, 0 not tried"));
+        QCOMPARE(summary(report), QString("3 sent, 16 unchanged, 0 removed, failed: \ufffd, 0 not tried"));
         QCOMPARE(report.remarks.size(), 2);
         ::unlink(invalid.c_str());
         QCOMPARE(site().size(), 44);

@@ -55,6 +55,7 @@ private Q_SLOTS:
         row("one file is refused", "STOR site/2", "553 no", false, "3 1 0");
         row("nothing is stored", "SIZE site/2", "213 0", false, "3 1 0");
         row("the disk is full", "after STOR", "552 quota exceeded", false, "0 1 3", "552 quota exceeded");
+        row("the disk becomes full", "STOR site/2", "452 no space", false, "1 1 2", "452 no space");
         row("the login is refused", "PASS", "530 no", false, "0 0 4", "530 no");
         row("each data connection breaks", "PASV", FtpPlay::DROP, false, "0 0 4", "*");
         row("the record cannot be written", "STOR site/.tavrel-site.new", "553 no", false, "4 1 0");
