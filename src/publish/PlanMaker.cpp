@@ -70,6 +70,10 @@ bool PlanMaker::readFolder(PublishPlan& plan)
 bool PlanMaker::readRecord(PublishSession& session, RecordDownload& record, PublishPlan& plan)
 {
     const FTPFailure::Kind kind = session.requestPatiently([&] { return session.fetch(record); });
+    if (kind != FTPFailure::None) {
+        // Without its marks, a file that the record holds could be left truncated and count as unchanged.
+        return fail(session, kind);
+    }
     QString remark;
     record.read(plan.others, remark);
     if (!remark.isEmpty()) {
@@ -77,7 +81,7 @@ bool PlanMaker::readRecord(PublishSession& session, RecordDownload& record, Publ
     }
     mHasRecord = record.wasFound();
     mIsRecordOutdated = !remark.isEmpty() || plan.others.isWordy();
-    return kind == FTPFailure::None || kind == FTPFailure::OfPath || fail(session, kind);
+    return true;
 }
 
 bool PlanMaker::compare(PublishPlan& plan)
@@ -231,6 +235,10 @@ FTPFailure::Kind PlanMaker::examine(
         recorded.isWhole = false;
         plan.obsolete.push_back({ path });
         return kind;
+    }
+    if (entry && entry->kind == RemoteEntry::Other && entry->size == recorded.size) {
+        mReport.remarks << QStringLiteral("%1: not removed, the server does not list it as a file").arg(name);
+        return kind; // A later run tries again.
     }
     if (entry) {
         mReport.remarks << QStringLiteral("%1: not removed, it is not the file that was sent").arg(name);

@@ -186,9 +186,12 @@ void PublishRun::transfer()
     mSession = mWorkers.front()->takeSession();
 }
 
-/// Whether the record holds files that are about to change.
+/// Whether the record holds files that are about to change, or is one that this run does not build on.
 bool PublishRun::needsMarks() const
 {
+    if (mPlanMaker.isRecordOutdated() && mTotals.totalFiles > 0) {
+        return true;
+    }
     return !mPlan.obsolete.empty() || std::any_of(mPlan.files.begin(), mPlan.files.end(), [](const PlannedFile& file) {
         return file.state == PlannedFile::ToSend && file.recordedSize >= 0;
     });

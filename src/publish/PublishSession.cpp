@@ -74,7 +74,11 @@ bool PublishSession::fetch(RecordDownload& record)
 FTPFailure::Kind PublishSession::requestPatiently(const std::function<bool()>& request)
 {
     FTPFailure::Kind kind = this->request(request);
-    for (int failures = 1; failures <= MAX_FAILURES && kind == FTPFailure::OfConnection; ++failures) {
+    const auto mayPass = [this, &kind] {
+        const bool isRefusedForNow = kind == FTPFailure::OfPath && mClient.serverReply().startsWith(QLatin1Char('4'));
+        return isRefusedForNow || kind == FTPFailure::OfConnection;
+    };
+    for (int failures = 1; failures <= MAX_FAILURES && mayPass(); ++failures) {
         pause(failures);
         kind = this->request(request);
     }

@@ -25,7 +25,8 @@ public:
     bool isConnected() const { return mIsConnected; }
     /// Runs a request, and remembers whether it has reached the server.
     FTPFailure::Kind request(const std::function<bool()>& request);
-    /// Runs a request that needs the connection, up to three times more when that breaks, with pauses.
+    /// Runs a request that needs the connection, up to three times more when that breaks or the server refuses for the
+    /// moment, with pauses.
     FTPFailure::Kind requestPatiently(const std::function<bool()>& request);
     /// Whether requests over FTP enter the directory of their path. Otherwise, as by default, commands name the whole
     /// path, which saves round trips; but then it cannot be asked whether a directory exists.

@@ -14,14 +14,18 @@ constexpr curl_off_t MAX_RECORD_BYTES = curl_off_t { 1 } << 30;
 
 bool RecordDownload::fetch(FTPCurl& client)
 {
-    if (mResult == Result::Unknown && (mLocal.isOpen() || mLocal.open())) {
+    if (!mLocal.isOpen() && !mLocal.open()) {
+        client._setError(ErrorableCode::of(CURLE_WRITE_ERROR));
+        return false;
+    }
+    if (mResult == Result::Unknown) {
         mResult = fetch(client, SiteRecord::FILE_NAME);
         if (mResult == Result::Missing && client.error() != ErrorableCode::of(CURLE_REMOTE_ACCESS_DENIED)) {
             // A run may have ended between the two steps of replacing the record.
             mResult = fetch(client, SiteRecord::NEW_FILE_NAME);
         }
     }
-    return mResult != Result::Unknown || !mLocal.isOpen();
+    return mResult != Result::Unknown;
 }
 
 RecordDownload::Result RecordDownload::fetch(FTPCurl& client, const char* name)
@@ -39,9 +43,7 @@ RecordDownload::Result RecordDownload::fetch(FTPCurl& client, const char* name)
 void RecordDownload::read(SiteRecord& record, QString& remark)
 {
     int ignoredLines = 0;
-    if (!mLocal.isOpen()) {
-        remark = mLocal.errorString();
-    } else if (wasFound() && !record.read(mLocal, ignoredLines)) {
+    if (wasFound() && !record.read(mLocal, ignoredLines)) {
         remark = QStringLiteral("%1: ignored, it is no record of this version").arg(mName);
     } else if (ignoredLines > 0) {
         remark = QStringLiteral("%1: %2 lines ignored").arg(mName, QString::number(ignoredLines));

@@ -10,8 +10,8 @@ class SiteRecord;
 class RecordDownload
 {
 public:
-    /// Downloads the record, unless that is done. False, with the client's error, when it cannot be told whether the
-    /// site has one.
+    /// Downloads the record, unless that is done. False, with the client's error, when the site has one that cannot be
+    /// read, or may have one.
     bool fetch(FTPCurl& client);
     /// Takes the entries of what fetch() has brought; a site without a record, and a file that is none, have none. The
     /// latter is told in remark.

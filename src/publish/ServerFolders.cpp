@@ -15,13 +15,12 @@ ServerFolders::ServerFolders(FTPCurl& client)
 
 bool ServerFolders::isMissing(const FTPCurl& client)
 {
-    for (const CURLcode code :
-        { CURLE_REMOTE_ACCESS_DENIED, CURLE_FTP_COULDNT_RETR_FILE, CURLE_REMOTE_FILE_NOT_FOUND }) {
-        if (client.error() == ErrorableCode::of(code)) {
-            return true;
-        }
-    }
-    return false;
+    const QString reply = client.serverReply(); // empty over SFTP
+    const auto isResult = [&client](CURLcode code) { return client.error() == ErrorableCode::of(code); };
+    // A directory that cannot be entered, and a file or a directory that is refused for whatever reason.
+    return isResult(CURLE_REMOTE_FILE_NOT_FOUND)
+        || (isResult(CURLE_REMOTE_ACCESS_DENIED) && reply.startsWith(QLatin1Char('5')))
+        || (isResult(CURLE_FTP_COULDNT_RETR_FILE) && reply.startsWith(QLatin1String("550")));
 }
 
 QString ServerFolders::requestPath(const FTPCurl& client, const QString& folder)
@@ -38,6 +37,9 @@ const ServerFolders::Entries* ServerFolders::list(const QString& folder)
         QVector<RemoteEntry> listed;
         if (!mClient.listDetailed(requestPath(mClient, folder), listed) && !isMissing(mClient)) {
             return nullptr;
+        }
+        if (mClient.serverReply().startsWith(QLatin1String("450"))) {
+            mUnlisted.insert(folder);
         }
         known = mListed.insert(folder, Entries());
         for (const RemoteEntry& entry : listed) {
@@ -60,7 +62,20 @@ bool ServerFolders::find(const QString& path, std::optional<RemoteEntry>& found)
     if (entries && entries->contains(name)) {
         found = entries->value(name);
     }
-    return entries || !isThere;
+    return entries ? !mUnlisted.contains(folder) || findUnlisted(path, found) : !isThere;
+}
+
+/// libcurl takes the reply 450 for an empty directory; servers give it for one that is missing, too, or busy.
+bool ServerFolders::findUnlisted(const QString& path, std::optional<RemoteEntry>& found)
+{
+    qint64 size = -1;
+    const bool isKnown = sizeOf(mClient, path, size);
+    if (size >= 0) {
+        found.emplace();
+        found->kind = RemoteEntry::Other;
+        found->size = size;
+    }
+    return isKnown;
 }
 
 /// Whether each part of the path is a directory, as a listing through a link would show another place.

@@ -10,6 +10,7 @@
 #include <QtTest>
 
 static const TavrelInitializer initializer;
+static const QByteArray EMPTY_RECORD = "tavrel-site 1\n";
 
 /// Servers that refuse, break and lie. No file counts as sent that is not whole on the server.
 class PublishFaultsTest : public QObject
@@ -33,7 +34,7 @@ private Q_SLOTS:
     {
         QDir(mHere.path()).mkdir("site");
         for (int i = 1; i <= 4; ++i) {
-            QVERIFY(FileUtils::writeFileContent(mHere.filePath(QString("site/%1").arg(i)), "1234"));
+            QVERIFY(FileUtils::writeFileContent(mHere.filePath(QString("site/%1").arg(i)), EMPTY_RECORD));
         }
     }
 
@@ -58,6 +59,8 @@ private Q_SLOTS:
         row("the disk becomes full", "STOR site/2", "452 no space", false, "1 1 2", "452 no space");
         row("the login is refused", "PASS", "530 no", false, "0 0 4", "530 no");
         row("each data connection breaks", "PASV", FtpPlay::DROP, false, "0 0 4", "*");
+        row("the record cannot be read", "RETR", "425 no data", false, "0 0 4", "425 no data");
+        row("the record can be read at last", "RETR", "450 busy", true, "4 0 0");
         row("the record cannot be written", "STOR site/.tavrel-site.new", "553 no", false, "4 1 0");
     }
 
@@ -68,7 +71,7 @@ private Q_SLOTS:
         QFETCH(bool, isOnce);
         QFETCH(QString, stopReason);
         FtpPlay play;
-        play.content = "1234"; // of the record, which is none then, and the size of all files
+        play.content = EMPTY_RECORD; // has the size of all files
         play.replies = { { moment, reply } };
         play.isDue = [isOnce, times = std::make_shared<int>(0)] { return (*times)++ == 0 || !isOnce; };
         const ScriptedFtpServer server(play);
