@@ -1,10 +1,5 @@
 #include "PublishRun.h"
 
-#include "RecordFile.h"
-
-#include <QSet>
-#include <QTemporaryFile>
-
 #include <algorithm>
 #include <limits>
 #include <set>
@@ -21,8 +16,6 @@ constexpr int PROGRESS_MS = 100;
 /// The record is saved in between, so that an interrupted run is not in vain, at a small part of the time.
 constexpr qint64 SAVE_MS = 60000;
 constexpr qint64 SAVE_SHARE = 20;
-/// A record is written anew rather than appended to when more of it changes.
-constexpr qint64 MIN_LINES_PER_APPENDED = 20;
 /// A further session costs as much time as some files.
 constexpr qint64 FILES_OF_SESSION = 4;
 /// Round trips of a listing, by those that one size takes.
@@ -135,29 +128,6 @@ std::unique_ptr<PublishSession> PublishRun::openSession(const std::function<void
     return session;
 }
 
-void PublishRun::announcePlan()
-{
-    for (const PublishReport::Failure& failure : mReport.failed) {
-        mListener.fileFinished(failure.path, FolderPublisher::Failed, failure.reason);
-    }
-    for (const PlannedFile& file : mPlan.files) {
-        if (file.state == PlannedFile::ToSend) {
-            ++mTotals.totalFiles;
-            mTotals.totalBytes += file.size;
-        }
-        if (file.state == PlannedFile::Unchanged || (mOptions.dryRun && file.state == PlannedFile::ToSend)) {
-            const bool isSent = file.state == PlannedFile::ToSend;
-            mListener.fileFinished(
-                mPlan.path(file), isSent ? FolderPublisher::Sent : FolderPublisher::Unchanged, QString());
-        }
-    }
-    for (const ObsoleteFile& file : mPlan.obsolete) {
-        if (mOptions.dryRun) {
-            mListener.fileFinished(QString::fromUtf8(file.path), FolderPublisher::Removed, QString());
-        }
-    }
-}
-
 void PublishRun::transfer()
 {
     mIsRecordThere = mPlanMaker.hasRecord();
@@ -184,70 +154,6 @@ void PublishRun::transfer()
     showProgress(true);
     mReport.stopReason = mQueue->stopReason();
     mSession = mWorkers.front()->takeSession();
-}
-
-/// Whether the record holds files that are about to change, or is one that this run does not build on.
-bool PublishRun::needsMarks() const
-{
-    if (mPlanMaker.isRecordOutdated() && mTotals.totalFiles > 0) {
-        return true;
-    }
-    return !mPlan.obsolete.empty() || std::any_of(mPlan.files.begin(), mPlan.files.end(), [](const PlannedFile& file) {
-        return file.state == PlannedFile::ToSend && file.recordedSize >= 0;
-    });
-}
-
-/// Before anything changes. A record that was found under its second name, or was not understood, is written anew.
-bool PublishRun::markRecord()
-{
-    FTPCurl& client = mSession->client();
-    client.setUploadMode(FTPCurl::InPlace);
-    client.setVerifyUploads(false);
-    const bool isMarked = !mPlanMaker.isRecordOutdated() && RecordFile(client).mark(mPlan);
-    client.setUploadMode(mOptions.uploadMode);
-    mIsRecordWritten = true;
-    mCanAppend = isMarked;
-    return isMarked || (FTPFailure::kindOf(client) != FTPFailure::Interrupted && saveRecord(client));
-}
-
-/// After the last change. A few lines are appended to a record that holds nothing that is not true any more.
-bool PublishRun::completeRecord()
-{
-    FTPCurl& client = mSession->client();
-    const auto sent = static_cast<qint64>(mReport.sent.size());
-    const bool isAppended = mIsRecordThere && mCanAppend && !mPlanMaker.isRecordOutdated() && mPlan.obsolete.empty()
-        && sent * MIN_LINES_PER_APPENDED <= static_cast<qint64>(mPlan.files.size());
-    if (!isAppended) {
-        return saveRecord(client);
-    }
-    client.setUploadMode(FTPCurl::InPlace);
-    client.setVerifyUploads(false);
-    return RecordFile(client).addSent(mPlan)
-        || (FTPFailure::kindOf(client) != FTPFailure::Interrupted && saveRecord(client));
-}
-
-bool PublishRun::saveRecord(FTPCurl& client)
-{
-    QElapsedTimer time;
-    time.start();
-    QTemporaryFile local;
-    bool isWritten = local.open();
-    {
-        const auto guard = mQueue ? mQueue->lock() : std::unique_lock<std::mutex>();
-        isWritten = isWritten && RecordFile::format(mPlan, local);
-    }
-    if (!isWritten) {
-        client._setError(ErrorableCode::of(CURLE_WRITE_ERROR));
-        return false;
-    }
-    client.setUploadMode(FTPCurl::InPlace); // the record has a second name of its own
-    client.setVerifyUploads(false); // a record that is cut off is one that knows less
-    isWritten = RecordFile(client).write(local.fileName(), mIsRecordThere);
-    client.setUploadMode(mOptions.uploadMode);
-    mIsRecordWritten = true;
-    mIsRecordThere = mIsRecordThere || isWritten;
-    mSaveTime = time.elapsed();
-    return isWritten;
 }
 
 int PublishRun::sessionCount(qint64 steps, qint64 bytes) const
@@ -366,51 +272,5 @@ void PublishRun::removeEmptyFolders()
         if (!mListener.isInterrupted()) {
             client.tryRemoveDirIfEmpty(client.canonicalizedFilePath(QString::fromUtf8(folder).chopped(1)));
         }
-    }
-}
-
-void PublishRun::reportFiles()
-{
-    QSet<QString> incomplete;
-    for (const auto& worker : mWorkers) {
-        incomplete += QSet<QString>(worker->incomplete().begin(), worker->incomplete().end());
-    }
-    for (const PlannedFile& file : mPlan.files) {
-        const QString path = mPlan.path(file);
-        switch (file.state) {
-        case PlannedFile::Sent:
-            mReport.sent << path;
-            mReport.bytes += file.size;
-            incomplete.remove(path);
-            break;
-        case PlannedFile::Unchanged:
-            mReport.unchanged << path;
-            break;
-        case PlannedFile::Arrived:
-            incomplete << path;
-            mReport.notTried << path;
-            break;
-        case PlannedFile::ToSend:
-            (mOptions.dryRun ? mReport.sent : mReport.notTried) << path;
-            break;
-        case PlannedFile::NotTried:
-            mReport.notTried << path;
-            break;
-        case PlannedFile::Failed:
-            break;
-        }
-    }
-    for (const ObsoleteFile& file : mPlan.obsolete) {
-        if (file.isRemoved || mOptions.dryRun) {
-            mReport.removed << QString::fromUtf8(file.path);
-        }
-    }
-    mReport.incomplete = incomplete.values();
-    mReport.incomplete.sort();
-    const auto retired
-        = std::count_if(mWorkers.begin(), mWorkers.end(), [](const auto& worker) { return worker->isRetired(); });
-    if (retired > 0) {
-        mReport.remarks << QStringLiteral("the server allowed only %1 sessions")
-                               .arg(static_cast<int>(mWorkers.size()) - static_cast<int>(retired));
     }
 }
