@@ -79,8 +79,8 @@ bool PlanMaker::readRecord(PublishSession& session, RecordDownload& record, Publ
     if (!remark.isEmpty()) {
         mReport.remarks << remark;
     }
-    mHasRecord = record.wasFound();
-    mIsRecordOutdated = !remark.isEmpty() || plan.others.isWordy();
+    mRecordPlace = record.place();
+    mIsRecordOutdated = !remark.isEmpty() || plan.others.isWordy() || mRecordPlace == RecordPlace::Aside;
     return true;
 }
 
@@ -97,7 +97,7 @@ bool PlanMaker::compare(PublishPlan& plan)
             presume(plan, file.folder);
         }
     }
-    if (mHasRecord) {
+    if (mRecordPlace != RecordPlace::Absent) {
         presume(plan, 0);
     }
     return true;

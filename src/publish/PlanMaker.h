@@ -30,8 +30,9 @@ public:
     bool findObsolete(PublishSession& session, PublishPlan& plan);
 
     const QString& fault() const { return mFault; }
-    bool hasRecord() const { return mHasRecord; }
-    /// Whether the record on the server is another one than that of the plan before anything is sent.
+    RecordPlace recordPlace() const { return mRecordPlace; }
+    /// Whether the record on the server is another one than that of the plan before anything is sent, or is not in its
+    /// place.
     bool isRecordOutdated() const { return mIsRecordOutdated; }
 
 private:
@@ -54,7 +55,7 @@ private:
     PathFilter mFilter;
     QStringList mUnknown; ///< local paths that could not be read
     QString mFault;
-    bool mHasRecord = false;
+    RecordPlace mRecordPlace = RecordPlace::Absent;
     bool mIsRecordOutdated = false;
     QByteArray mBlock; ///< for reading files
 };

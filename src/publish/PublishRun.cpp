@@ -130,7 +130,7 @@ std::unique_ptr<PublishSession> PublishRun::openSession(const std::function<void
 
 void PublishRun::transfer()
 {
-    mIsRecordThere = mPlanMaker.hasRecord();
+    mRecordPlace = mPlanMaker.recordPlace();
     if (needsMarks() && mSession->requestPatiently([this] { return markRecord(); }) != FTPFailure::None) {
         if (!mListener.isInterrupted()) {
             mReport.stopReason = QStringLiteral("%1: %2").arg(

@@ -74,7 +74,7 @@ private:
     RateMeter mRate;
     QElapsedTimer mSinceProgress;
     std::atomic<bool> mIsRecordWritten { false };
-    std::atomic<bool> mIsRecordThere { false };
+    std::atomic<RecordPlace> mRecordPlace { RecordPlace::Absent };
     bool mCanAppend = true; ///< to the record, as far as is known
     std::atomic<qint64> mSaveTime { 0 }; ///< of the last one, in milliseconds
 };

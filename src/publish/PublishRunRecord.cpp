@@ -41,8 +41,8 @@ bool PublishRun::completeRecord()
 {
     FTPCurl& client = mSession->client();
     const auto sent = static_cast<qint64>(mReport.sent.size());
-    const bool isAppended = mIsRecordThere && mCanAppend && !mPlanMaker.isRecordOutdated() && mPlan.obsolete.empty()
-        && sent * MIN_LINES_PER_APPENDED <= static_cast<qint64>(mPlan.files.size());
+    const bool isAppended = mRecordPlace == RecordPlace::InPlace && mCanAppend && !mPlanMaker.isRecordOutdated()
+        && mPlan.obsolete.empty() && sent * MIN_LINES_PER_APPENDED <= static_cast<qint64>(mPlan.files.size());
     if (!isAppended) {
         return saveRecord(client);
     }
@@ -68,10 +68,11 @@ bool PublishRun::saveRecord(FTPCurl& client)
     }
     client.setUploadMode(FTPCurl::InPlace); // the record has a second name of its own
     client.setVerifyUploads(false); // a record that is cut off is one that knows less
-    isWritten = RecordFile(client).write(local.fileName(), mIsRecordThere);
+    RecordPlace place = mRecordPlace; // one session at a time writes the record
+    isWritten = RecordFile(client).write(local.fileName(), place);
+    mRecordPlace = place;
     client.setUploadMode(mOptions.uploadMode);
     mIsRecordWritten = true;
-    mIsRecordThere = mIsRecordThere || isWritten;
     mSaveTime = time.elapsed();
     return isWritten;
 }

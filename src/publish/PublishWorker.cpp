@@ -70,7 +70,7 @@ PublishWorker::Next PublishWorker::perform(const TransferQueue::Task& task)
     case TransferQueue::Task::SaveRecord:
         // A failure costs nothing but the time of sending files again after a crash.
         mSession->request([this] { return mRun.saveRecord(mSession->client()); });
-        mRun.queue.taskDone();
+        mRun.queue.recordSaved();
         break;
     }
     if (mIsRetired) {
@@ -232,7 +232,7 @@ FTPFailure::Kind PublishWorker::checkFolder(int folder)
         }
     }
     if (!mIsRetired && kind != FTPFailure::Interrupted) {
-        mRun.queue.taskDone();
+        mRun.queue.folderChecked();
     }
     return kind;
 }

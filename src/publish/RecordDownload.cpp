@@ -40,12 +40,21 @@ RecordDownload::Result RecordDownload::fetch(FTPCurl& client, const char* name)
     return ServerFolders::isMissing(client) ? Result::Missing : Result::Unknown;
 }
 
+RecordPlace RecordDownload::place() const
+{
+    if (!wasFound()) {
+        return RecordPlace::Absent;
+    }
+    return mName == QLatin1String(SiteRecord::FILE_NAME) ? RecordPlace::InPlace : RecordPlace::Aside;
+}
+
 void RecordDownload::read(SiteRecord& record, QString& remark)
 {
     int ignoredLines = 0;
     if (wasFound() && !record.read(mLocal, ignoredLines)) {
-        remark = QStringLiteral("%1: ignored, it is no record of this version").arg(mName);
+        remark = QStringLiteral("%1: ignored, not a record of this version").arg(mName);
     } else if (ignoredLines > 0) {
-        remark = QStringLiteral("%1: %2 lines ignored").arg(mName, QString::number(ignoredLines));
+        remark = ignoredLines == 1 ? QStringLiteral("%1: 1 line ignored").arg(mName)
+                                   : QStringLiteral("%1: %2 lines ignored").arg(mName).arg(ignoredLines);
     }
 }

@@ -1,10 +1,11 @@
 #pragma once
 
+#include "SiteRecord.h"
+
 #include <QString>
 #include <QTemporaryFile>
 
 class FTPCurl;
-class SiteRecord;
 
 /// The record of a site as it stands on the server before a run.
 class RecordDownload
@@ -17,6 +18,7 @@ public:
     /// latter is told in remark.
     void read(SiteRecord& record, QString& remark);
     bool wasFound() const { return mResult == Result::Found; }
+    RecordPlace place() const;
 
 private:
     enum class Result { Unknown, Missing, Found };

@@ -1,6 +1,7 @@
 #include "RecordFile.h"
 
 #include "PublishPlan.h"
+#include "ServerFolders.h"
 
 #include <tavrel/FTPCurl.h>
 
@@ -74,17 +75,65 @@ bool RecordFile::append(const QByteArray& lines)
     return isAppended;
 }
 
-bool RecordFile::write(const QString& local, bool replaces)
+bool RecordFile::write(const QString& local, RecordPlace& place)
 {
-    return replaces ? mClient.putFile(local, NEW_NAME, false) && rename() : mClient.putFile(local, NAME, false);
+    const bool isAside = place == RecordPlace::Aside;
+    if (isAside && !adopt(place)) {
+        return false;
+    }
+    if (place == RecordPlace::InPlace) {
+        return replace(local, place);
+    }
+    if (!mClient.putFile(local, NAME, false)) {
+        return false;
+    }
+    place = RecordPlace::InPlace;
+    return !isAside || removeNew();
 }
 
-bool RecordFile::rename()
+/// Whether the last command was answered with a refusal.
+bool RecordFile::isRefused() const
 {
+    return mClient.error() == ErrorableCode::of(CURLE_QUOTE_ERROR);
+}
+
+/// Gives a record its name, so that writing the next one does not truncate the only one. On a server that does not
+/// rename, it stays where it is.
+bool RecordFile::adopt(RecordPlace& place)
+{
+    if (mClient.rename(NEW_NAME, NAME)) {
+        place = RecordPlace::InPlace;
+        return true;
+    }
+    // It may have been renamed before the connection broke.
+    qint64 size = -1;
+    const bool isKnown = isRefused() && ServerFolders::sizeOf(mClient, NAME, size);
+    place = size >= 0 ? RecordPlace::InPlace : place;
+    return isKnown;
+}
+
+bool RecordFile::replace(const QString& local, RecordPlace& place)
+{
+    if (!mClient.putFile(local, NEW_NAME, false)) {
+        return false;
+    }
     if (mClient.rename(NEW_NAME, NAME)) {
         return true;
     }
-    // Some servers do not replace a file by a rename.
-    return mClient.error() == ErrorableCode::of(CURLE_QUOTE_ERROR)
-        && mClient.removeSimpleResource(mClient.canonicalizedFilePath(NAME), false) && mClient.rename(NEW_NAME, NAME);
+    if (!isRefused()) {
+        return false;
+    }
+    // Some servers do not replace a file by a rename, and some do not rename at all.
+    place = RecordPlace::Aside;
+    const bool isRenamed
+        = mClient.removeSimpleResource(mClient.canonicalizedFilePath(NAME), false) && mClient.rename(NEW_NAME, NAME);
+    const bool isWritten = isRenamed || (isRefused() && mClient.putFile(local, NAME, false) && removeNew());
+    place = isWritten ? RecordPlace::InPlace : place;
+    return isWritten;
+}
+
+/// A record under the second name would be out of date after the next change.
+bool RecordFile::removeNew()
+{
+    return mClient.removeSimpleResource(mClient.canonicalizedFilePath(NEW_NAME), false) || isRefused();
 }

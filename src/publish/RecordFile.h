@@ -1,5 +1,7 @@
 #pragma once
 
+#include "SiteRecord.h"
+
 #include <QString>
 
 class FTPCurl;
@@ -20,11 +22,15 @@ public:
     /// Appends the files that were sent. Like mark(), only to a record whose other lines are still true.
     bool addSent(const PublishPlan& plan);
     /// Writes the record from a local file. One that is replaced is complete at any moment, under one of its two names.
-    bool write(const QString& local, bool replaces);
+    /// The place follows each step, also of those before a failure.
+    bool write(const QString& local, RecordPlace& place);
 
 private:
     bool append(const QByteArray& lines);
-    bool rename();
+    bool isRefused() const;
+    bool adopt(RecordPlace& place);
+    bool replace(const QString& local, RecordPlace& place);
+    bool removeNew();
 
     FTPCurl& mClient;
 };

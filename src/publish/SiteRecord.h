@@ -7,6 +7,13 @@
 #include <array>
 #include <optional>
 
+/// Where the record of a site is on its server.
+enum class RecordPlace {
+    Absent,
+    InPlace, ///< under its name, whatever is under the second one
+    Aside, ///< under its second name only
+};
+
 constexpr int DIGEST_BYTES = 32;
 /// A SHA-256.
 using Digest = std::array<char, DIGEST_BYTES>;

@@ -112,6 +112,7 @@ std::optional<TransferQueue::Task> TransferQueue::next(int session)
     }
     if (mIsSaveDue) {
         mIsSaveDue = false;
+        mIsSaving = true;
         ++mOpen;
         return Task { Task::SaveRecord, 0 };
     }
@@ -250,9 +251,17 @@ std::vector<int> TransferQueue::arrivedFiles(int folder) const
     return files;
 }
 
-void TransferQueue::taskDone()
+void TransferQueue::folderChecked()
 {
     const auto guard = lock();
+    --mOpen;
+    mChanged.notify_all();
+}
+
+void TransferQueue::recordSaved()
+{
+    const auto guard = lock();
+    mIsSaving = false;
     --mOpen;
     mChanged.notify_all();
 }
@@ -290,7 +299,7 @@ void TransferQueue::giveBack(const Task& task)
 void TransferQueue::requestSave()
 {
     const auto guard = lock();
-    mIsSaveDue = true;
+    mIsSaveDue = !mIsSaving;
     mChanged.notify_one();
 }
 

@@ -57,8 +57,8 @@ public:
     void fileNotWhole(int file);
     void obsoleteRemoved(int obsolete);
     void obsoleteFailed(int obsolete, const QString& reason);
-    /// Of CheckFolder and SaveRecord.
-    void taskDone();
+    void folderChecked();
+    void recordSaved();
     /// Nothing was done; another session does it.
     void giveBack(const Task& task);
 
@@ -66,7 +66,7 @@ public:
     bool isCheckedByListing(int file) const;
     /// The files of a folder that have arrived and are not verified.
     std::vector<int> arrivedFiles(int folder) const;
-    /// Asks one session to save the record.
+    /// Asks one session to save the record, unless one does so or is about to.
     void requestSave();
 
     /// Takes a session out, unless it is the last one.
@@ -127,6 +127,7 @@ private:
     std::deque<int> mSmallFiles;
     std::deque<int> mToRemove;
     bool mIsSaveDue = false;
+    bool mIsSaving = false;
     int mOpen = 0; ///< steps, except removals, that are not finished
     int mRemovals = 0; ///< that are not finished
     int mSessions;

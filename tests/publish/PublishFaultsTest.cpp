@@ -83,6 +83,42 @@ private Q_SLOTS:
         QVERIFY(!report.stopReason.contains("rd%1"));
     }
 
+    void replacesARecordBeforeAnythingElse_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QByteArray>("missing");
+        QTest::addColumn<QByteArray>("refused");
+        QTest::addColumn<QList<QByteArray>>("first");
+        const QByteArray mark = EMPTY_RECORD + "9 - 1\n";
+        const QByteArray put = "STOR site/.tavrel-site.new";
+        const QByteArray from = "RNFR site/.tavrel-site.new";
+        QTest::newRow("of another version") << QByteArray("tavrel-site 2\n") << QByteArray() << QByteArray()
+                                            << QList<QByteArray> { put, from, "STOR site/1" };
+        QTest::newRow("under its second name") << mark << QByteArray("RETR .tavrel-site") << QByteArray()
+                                               << QList<QByteArray> { from, put, from, "STOR site/1" };
+        QTest::newRow("that cannot be renamed")
+            << mark << QByteArray() << QByteArray("RNTO")
+            << QList<QByteArray> { put, from, from, "STOR site/.tavrel-site", "STOR site/1" };
+    }
+
+    void replacesARecordBeforeAnythingElse()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(QByteArray, missing);
+        QFETCH(QByteArray, refused);
+        QFETCH(QList<QByteArray>, first);
+        FtpPlay play;
+        play.content = content;
+        play.replies = { { missing, "550 none" }, { refused, "550 no" }, { "STOR site/1", "552 full" } };
+        ScriptedFtpServer server(play);
+        publish(FtpTarget(FTPSettings::FTP, server.port(), "site"), 1);
+        QList<QByteArray> changes = server.commands();
+        const auto isOther
+            = [](const QByteArray& command) { return !command.startsWith("STOR") && !command.startsWith("RNFR"); };
+        changes.erase(std::remove_if(changes.begin(), changes.end(), isOther), changes.end());
+        QCOMPARE(changes.mid(0, first.size()), first);
+    }
+
     void makesDoWithFewerSessions()
     {
         const RealServers servers { { "proftpd" } };
