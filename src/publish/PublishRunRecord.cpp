@@ -67,7 +67,8 @@ bool PublishRun::saveRecord(FTPCurl& client)
         return false;
     }
     client.setUploadMode(FTPCurl::InPlace); // the record has a second name of its own
-    client.setVerifyUploads(false); // a record that is cut off is one that knows less
+    // A record that is cut off is one that knows less. Without a time-out, it could also be the old one.
+    client.setVerifyUploads(mOptions.stallTimeOut == 0);
     RecordPlace place = mRecordPlace; // one session at a time writes the record
     isWritten = RecordFile(client).write(local.fileName(), place);
     mRecordPlace = place;

@@ -185,7 +185,8 @@ FTPFailure::Kind PublishWorker::uploadOnce(int file, const QString& path, Upload
         mReason = source.errorString();
         return FTPFailure::OfPath;
     }
-    client.setVerifyUploads(!mRun.queue.isCheckedByListing(file));
+    // Without a time-out, an upload whose end is not confirmed counts as sent unless its size is verified.
+    client.setVerifyUploads(mRun.options.stallTimeOut == 0 || !mRun.queue.isCheckedByListing(file));
     FTPFailure::Kind kind = mSession->request([&] { return client.putDataFromIoDevice(&source, path, path); });
     source.close();
     client.setExistingResourceCache(path, -1); // would keep the path of each file
