@@ -100,7 +100,8 @@ public:
     bool setExcluded(const QStringList& globs);
     /// See FTPCurl::setUploadMode(). InPlace by default.
     bool setUploadMode(FTPCurl::UploadMode mode);
-    /// See FTPCurl::setKeepModificationTime(); one more command per file. Off by default.
+    /// Whether files get their modification times on the server, to the second, by one more command per file. A server
+    /// that cannot do it is told in a remark. Off by default.
     void setKeepModificationTime(bool keep);
     /// See FTPCurl::setStallTimeOut(), but 60 s by default.
     bool setStallTimeOut(int seconds);

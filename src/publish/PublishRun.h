@@ -56,6 +56,7 @@ private:
     void finish();
     void removeEmptyFolders();
     void reportFiles();
+    void remarkOnServer();
 
     const FTPSettings& mSettings;
     const PublishOptions& mOptions;

@@ -65,10 +65,19 @@ void PublishRun::reportFiles()
     }
     mReport.incomplete = incomplete.values();
     mReport.incomplete.sort();
+    remarkOnServer();
+}
+
+void PublishRun::remarkOnServer()
+{
     const auto retired
         = std::count_if(mWorkers.begin(), mWorkers.end(), [](const auto& worker) { return worker->isRetired(); });
     if (retired > 0) {
-        mReport.remarks << QStringLiteral("the server allowed only %1 sessions")
-                               .arg(static_cast<int>(mWorkers.size()) - static_cast<int>(retired));
+        const int allowed = static_cast<int>(mWorkers.size()) - static_cast<int>(retired);
+        mReport.remarks << (allowed == 1 ? QStringLiteral("the server allowed only 1 session")
+                                         : QStringLiteral("the server allowed only %1 sessions").arg(allowed));
+    }
+    if (std::any_of(mWorkers.begin(), mWorkers.end(), [](const auto& worker) { return worker->hasLostTimes(); })) {
+        mReport.remarks << QStringLiteral("the server does not set modification times");
     }
 }

@@ -191,11 +191,19 @@ FTPFailure::Kind PublishWorker::uploadOnce(int file, const QString& path, Upload
     source.close();
     client.setExistingResourceCache(path, -1); // would keep the path of each file
     if (kind == FTPFailure::None && mRun.options.keepModificationTime) {
-        kind = mSession->request([&] { return client.setModificationTime(path, source.modified()); });
+        kind = setTime(path, source.modified());
     }
     mReason = FTPFailure::reasonOf(client);
     // An upload of fewer bytes than announced looks like a broken connection.
     return source.hasChanged() && isOfSession(kind) ? FTPFailure::None : kind;
+}
+
+/// A file without its time is sent all the same.
+FTPFailure::Kind PublishWorker::setTime(const QString& path, const QDateTime& time)
+{
+    const FTPFailure::Kind kind = mSession->request([&] { return mSession->client().setModificationTime(path, time); });
+    mHasLostTimes = mHasLostTimes || kind == FTPFailure::OfPath;
+    return kind == FTPFailure::OfPath ? FTPFailure::None : kind;
 }
 
 /// Creates a folder that was taken to exist, as the record has files in it; true if that makes another attempt worth

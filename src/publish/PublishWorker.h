@@ -38,6 +38,8 @@ public:
     bool isRetired() const { return mIsRetired; }
     /// Files whose upload was begun and did not end well, after work().
     const QStringList& incomplete() const { return mIncomplete; }
+    /// Whether the server has refused the modification time of a file, after work().
+    bool hasLostTimes() const { return mHasLostTimes; }
 
 private:
     /// Whether the worker goes on with a further task.
@@ -58,6 +60,7 @@ private:
     FTPFailure::Kind create(const QString& folder);
     FTPFailure::Kind upload(int file, const QString& path, UploadSource& source);
     FTPFailure::Kind uploadOnce(int file, const QString& path, UploadSource& source);
+    FTPFailure::Kind setTime(const QString& path, const QDateTime& time);
     bool createMissing(int folder);
     FTPFailure::Kind confirm(int file);
 
@@ -67,6 +70,7 @@ private:
     std::unique_ptr<PublishSession> mSession;
     QString mReason; ///< of the last failure
     bool mIsRetired = false;
+    bool mHasLostTimes = false;
     std::set<int> mAskedFolders; ///< that were found to exist, or created, after a failure in them
     QStringList mIncomplete;
 };
