@@ -20,7 +20,7 @@ struct PlannedFile
         NotTried,
     };
 
-    qint64 size = 0;
+    qint64 size = 0; ///< of the local file; once it is sent, of what was sent
     qint64 recordedSize = -1; ///< in the record on the server; -1 when it is not there
     Digest digest {}; ///< of a file that is sent or unchanged
     int folder = 0;

@@ -157,7 +157,7 @@ FTPFailure::Kind PublishWorker::sendFile(int file)
     }
     const bool isTouched = source.bytesRead() > 0 || kind == FTPFailure::Interrupted || isOfSession(kind);
     if (kind == FTPFailure::None) {
-        mRun.queue.fileArrived(file, source.digest());
+        mRun.queue.fileArrived(file, source.size(), source.digest());
         return kind;
     }
     if (isTouched && !mIsRetired && mRun.options.uploadMode == FTPCurl::InPlace) {

@@ -162,10 +162,11 @@ void TransferQueue::skip(int folder)
     }
 }
 
-void TransferQueue::fileArrived(int file, const Digest& digest)
+void TransferQueue::fileArrived(int file, qint64 size, const Digest& digest)
 {
     const auto guard = lock();
     PlannedFile& planned = mPlan.files[file];
+    planned.size = size;
     planned.digest = digest;
     mBrokenInRow = 0;
     if (isCheckedByListing(planned)) {

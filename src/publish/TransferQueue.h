@@ -50,7 +50,8 @@ public:
     /// A task ends with one of these.
     void folderReady(int folder);
     void folderFailed(int folder, const QString& reason);
-    void fileArrived(int file, const Digest& digest);
+    /// With what was sent, as the file may have changed since the plan.
+    void fileArrived(int file, qint64 size, const Digest& digest);
     void fileSent(int file);
     void fileFailed(int file, const QString& reason);
     /// The file is to be sent again.
