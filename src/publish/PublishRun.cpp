@@ -153,7 +153,21 @@ void PublishRun::transfer()
     deliver(mQueue->takeEvents(milliseconds(0)));
     showProgress(true);
     mReport.stopReason = mQueue->stopReason();
-    mSession = mWorkers.front()->takeSession();
+    mSession = takeLastSession();
+}
+
+/// The one for the end of the run. The others are closed first: the server may not have room for another connection.
+std::unique_ptr<PublishSession> PublishRun::takeLastSession()
+{
+    std::unique_ptr<PublishSession> last;
+    for (const auto& worker : mWorkers) {
+        auto session = worker->takeSession();
+        const bool isBetter = !last || (session && session->isConnected() && !last->isConnected());
+        if (isBetter && !worker->isRetired()) {
+            last = std::move(session);
+        }
+    }
+    return last;
 }
 
 int PublishRun::sessionCount(qint64 steps, qint64 bytes) const

@@ -50,6 +50,7 @@ private:
     int sessionCount(qint64 steps, qint64 bytes) const;
     void startWorkers(std::vector<std::thread>& threads, const PublishWorker::Run& run, int count);
     void watch();
+    std::unique_ptr<PublishSession> takeLastSession();
     void deliver(const std::vector<TransferQueue::Event>& events);
     void showProgress(bool isLast);
 
