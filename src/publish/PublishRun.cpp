@@ -49,14 +49,11 @@ PublishRun::PublishRun(
 
 PublishReport PublishRun::run()
 {
-    if (plan()) {
-        announcePlan();
-        if (mOptions.dryRun) {
-            reportFiles();
-        } else {
-            transfer();
-            finish();
-        }
+    mIsPlanned = plan();
+    announcePlan();
+    if (mIsPlanned && !mOptions.dryRun) {
+        transfer();
+        finish();
     } else {
         if (mReport.stopReason.isEmpty()) {
             mReport.stopReason = mPlanMaker.fault();

@@ -39,6 +39,8 @@ private:
     bool takeFirstSession();
     void openFurtherSessions();
     std::unique_ptr<PublishSession> openSession(const std::function<void(PublishSession&)>& connect) const;
+    /// Whether what the plan holds is all that this run does.
+    bool isShown() const { return mOptions.dryRun && mIsPlanned; }
     void announcePlan();
     bool needsMarks() const;
     bool markRecord();
@@ -72,6 +74,7 @@ private:
     std::deque<std::future<std::unique_ptr<PublishSession>>> mComingSessions;
     std::unique_ptr<TransferQueue> mQueue;
     std::vector<std::unique_ptr<PublishWorker>> mWorkers;
+    bool mIsPlanned = false;
     PublishProgress mTotals;
     RateMeter mRate;
     QElapsedTimer mSinceProgress;

@@ -14,14 +14,14 @@ void PublishRun::announcePlan()
             ++mTotals.totalFiles;
             mTotals.totalBytes += file.size;
         }
-        if (file.state == PlannedFile::Unchanged || (mOptions.dryRun && file.state == PlannedFile::ToSend)) {
+        if (file.state == PlannedFile::Unchanged || (isShown() && file.state == PlannedFile::ToSend)) {
             const bool isSent = file.state == PlannedFile::ToSend;
             mListener.fileFinished(
                 mPlan.path(file), isSent ? FolderPublisher::Sent : FolderPublisher::Unchanged, QString());
         }
     }
     for (const ObsoleteFile& file : mPlan.obsolete) {
-        if (mOptions.dryRun) {
+        if (isShown()) {
             mListener.fileFinished(QString::fromUtf8(file.path), FolderPublisher::Removed, QString());
         }
     }
@@ -49,7 +49,7 @@ void PublishRun::reportFiles()
             mReport.notTried << path;
             break;
         case PlannedFile::ToSend:
-            (mOptions.dryRun ? mReport.sent : mReport.notTried) << path;
+            (isShown() ? mReport.sent : mReport.notTried) << path;
             break;
         case PlannedFile::NotTried:
             mReport.notTried << path;
@@ -59,7 +59,7 @@ void PublishRun::reportFiles()
         }
     }
     for (const ObsoleteFile& file : mPlan.obsolete) {
-        if (file.isRemoved || mOptions.dryRun) {
+        if (file.isRemoved || isShown()) {
             mReport.removed << QString::fromUtf8(file.path);
         }
     }
