@@ -10,6 +10,12 @@ namespace {
 
 constexpr int HASH_BLOCK_BYTES = 256 * 1024;
 
+/// Equal for names that a server may take for one file, whatever letters and normalization it tells apart.
+QString spellingOf(const QString& path)
+{
+    return path.normalized(QString::NormalizationForm_C).toCaseFolded();
+}
+
 bool isHidden(const QString& path)
 {
     return path.startsWith(QLatin1Char('.')) || path.contains(QLatin1String("/."));
@@ -196,11 +202,19 @@ bool PlanMaker::findObsolete(PublishSession& session, PublishPlan& plan)
     ServerFolders folders(session.client());
     QList<QByteArray> paths = plan.others.entries().keys();
     std::sort(paths.begin(), paths.end());
+    const QSet<QString> spellings = plannedSpellings(plan, paths);
     for (const QByteArray& path : paths) {
         if (mIsStopped()) {
             return false;
         }
-        if (!isKnownToBeGone(QString::fromUtf8(path))) {
+        const QString name = QString::fromUtf8(path);
+        if (!isKnownToBeGone(name)) {
+            continue;
+        }
+        if (spellings.contains(spellingOf(name))) {
+            mReport.remarks
+                << QStringLiteral("%1: not removed, a file of the folder differs from it only in spelling").arg(name);
+            forget(plan, path);
             continue;
         }
         const FTPFailure::Kind kind = examine(session, folders, plan, path);
@@ -209,6 +223,29 @@ bool PlanMaker::findObsolete(PublishSession& session, PublishPlan& plan)
         }
     }
     return true;
+}
+
+/// Those of given paths that planned files have.
+QSet<QString> PlanMaker::plannedSpellings(const PublishPlan& plan, const QList<QByteArray>& paths)
+{
+    QSet<QString> wanted;
+    for (const QByteArray& path : paths) {
+        wanted.insert(spellingOf(QString::fromUtf8(path)));
+    }
+    QSet<QString> planned;
+    for (const PlannedFile& file : plan.files) {
+        const QString spelling = wanted.isEmpty() ? QString() : spellingOf(plan.path(file));
+        if (wanted.contains(spelling)) {
+            planned.insert(spelling);
+        }
+    }
+    return planned;
+}
+
+void PlanMaker::forget(PublishPlan& plan, const QByteArray& path)
+{
+    plan.others.take(path);
+    mIsRecordOutdated = true;
 }
 
 /// Whether the folder was read where the file was, and it is not there. A path that is excluded now is none of ours.
@@ -243,7 +280,6 @@ FTPFailure::Kind PlanMaker::examine(
     if (entry) {
         mReport.remarks << QStringLiteral("%1: not removed, it is not the file that was sent").arg(name);
     }
-    plan.others.take(path);
-    mIsRecordOutdated = true;
+    forget(plan, path);
     return kind;
 }

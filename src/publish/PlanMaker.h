@@ -9,6 +9,8 @@
 
 #include <tavrel/PublishReport.h>
 
+#include <QList>
+#include <QSet>
 #include <QStringList>
 
 #include <functional>
@@ -44,6 +46,8 @@ private:
     static void presume(PublishPlan& plan, int folder);
     FTPFailure::Kind checkFile(
         PublishSession& session, PublishPlan& plan, PlannedFile& file, const ServerFolders::Entries& entries);
+    static QSet<QString> plannedSpellings(const PublishPlan& plan, const QList<QByteArray>& paths);
+    void forget(PublishPlan& plan, const QByteArray& path);
     bool isKnownToBeGone(const QString& path) const;
     FTPFailure::Kind examine(
         PublishSession& session, ServerFolders& folders, PublishPlan& plan, const QByteArray& path);
