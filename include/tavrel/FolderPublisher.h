@@ -96,7 +96,7 @@ public:
     /// some characters. A glob without a slash before its end is compared with names at any depth, another one with the
     /// whole path from the folder; one that ends in a slash matches folders only, and "!" in front publishes again what
     /// an earlier one has excluded. The lines of a file ".tavrelignore" in the folder count before these; "#" begins a
-    /// comment there. False if a glob is malformed; then none of them is set.
+    /// comment there, and one that cannot be read ends the run. False if a glob is malformed; then none of them is set.
     bool setExcluded(const QStringList& globs);
     /// See FTPCurl::setUploadMode(). InPlace by default.
     bool setUploadMode(FTPCurl::UploadMode mode);

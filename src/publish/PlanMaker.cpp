@@ -4,7 +4,11 @@
 #include "UploadSource.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 #include <utility>
+
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -48,22 +52,38 @@ void PlanMaker::fail(PlannedFile& file, const QString& path, const QString& reas
 }
 
 /// The settings count after the file in the folder. They were checked when they were set.
-void PlanMaker::readFilter()
+bool PlanMaker::readFilter()
 {
-    UploadSource file(mRoot + LocalScan::RULES_FILE);
-    if (file.open(QIODevice::ReadOnly)) {
-        for (const QString& glob : mFilter.addLines(QString::fromUtf8(file.readAll()))) {
-            mReport.remarks << QStringLiteral("%1: no glob: %2").arg(QString::fromLatin1(LocalScan::RULES_FILE), glob);
-        }
+    const QString name = QString::fromLatin1(LocalScan::RULES_FILE);
+    const QByteArray path = mRoot + LocalScan::RULES_FILE;
+    UploadSource file(path);
+    QByteArray rules;
+    bool isRead = file.open(QIODevice::ReadOnly);
+    if (isRead) {
+        rules = file.readAll();
+        isRead = file.bytesRead() == file.size();
+    } else {
+        std::error_code ignored; // a folder that cannot be read is another failure
+        isRead = fs::symlink_status(fs::u8path(path.toStdString()), ignored).type() == fs::file_type::not_found;
+    }
+    if (!isRead) {
+        mFault = QStringLiteral("%1: %2").arg(name, file.errorString());
+        return false;
+    }
+    for (const QString& glob : mFilter.addLines(QString::fromUtf8(rules))) {
+        mReport.remarks << QStringLiteral("%1: not a valid glob: %2").arg(name, glob);
     }
     for (const QString& glob : mOptions.excluded) {
         mFilter.add(glob);
     }
+    return true;
 }
 
 bool PlanMaker::readFolder(PublishPlan& plan)
 {
-    readFilter();
+    if (!readFilter()) {
+        return false;
+    }
     LocalScan scan(mRoot, mFilter, mOptions.hiddenFiles, mIsStopped);
     if (!scan.run(plan, mReport)) {
         mFault = QStringLiteral("%1: %2").arg(QString::fromUtf8(mRoot), scan.fault());

@@ -38,7 +38,7 @@ public:
     bool isRecordOutdated() const { return mIsRecordOutdated; }
 
 private:
-    void readFilter();
+    bool readFilter();
     bool fail(PublishSession& session, FTPFailure::Kind kind);
     void fail(PlannedFile& file, const QString& path, const QString& reason);
     bool matches(PlannedFile& file, const QString& path);

@@ -17,7 +17,7 @@ bool UploadSource::open(OpenMode mode)
     }
     const std::optional<SystemFiles::Stamp> stamp = SystemFiles::stampOf(mFile);
     if (!stamp) {
-        setErrorString(QStringLiteral("it is no file any more"));
+        setErrorString(QStringLiteral("it is no longer a file"));
         mFile.close();
         return false;
     }
@@ -78,6 +78,8 @@ qint64 UploadSource::readData(char* data, qint64 maxSize)
     if (count > 0) {
         mHash.addData(QByteArray::fromRawData(data, static_cast<int>(count)));
         mRead += count;
+    } else if (count < 0) {
+        setErrorString(mFile.errorString());
     }
     return count;
 }

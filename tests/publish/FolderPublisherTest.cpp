@@ -126,6 +126,9 @@ private Q_SLOTS:
         write(local("/new/page.html"), "new");
         write(local("/d0/.hidden"), "hidden");
         write(local("/d0/cache.tmp"), "excluded");
+        QVERIFY(QFile::link("nowhere", local("/.tavrelignore")));
+        QVERIFY(publish().stopReason.startsWith(".tavrelignore: "));
+        QFile::remove(local("/.tavrelignore"));
         write(local("/.tavrelignore"), "# comment\n*.tmp\n");
         QVERIFY(QFile::link("nowhere", local("/dangling")));
         QVERIFY(QFile::link(local("/d1"), local("/linked")));
