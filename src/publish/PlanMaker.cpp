@@ -172,13 +172,13 @@ void PlanMaker::presume(PublishPlan& plan, int folder)
 
 bool PlanMaker::checkServer(PublishSession& session, PublishPlan& plan)
 {
-    ServerFolders folders(session.client());
     for (const PlannedFolder& folder : plan.folders) {
         const auto begin = plan.files.begin() + folder.firstFile;
         const auto end = begin + folder.fileCount;
         if (std::none_of(begin, end, [](const PlannedFile& file) { return file.state == PlannedFile::Unchanged; })) {
             continue;
         }
+        ServerFolders folders(session.client()); // of one listing, as those of a large site would fill the memory
         const ServerFolders::Entries* entries = nullptr;
         FTPFailure::Kind kind = session.requestPatiently(
             [&] { return (entries = folders.list(QString::fromUtf8(folder.path))) != nullptr; });
