@@ -61,6 +61,9 @@ void LocalScan::readFolder(PublishPlan& plan, PublishReport& report, int folder)
     std::sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) { return a.name < b.name; });
     plan.folders[folder].firstFile = static_cast<int>(plan.files.size());
     for (const Entry& entry : entries) {
+        if (mIsStopped()) {
+            break;
+        }
         if (!isWanted(plan.folders[folder], entry) || !accept(plan.folders[folder], entry, report)) {
             continue;
         }
@@ -77,7 +80,7 @@ bool LocalScan::listFolder(const QByteArray& path, std::vector<Entry>& entries)
 {
     std::error_code error;
     fs::directory_iterator entry(fs::u8path((mRoot + path).toStdString()), error);
-    for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+    for (; !error && entry != fs::directory_iterator() && !mIsStopped(); entry.increment(error)) {
         std::error_code ignored; // the entry is then neither file nor folder
         const bool isFile = entry->is_regular_file(ignored);
         entries.push_back({ QByteArray::fromStdString(entry->path().filename().u8string()),

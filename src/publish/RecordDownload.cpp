@@ -1,3 +1,6 @@
+// The progress callback is the older one of two, which newer versions of libcurl mark as deprecated.
+#define CURL_DISABLE_DEPRECATION
+
 #include "RecordDownload.h"
 
 #include "ServerFolders.h"
@@ -9,6 +12,18 @@ namespace {
 
 /// Far above the record of any site.
 constexpr curl_off_t MAX_RECORD_BYTES = curl_off_t { 1 } << 30;
+
+/// libcurl before 8.4 compares with the size that the server announces only.
+int limitSize(void* data, double total, double now, double uploadTotal, double uploaded)
+{
+    return now > static_cast<double>(MAX_RECORD_BYTES) ? 1 : FTPCurl::progress(data, total, now, uploadTotal, uploaded);
+}
+
+void setLimit(CURL* easy, bool isLimited)
+{
+    curl_easy_setopt(easy, CURLOPT_MAXFILESIZE_LARGE, isLimited ? MAX_RECORD_BYTES : curl_off_t { 0 });
+    curl_easy_setopt(easy, CURLOPT_PROGRESSFUNCTION, isLimited ? limitSize : FTPCurl::progress);
+}
 
 } // namespace
 
@@ -31,11 +46,14 @@ bool RecordDownload::fetch(FTPCurl& client)
 RecordDownload::Result RecordDownload::fetch(FTPCurl& client, const char* name)
 {
     mName = QString::fromLatin1(name);
-    curl_easy_setopt(client.curlhandle(), CURLOPT_MAXFILESIZE_LARGE, MAX_RECORD_BYTES);
+    setLimit(client.curlhandle(), true);
     const bool isFetched = client.getFile(mName, mLocal.fileName());
-    curl_easy_setopt(client.curlhandle(), CURLOPT_MAXFILESIZE_LARGE, curl_off_t { 0 });
+    setLimit(client.curlhandle(), false);
     if (isFetched) {
         return Result::Found;
+    }
+    if (client.error() == ErrorableCode::of(CURLE_ABORTED_BY_CALLBACK)) {
+        client._setError(ErrorableCode::of(CURLE_FILESIZE_EXCEEDED)); // kindOf() looks for an interruption first
     }
     return ServerFolders::isMissing(client) ? Result::Missing : Result::Unknown;
 }
