@@ -69,8 +69,7 @@ bool RecordFile::addSent(const PublishPlan& plan)
 bool RecordFile::append(const QByteArray& lines)
 {
     curl_easy_setopt(mClient.curlhandle(), CURLOPT_APPEND, 1L);
-    // The line break ends a line that was cut off.
-    const bool isAppended = mClient.putData('\n' + lines, NAME, false);
+    const bool isAppended = mClient.putData(SiteRecord::separator() + lines, NAME, false);
     curl_easy_setopt(mClient.curlhandle(), CURLOPT_APPEND, 0L);
     return isAppended;
 }

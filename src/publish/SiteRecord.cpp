@@ -31,6 +31,11 @@ QByteArray SiteRecord::firstLine()
     return QByteArrayLiteral("tavrel-site 1\n");
 }
 
+QByteArray SiteRecord::separator()
+{
+    return QByteArrayLiteral("\t\n");
+}
+
 QByteArray SiteRecord::line(const QByteArray& path, const Entry& entry)
 {
     const QByteArray digest
@@ -46,7 +51,7 @@ bool SiteRecord::read(QIODevice& device, int& ignoredLines)
     }
     while (!device.atEnd()) {
         const QByteArray line = device.readLine(MAX_LINE_BYTES);
-        if (line != "\n" && !readLine(line)) {
+        if (line != "\n" && line != separator() && !readLine(line)) {
             ++ignoredLines;
         }
     }

@@ -47,6 +47,9 @@ public:
     static bool isOwnFile(const QByteArray& path) { return path == FILE_NAME || path == NEW_FILE_NAME; }
 
     static QByteArray firstLine();
+    /// Goes in front of appended lines. It ends a line that was cut off, and its tab keeps the rest of a path from
+    /// being a path.
+    static QByteArray separator();
     static QByteArray line(const QByteArray& path, const Entry& entry);
 
     /// False when it does not begin like a record of this version. Counts the lines that are no entries.
