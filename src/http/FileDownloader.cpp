@@ -1,7 +1,5 @@
 #include <tavrel/FileDownloader.h>
 
-#include "PartialFile.h"
-
 #include <tavrel/HTTPCurl.h>
 
 #include <foundation/FutureResult.h>
@@ -220,7 +218,6 @@ bool FileDownloader::resume()
 
 bool FileDownloader::fetch()
 {
-    PartialFile::removeRecord(mState->partPath); // It would not be that of the bytes to come.
     if (QFile::exists(mState->partPath) && !QFile::remove(mState->partPath)) {
         return fail(QStringLiteral("Unable to remove ") + mState->partPath);
     }

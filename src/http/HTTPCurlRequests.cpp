@@ -71,6 +71,10 @@ bool HTTPCurl::getData(const QString& url, QByteArray& data)
 
 bool HTTPCurl::getFile(const QString& url, const QString& path)
 {
+    if (!checkIdle()) {
+        return false;
+    }
+    PartialFile::removeRecord(path); // It would not be that of the bytes to come.
     QFile file(path);
     return getDataRaw(url, file);
 }
@@ -314,9 +318,9 @@ int HTTPCurl::progressCallback(void* client, double dltotal, double dlnow, doubl
 {
     HTTPCurl& self = *static_cast<HTTPCurl*>(client);
     if (self.mState->partialFile && dltotal != 0) {
-        const auto offset = static_cast<double>(self.mState->partialFile->offset());
-        dltotal += offset;
-        dlnow += offset;
+        const auto before = static_cast<double>(self.mState->partialFile->bytesBeforeBody());
+        dltotal += before;
+        dlnow += before;
     }
     const qint64 limit = self.mState->limitDownload;
     if (limit > 0 && dltotal > static_cast<double>(limit)) {

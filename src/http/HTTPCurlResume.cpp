@@ -3,6 +3,12 @@
 
 #include <QScopedValueRollback>
 
+namespace {
+
+constexpr long RANGE_NOT_SATISFIABLE = 416;
+
+} // namespace
+
 bool HTTPCurl::resumeFile(const QString& url, const QString& path)
 {
     if (!checkIdle()) {
@@ -12,7 +18,8 @@ bool HTTPCurl::resumeFile(const QString& url, const QString& path)
     const QScopedValueRollback<PartialFile*> resumed(mState->partialFile, &file);
     const bool continues = file.offset() > 0;
     bool success = getDataRaw(url, file);
-    if (!success && continues && file.isRefused() && !isInterruptionRequested()) {
+    const bool isRefused = file.isRefused() || mState->responseCode == RANGE_NOT_SATISFIABLE;
+    if (!success && continues && isRefused && !isInterruptionRequested()) {
         file.startAnew();
         success = getDataRaw(url, file);
     }

@@ -14,7 +14,6 @@ const QByteArray RECORD_TITLE = "Tavrel partial download 1";
 constexpr int MAX_VALIDATOR_BYTES = 1024;
 constexpr int OK = 200;
 constexpr int PARTIAL_CONTENT = 206;
-constexpr int RANGE_NOT_SATISFIABLE = 416;
 
 /// The lines of the record of a file: its title, the hash of the URL, the validator. Empty without a record.
 QList<QByteArray> readRecord(const QString& path)
@@ -52,7 +51,11 @@ PartialFile::PartialFile(const QString& path, const QString& url)
 
 bool PartialFile::open(OpenMode /*mode*/)
 {
-    return QFile::open(mOffset > 0 ? WriteOnly | Append : WriteOnly | Truncate);
+    if (mOffset > 0) {
+        return QFile::open(WriteOnly | Append);
+    }
+    removeRecord(fileName()); // It would not be that of the bytes to come.
+    return QFile::open(WriteOnly | Truncate);
 }
 
 bool PartialFile::takeHeaderLine(const QByteArray& line)
@@ -60,6 +63,7 @@ bool PartialFile::takeHeaderLine(const QByteArray& line)
     const QByteArray text = line.trimmed();
     if (text.startsWith("HTTP/")) {
         mHead = Head();
+        mIsContinued = false;
         mHead.status = text.mid(text.indexOf(' ') + 1, 3).toInt();
         return true;
     }
@@ -84,13 +88,13 @@ void PartialFile::takeField(const QByteArray& name, const QByteArray& value)
     }
 }
 
-/// At the end of a head. Those of redirections and errors change nothing, except an error that says that there is
-/// no such range.
+/// At the end of a head. Those of redirections and errors change nothing.
 bool PartialFile::acceptHead()
 {
     const bool isSuccess = mHead.status >= 200 && mHead.status < 300;
-    if (mOffset > 0 && (mHead.status == PARTIAL_CONTENT || mHead.status == RANGE_NOT_SATISFIABLE)) {
-        mIsRefused = !continuesHere();
+    if (mOffset > 0 && mHead.status == PARTIAL_CONTENT) {
+        mIsContinued = continuesHere();
+        mIsRefused = !mIsContinued;
     } else if (isSuccess) {
         mIsRefused = !begin();
     }
@@ -101,8 +105,7 @@ bool PartialFile::acceptHead()
 bool PartialFile::continuesHere() const
 {
     const QByteArray& current = mValidator.startsWith('"') ? mHead.etag : mHead.lastModified;
-    return mHead.status == PARTIAL_CONTENT
-        && mHead.contentRange.startsWith("bytes " + QByteArray::number(mOffset) + '-')
+    return mHead.contentRange.startsWith("bytes " + QByteArray::number(mOffset) + '-')
         && (current.isEmpty() || current == mValidator);
 }
 
@@ -121,14 +124,19 @@ bool PartialFile::begin()
     removeRecord(fileName());
     mOffset = 0;
     mValidator = mHead.status == OK ? strongValidator() : QByteArray();
-    return resize(0) && seek(0)
-        && (mValidator.isEmpty()
-            || FileUtils::writeFileContent(recordPath(fileName()), RECORD_TITLE + '\n' + mUrlHash + '\n' + mValidator));
+    return resize(0) && seek(0) && (mValidator.isEmpty() || writeRecord());
+}
+
+/// A long name leaves no room for that of the record. Without one the download only cannot be continued.
+bool PartialFile::writeRecord() const
+{
+    const QString path = recordPath(fileName());
+    return FileUtils::writeFileContent(path, RECORD_TITLE + '\n' + mUrlHash + '\n' + mValidator)
+        || readRecord(path).isEmpty();
 }
 
 void PartialFile::startAnew()
 {
-    removeRecord(fileName());
     mOffset = 0;
     mValidator.clear();
     mIsRefused = false;

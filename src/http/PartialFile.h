@@ -16,11 +16,14 @@ class PartialFile : public QFile
 public:
     PartialFile(const QString& path, const QString& url);
 
-    /// Opens the file at its end when the download can be continued, else empties it.
+    /// Opens the file at its end when the download can be continued, else empties it and removes its record.
     bool open(OpenMode mode) override;
 
     /// The number of bytes that are there and stay; 0 for a download that starts anew.
     qint64 offset() const { return mOffset; }
+    /// The number of bytes of the whole file in front of the body that is arriving: not 0 only while the rest of the
+    /// file arrives, for which a redirection or an error page may come instead.
+    qint64 bytesBeforeBody() const { return mIsContinued ? mOffset : 0; }
     /// The validator for If-Range; empty for a download that starts anew.
     QByteArray validator() const { return mValidator; }
 
@@ -48,6 +51,7 @@ private:
     bool continuesHere() const;
     QByteArray strongValidator() const;
     bool begin();
+    bool writeRecord() const;
     static QString recordPath(const QString& path) { return path + QStringLiteral(".info"); }
 
     const QByteArray mUrlHash;
@@ -55,4 +59,5 @@ private:
     qint64 mOffset = 0;
     Head mHead;
     bool mIsRefused = false;
+    bool mIsContinued = false; ///< the response is the rest of the file
 };

@@ -54,6 +54,9 @@ private Q_SLOTS:
         QTest::newRow("other bytes") << etag << rest("2-4", etag) << 3;
         QTest::newRow("another version") << etag << rest("3-5", "ETag: \"2\"\r\n") << 3;
         QTest::newRow("no such range") << etag << QByteArray("HTTP/1.1 416 No\r\nContent-Length: 0\r\n\r\n") << 3;
+        QTest::newRow("a redirection as large as the limit")
+            << etag << QByteArray("HTTP/1.1 302 Moved\r\nLocation: /\r\nContent-Length: 6\r\n\r\nbefore") << 3;
+        QTest::newRow("a name that leaves no room for a record") << etag << WHOLE << 2;
     }
     void continuesOnlyTheSameBytes()
     {
@@ -65,15 +68,35 @@ private Q_SLOTS:
         });
         FileDownloader downloader;
         downloader.setResumable(true);
-        QCOMPARE(errorOf(downloader, server.url(), path("page")), QString("Transferred a partial file"));
-        QCOMPARE(FileUtils::readFileContent(path("page.part")), QByteArray("abc"));
-        QCOMPARE(errorOf(downloader, server.url(), path("page")), QString());
-        QCOMPARE(FileUtils::readFileContent(path("page")), QByteArray("abcdef"));
-        QCOMPARE(QDir(mFolder->path()).entryList({ "page*" }, QDir::Files), QStringList("page"));
+        downloader.client().setLimitDownload(6);
+        const QString name = QString(QTest::currentDataTag()).startsWith("a name") ? QString(250, 'x') : "page";
+        QCOMPARE(errorOf(downloader, server.url(), path(name)), QString("Transferred a partial file"));
+        QCOMPARE(FileUtils::readFileContent(path(name + ".part")), QByteArray("abc"));
+        QCOMPARE(errorOf(downloader, server.url(), path(name)), QString());
+        QCOMPARE(FileUtils::readFileContent(path(name)), QByteArray("abcdef"));
+        QCOMPARE(QDir(mFolder->path()).entryList(QDir::Files), QStringList(name));
         QTEST(int(server.requests().size()), "requests");
         const bool asksForTheRest = server.requests().at(1).contains("\r\nRange: bytes=3-\r\n");
         QCOMPARE(server.requests().at(1).contains("\r\nIf-Range: "), asksForTheRest);
         QCOMPARE(asksForTheRest, second != WHOLE || QByteArray(QTest::currentDataTag()) == "the whole");
+    }
+
+    void doesNotContinueWhatAnotherRequestWrote()
+    {
+        const QByteArray cut = "HTTP/1.1 200 OK\r\nContent-Length: 6\r\nETag: \"1\"\r\n\r\nabc";
+        const QByteArray choices = "HTTP/1.1 300 Choices\r\nContent-Length: 3\r\n\r\nxyz";
+        QList<QByteArray> replies { cut, choices, WHOLE, cut, choices, WHOLE };
+        ScriptedServer server([&](ScriptedServer& self, QTcpSocket& socket) {
+            ScriptedServer::replying(replies.takeFirst())(self, socket);
+        });
+        HTTPCurl client;
+        for (const auto& request : { &HTTPCurl::getFile, &HTTPCurl::resumeFile }) {
+            QVERIFY(!client.resumeFile(server.url(), path("page")));
+            QVERIFY((client.*request)(server.url() + "other", path("page")));
+            QVERIFY(client.resumeFile(server.url(), path("page")));
+            QVERIFY(!server.requests().last().contains("Range:"));
+            QCOMPARE(FileUtils::readFileContent(path("page")), QByteArray("abcdef"));
+        }
     }
 
     void failsWithAReason()
