@@ -19,8 +19,8 @@ void Interruption::setSource(std::function<bool()> source)
 
 void Interruption::request()
 {
-    mRequested.store(true);
     const std::lock_guard<std::mutex> guard(mMutex);
+    mRequested.store(true);
     for (const std::function<void()>& wakeUp : mWakeUps) {
         wakeUp();
     }

@@ -22,15 +22,19 @@ public:
     bool isRequested() const;
     /// Sets the flag, then runs the wake-ups on the calling thread.
     void request();
-    /// Resets the flag. The source is not affected.
-    void clear() { mRequested.store(false); }
+    /// Resets the flag, before or after all wake-ups of a request(). The source is not affected.
+    void clear()
+    {
+        const std::lock_guard<std::mutex> guard(mMutex);
+        mRequested.store(false);
+    }
 
     /// Registers a second flag that isRequested() checks, or removes it with a null function. When this returns, no
     /// call of the previous source is under way. The source is short and must not call this object.
     void setSource(std::function<bool()> source);
 
     /// Registers a callback of request() for this object's lifetime. It may run at any moment on any thread, so it is
-    /// short; it must not create or destroy a WakeUp.
+    /// short; it must not create or destroy a WakeUp, nor call request() or clear().
     class FOUNDATION_EXPORT WakeUp
     {
     public:
@@ -49,7 +53,7 @@ public:
 
 private:
     std::atomic<bool> mRequested { false };
-    std::mutex mMutex;
+    std::mutex mMutex; ///< held while the flag changes, and while wake-ups run
     std::list<std::function<void()>> mWakeUps;
     mutable std::mutex mSourceMutex; ///< not mMutex, as a wake-up may ask isRequested()
     std::function<bool()> mSource;

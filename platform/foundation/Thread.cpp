@@ -24,7 +24,12 @@ Thread::Thread(QObject* parent)
 
 Thread::~Thread()
 {
-    Thread::interruptAndWait();
+    // The interruption of a thread that does no work would stay with its children, which may outlive it.
+    if (isRunning()) {
+        Thread::requestInterruption();
+    }
+    quit();
+    wait();
     mState->interruption->setSource(nullptr);
 }
 

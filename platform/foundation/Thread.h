@@ -12,11 +12,12 @@ class Threadable;
  *
  * An interruption stays until the thread starts again: a child that is used after the end of the thread still sees it.
  * QThread::requestInterruption() and QThread::start(), called through a pointer to the base, have the same effects with
- * two exceptions: that interruption ends with run(), and it does not wake up work that is blocked in a system call.
+ * three exceptions: that interruption ends with run(), it does not wake up work that is blocked in a system call, and
+ * it is ignored for the rest of a run in which clearInterruption() has found it set already.
  *
- * Destroying a running Thread interrupts it, quits its event loop and waits for its end. A subclass whose run() uses
- * members of its own calls interruptAndWait() in its destructor, as those members are gone when the one of this class
- * runs.
+ * Destroying a running Thread interrupts it, quits its event loop and waits for its end; destroying one that is not
+ * running interrupts nothing. A subclass whose run() uses members of its own calls interruptAndWait() in its
+ * destructor, as those members are gone when the one of this class runs.
  *
  * requestInterruption() and isInterruptionRequested() may be called from any thread.
  */

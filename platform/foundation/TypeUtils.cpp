@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <cxxabi.h>
 #include <memory>
+#else
+#include <QRegularExpression>
 #endif
 
 namespace {
@@ -17,14 +19,16 @@ QString demangled(const char* runtimeName)
     if (status == 0 && text) {
         return QString::fromUtf8(text.get());
     }
-#endif
     return QString::fromUtf8(runtimeName);
+#else
+    return QString::fromUtf8(runtimeName).remove(QRegularExpression(QStringLiteral("\\b(class|struct) ")));
+#endif
 }
 
 } // namespace
 
 QString TypeUtils::name(const char* runtimeName)
 {
-    // Some compilers put the keyword in front of the name of an enum type.
+    // Some compilers put the keyword in front of the name of a type.
     return demangled(runtimeName).remove(QStringLiteral("enum "));
 }

@@ -65,6 +65,11 @@ private Q_SLOTS:
         } // A running thread is interrupted and waited for.
         QVERIFY(child.isInterruptionRequested());
         Thread().start(); // with an event loop
+        {
+            Thread idle;
+            idle.addThreadableChild(&child);
+        }
+        QVERIFY(!child.isInterruptionRequested());
     }
 };
 
