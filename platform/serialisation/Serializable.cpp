@@ -14,9 +14,24 @@ namespace {
 constexpr qint64 MAX_FILE_BYTES = 1024LL * 1024;
 constexpr int MAX_NESTING = 32;
 
-/// Whether it is safe to build a tree from the XML: the tree is walked recursively, and its entities are expanded.
-bool isSafe(const QByteArray& xml)
+/// The text of a file; empty if it is not UTF-8. The parsers of Qt do not agree on the encoding of bytes.
+QString textOf(QByteArray xml)
 {
+    static const QByteArray byteOrderMark = "\xef\xbb\xbf";
+    if (xml.startsWith(byteOrderMark)) {
+        xml.remove(0, byteOrderMark.size());
+    }
+    const QString text = QString::fromUtf8(xml.constData(), xml.size());
+    return text.toUtf8() == xml ? text : QString();
+}
+
+/// Whether it is safe to build a tree from the XML: the tree is walked recursively.
+bool isSafe(const QString& xml)
+{
+    // Deliberate: not even within a comment. The entities of a document type may take for ever to be parsed.
+    if (xml.contains(QLatin1String("<!DOCTYPE"))) {
+        return false;
+    }
     QXmlStreamReader reader(xml);
     int depth = 0;
     while (!reader.atEnd()) {
@@ -27,8 +42,6 @@ bool isSafe(const QByteArray& xml)
         case QXmlStreamReader::EndElement:
             --depth;
             break;
-        case QXmlStreamReader::DTD:
-            return false;
         default:
             break;
         }
@@ -42,7 +55,8 @@ bool isSafe(const QByteArray& xml)
 /// Parses the file of a class; false for any other bytes.
 bool parse(const QByteArray& xml, const QString& className, QDomDocument& document)
 {
-    return isSafe(xml) && document.setContent(xml) && document.documentElement().tagName() == className;
+    const QString text = textOf(xml);
+    return isSafe(text) && document.setContent(text) && document.documentElement().tagName() == className;
 }
 
 } // namespace

@@ -44,12 +44,14 @@ public:
     virtual void sync() = 0;
     /// className(), unless a class overrides it.
     virtual QString classNameLowLevel();
-    /// Copies the members of other, as a save and a load would; false if it is of another class.
+    /// Copies the members of other, as a save and a load would; false if it is of another class or has a text with
+    /// characters that XML does not allow. Runs the sync() of other, which must not be null: no other thread may copy
+    /// or save it at the same time.
     virtual bool copy(const Serializable* other);
 
     /// Loads a file saved by this class. A member that is not in the file keeps its value; load into a new object to
-    /// get the defaults. Returns false if the file is missing, larger than 1 MiB, not XML, nested deeper than 32
-    /// elements, of another class (see className()), or has a document type (whose entities are never expanded).
+    /// get the defaults. Returns false if the file is missing, larger than 1 MiB, not XML in UTF-8, nested deeper than
+    /// 32 elements, of another class (see className()), or has a document type, whose entities are never read.
     bool load(const QString& path);
 
     /// For sync(): whether a load, or a save, is under way.

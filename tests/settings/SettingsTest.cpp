@@ -104,16 +104,28 @@ private Q_SLOTS:
         const QString close = "</FTPSettingsSerializable>";
         const QString deep = open + QString("<a>").repeated(1 << 17);
         const QString bomb = "<!DOCTYPE x [<!ENTITY a 'aaaaaaaaaa'><!ENTITY b '&a;&a;&a;&a;&a;&a;'>]>";
+        QString slow = "<!DOCTYPE x [<!ENTITY % a0 ''>";
+        for (int i = 0; i < 30; ++i) {
+            slow += QString("<!ENTITY % a%1 '&#37;a%2;&#37;a%2;'>").arg(i + 1).arg(i);
+        }
         const QString outside = "<!DOCTYPE x [<!ENTITY a SYSTEM 'file:///etc/passwd'>]>";
-        for (const QString& content : { QString(), open, deep, deep + QString("</a>").repeated(1 << 17) + close,
-                 bomb + open + "&b;" + close, outside + open + "<user val='&a;'/>" + close, QString("<Other/>"),
-                 QString("\x01\x02"), QString(2 << 20, ' ') }) {
+        for (const QString& content :
+            { QString(), open, deep, deep + QString("</a>").repeated(1 << 17) + close, bomb + open + "&b;" + close,
+                slow + "%a30;]>" + open + close, outside + open + "<user val='&a;'/>" + close, QString("<Other/>"),
+                QString("\x01\x02"), QString(2 << 20, ' ') }) {
             write(content);
             EditableSettings settings = example();
             QVERIFY(!settings.load(mPath));
             QCOMPARE(text(settings), text(example()));
         }
         QVERIFY(!EditableSettings().load("missing"));
+        // Some parsers take this for the declaration of an encoding.
+        write("<?xml-x encoding='UTF-7'?><FTPSettingsSerializable><host val='+AGE-'/></FTPSettingsSerializable>");
+        EditableSettings settings;
+        QVERIFY(settings.load(mPath));
+        QCOMPARE(settings.host(), QString("+AGE-"));
+        QVERIFY(FileUtils::writeFileContent(mPath, (open + close).toUtf8().replace("x", "\xe9")));
+        QVERIFY(!settings.load(mPath));
     }
 
     void savesOnlyWhatCanBeLoaded()
