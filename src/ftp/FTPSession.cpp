@@ -207,6 +207,9 @@ int FTPSession::perform(VFSCurlData& data)
     if (!mHandle) {
         return NO_SESSION;
     }
+    if (mPeerCheck.optionResult() != CURLE_OK) {
+        return mPeerCheck.optionResult();
+    }
     const QScopedValueRollback<bool> running(mIsRunning, true);
     mReason = {};
     CURLcode code = data.type == VFSCurlData::Upload ? openSource(data.device) : CURLE_OK;

@@ -218,6 +218,9 @@ void HTTPCurl::State::keepErrorDetail(CURLcode code, const QString& url)
 
 CURLcode HTTPCurl::State::perform(CURL* handle, const std::shared_ptr<Interruption>& interruption)
 {
+    if (peerCheck.optionResult() != CURLE_OK) {
+        return peerCheck.optionResult();
+    }
     std::unique_ptr<TransferLoop> loop = std::move(keptLoop);
     if (!loop) {
         loop = std::make_unique<TransferLoop>();

@@ -75,6 +75,16 @@ void PeerCheck::forgetPeer()
     mHostKey.clear();
     mExpected.clear();
     mPlainKnownHosts.reset();
+    mOptionResult = CURLE_OK;
+}
+
+/// For the options without which anyone would be trusted.
+template <class Value> void PeerCheck::setOption(CURL* easy, CURLoption option, Value value)
+{
+    const CURLcode code = curl_easy_setopt(easy, option, value);
+    if (mOptionResult == CURLE_OK) {
+        mOptionResult = code;
+    }
 }
 
 void PeerCheck::setTlsOptions(CURL* easy)
@@ -84,22 +94,22 @@ void PeerCheck::setTlsOptions(CURL* easy)
         return;
     }
     mExpected = QStringLiteral("a certificate for this host");
-    curl_easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, VERIFY_NAME);
+    setOption(easy, CURLOPT_SSL_VERIFYHOST, VERIFY_NAME);
     // A proxy that reads the requests would be one more peer.
     curl_easy_setopt(easy, CURLOPT_HTTPPROXYTUNNEL, 1L);
     if (mTrust.hasAuthorities()) {
         const QString file = mTrust.authoritiesFile();
         mExpected += QStringLiteral(" from an authority of ") + (file.isEmpty() ? QStringLiteral("the system") : file);
-        curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 1L);
+        setOption(easy, CURLOPT_SSL_VERIFYPEER, 1L);
         if (!file.isEmpty()) {
-            curl_easy_setopt(easy, CURLOPT_CAINFO, QFile::encodeName(file).constData());
-            curl_easy_setopt(easy, CURLOPT_CAPATH, nullptr);
+            setOption(easy, CURLOPT_CAINFO, QFile::encodeName(file).constData());
+            curl_easy_setopt(easy, CURLOPT_CAPATH, nullptr); // Some TLS libraries have no such folder.
         }
     }
     const QStringList pins = mTrust.publicKeys();
     if (!pins.isEmpty()) {
         mExpected += QStringLiteral(" with the public key ") + pins.join(QLatin1String(" or "));
-        curl_easy_setopt(easy, CURLOPT_PINNEDPUBLICKEY, pins.join(QLatin1Char(';')).toLatin1().constData());
+        setOption(easy, CURLOPT_PINNEDPUBLICKEY, pins.join(QLatin1Char(';')).toLatin1().constData());
     }
 }
 
@@ -147,9 +157,9 @@ void PeerCheck::setSshOptions(CURL* easy, const QString& host, int port)
     const bool isWritten
         = mPlainKnownHosts->open() && mPlainKnownHosts->write(hosts.entries()) >= 0 && mPlainKnownHosts->flush();
     const QString file = isWritten ? mPlainKnownHosts->fileName() : mTrust.knownHostsFile();
-    curl_easy_setopt(easy, CURLOPT_SSH_KNOWNHOSTS, QFile::encodeName(file).constData());
-    curl_easy_setopt(easy, CURLOPT_SSH_KEYFUNCTION, &PeerCheck::onKnownHost);
-    curl_easy_setopt(easy, CURLOPT_SSH_KEYDATA, this);
+    setOption(easy, CURLOPT_SSH_KNOWNHOSTS, QFile::encodeName(file).constData());
+    setOption(easy, CURLOPT_SSH_KEYFUNCTION, &PeerCheck::onKnownHost);
+    setOption(easy, CURLOPT_SSH_KEYDATA, this);
     mExpected = QStringLiteral("the key %1 of %2").arg(fingerprintsOf(hosts.keys()), QString::fromLatin1(hosts.name()));
 }
 

@@ -19,7 +19,8 @@ class QTemporaryFile;
  * Has libcurl apply a PeerTrust, and records what the peer shows. It owns the callbacks for the TLS and SSH connections
  * of a handle.
  *
- * Set on a handle before its transfers. The object outlives their connections. Used by one thread at a time.
+ * Set on a handle before its transfers, which fail with optionResult() unless that is CURLE_OK: libcurl has refused an
+ * option of the trust. The object outlives their connections. Used by one thread at a time.
  */
 class PeerCheck
 {
@@ -47,6 +48,10 @@ public:
     /// Has a new handle record the host key, and accept it or not.
     void setSshOptions(CURL* easy, const QString& host, int port);
 
+    /// The first failure to set an option of the trust on the last handle: one that this libcurl does not have, or no
+    /// memory.
+    CURLcode optionResult() const { return mOptionResult; }
+
     /// "sha256//…" of a TLS public key, "SHA256:…" of a host key; empty before the first connection.
     QString fingerprint() const;
     /// For a result of libcurl that may be a refusal: ": " and what was expected and shown; else empty.
@@ -54,6 +59,7 @@ public:
 
 private:
     void forgetPeer();
+    template <class Value> void setOption(CURL* easy, CURLoption option, Value value);
     QString faultUnless(bool isCovered, const char* requirement) const;
     QString reason(int code) const;
     bool accepts(const QByteArray& key);
@@ -66,6 +72,7 @@ private:
     TlsPeer mTlsPeer;
     TlsResumption mTlsResumption;
     std::function<bool()> mIsDataConnection;
+    CURLcode mOptionResult = CURLE_OK;
     QString mExpected;
     QByteArray mHostKey; ///< that the server has shown
     QByteArray mHost;
