@@ -72,6 +72,7 @@ bool HTTPCurl::isDistantUrl(const QString& url)
 bool HTTPCurl::checkUrl(const QString& url)
 {
     if (url.isEmpty()) {
+        mState->errorDetail.clear();
         raiseError(*this, EMPTY_URL, "EMPTY_URL", { __FILE__, __LINE__ });
         return false;
     }
@@ -97,7 +98,8 @@ void HTTPCurl::checkRedirection(CURL* handle, const QString& requestedUrl)
         // Deliberate: the letter case of a URL without a scheme counts.
         asked = QStringLiteral("http://") + requestedUrl;
     }
-    mState->wasRedirected = cleanUrl(asked) != cleanUrl(effectiveUrl.toLower());
+    // Empty when the request was interrupted before it began.
+    mState->wasRedirected = !effectiveUrl.isEmpty() && cleanUrl(asked) != cleanUrl(effectiveUrl.toLower());
     mState->redirectedUrl = mState->wasRedirected ? effectiveUrl : QString();
 }
 

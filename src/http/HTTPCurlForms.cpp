@@ -132,6 +132,7 @@ bool HTTPCurl::checkFormAdded(CURLFORMcode code, int line)
     if (code == CURL_FORMADD_OK) {
         return true;
     }
+    mState->errorDetail.clear();
     raiseError(*this, code, "codeRet", { __FILE__, line });
     return false;
 }
@@ -155,14 +156,11 @@ bool HTTPCurl::performPost(curl_httppost* form, const QString& url, bool sendsIn
     curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, writeResponse);
     curl_easy_setopt(handle, CURLOPT_WRITEDATA, this);
     const MimeForm inPlace(handle, sendsInPlace ? form : nullptr);
-    if (sendsInPlace) {
-        inPlace.attach();
-    } else {
-        curl_easy_setopt(handle, CURLOPT_HTTPPOST, form);
-    }
+    CURLcode code = sendsInPlace ? inPlace.attach() : curl_easy_setopt(handle, CURLOPT_HTTPPOST, form);
     setCurlGETAndPOSTCommonConfig(handle, nullptr);
-
-    const CURLcode code = performRequest(handle, url);
+    if (code == CURLE_OK) {
+        code = performRequest(handle, url);
+    }
     // Deliberate: unlike a GET, a post that the download limit stopped ends with libcurl's code.
     setResult(code);
     return code == CURLE_OK;

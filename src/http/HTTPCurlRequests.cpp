@@ -133,7 +133,6 @@ bool HTTPCurl::checkIdle()
 
 bool HTTPCurl::curlInit(CURL*& handle, const QString& url)
 {
-    mState->errorDetail.clear();
     if (!checkUrl(url)) {
         return false;
     }

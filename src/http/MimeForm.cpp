@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <new>
 
 namespace {
 
@@ -41,29 +42,32 @@ struct Reader
 MimeForm::MimeForm(CURL* handle, const curl_httppost* form)
     : mHandle(handle)
     , mMime(form ? curl_mime_init(handle) : nullptr)
+    , mIsComplete(mMime != nullptr)
 {
-    for (; mMime && form; form = form->next) {
-        add(*form);
+    for (; mIsComplete && form; form = form->next) {
+        mIsComplete = add(*form);
     }
 }
 
-void MimeForm::add(const curl_httppost& field)
+bool MimeForm::add(const curl_httppost& field)
 {
     curl_mimepart* const part = curl_mime_addpart(mMime.get());
-    curl_mime_name(part, field.name);
-    if (field.flags & CURL_HTTPPOST_BUFFER) {
-        const auto size = static_cast<size_t>(field.bufferlength);
-        curl_mime_filename(part, field.showfilename);
-        curl_mime_type(part, field.contenttype); // guessed from the name of the file
-        curl_mime_data_cb(
-            part, field.bufferlength, Reader::read, Reader::seek, Reader::free, new Reader { field.buffer, size, 0 });
-    } else {
-        const auto size = static_cast<size_t>(field.contentlen);
-        curl_mime_data(part, field.contents, size == 0 ? CURL_ZERO_TERMINATED : size);
+    if (!part || curl_mime_name(part, field.name) != CURLE_OK) {
+        return false;
     }
+    if (!(field.flags & CURL_HTTPPOST_BUFFER)) {
+        const auto size = static_cast<size_t>(field.contentlen);
+        return curl_mime_data(part, field.contents, size == 0 ? CURL_ZERO_TERMINATED : size) == CURLE_OK;
+    }
+    const auto size = static_cast<size_t>(field.bufferlength);
+    auto* const reader = new (std::nothrow) Reader { field.buffer, size, 0 };
+    return reader
+        && curl_mime_data_cb(part, field.bufferlength, Reader::read, Reader::seek, Reader::free, reader) == CURLE_OK
+        && curl_mime_filename(part, field.showfilename) == CURLE_OK
+        && curl_mime_type(part, field.contenttype) == CURLE_OK; // guessed from the name of the file
 }
 
-void MimeForm::attach() const
+CURLcode MimeForm::attach() const
 {
-    curl_easy_setopt(mHandle, CURLOPT_MIMEPOST, mMime.get());
+    return mIsComplete ? curl_easy_setopt(mHandle, CURLOPT_MIMEPOST, mMime.get()) : CURLE_OUT_OF_MEMORY;
 }

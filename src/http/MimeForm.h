@@ -15,11 +15,13 @@ public:
     /// handle.
     MimeForm(CURL* handle, const curl_httppost* form);
 
-    /// Makes the form the body of the next request of the handle. The bytes on the wire are those of the form API.
-    void attach() const;
+    /// Makes the form the body of the next request of the handle. The bytes on the wire are those of the form API. The
+    /// result is that of libcurl; CURLE_OUT_OF_MEMORY if the form is not complete.
+    CURLcode attach() const;
 
 private:
-    void add(const curl_httppost& field);
+    /// False if there is not enough memory.
+    bool add(const curl_httppost& field);
 
     struct MimeDeleter
     {
@@ -28,4 +30,5 @@ private:
 
     CURL* const mHandle;
     const std::unique_ptr<curl_mime, MimeDeleter> mMime;
+    bool mIsComplete;
 };

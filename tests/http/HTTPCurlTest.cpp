@@ -148,6 +148,8 @@ private Q_SLOTS:
         HTTPCurl client;
         QVERIFY(!client.testURLResponse("http://127.0.0.1:1/"));
         QVERIFY2(client.errorDetail().contains("to 127.0.0.1"), qPrintable(client.errorDetail()));
+        QVERIFY(!client.checkUrl(QString()));
+        QCOMPARE(client.errorDetail(), QString("EMPTY_URL"));
         // The user, then the decoded password, is part of the text of each libcurl.
         for (const QString account : { "127:x", "x:conn%65ct" }) {
             QVERIFY(!client.testURLResponse("http://" + account + "@127.0.0.1:1/"));
@@ -208,6 +210,12 @@ private Q_SLOTS:
             QCOMPARE(client.redirectedURL(), row.at(1));
             QCOMPARE(client.wasRedirected(), !row.at(1).isEmpty());
         }
+        HTTPCurl client;
+        Thread owner;
+        owner.addThreadableChild(&client);
+        owner.requestInterruption(); // before a request begins
+        QVERIFY(!client.testURLResponse(server.url()));
+        QVERIFY(!client.wasRedirected());
         QCOMPARE(HTTPCurl::cleanUrl("http:/"), QString("http:/"));
         QCOMPARE(HTTPCurl::cleanUrl("http://a//"), QString("http://a/"));
         QVERIFY(HTTPCurl::isDistantUrl("HTTPS://a"));
