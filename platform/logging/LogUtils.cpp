@@ -7,6 +7,13 @@ Q_LOGGING_CATEGORY(tavrelLog, "tavrel")
 
 namespace {
 
+constexpr int MAX_SHOWN_BYTES = 64 * 1024;
+
+bool isEnabled(int type)
+{
+    return type == LogUtils::Warning ? tavrelLog().isWarningEnabled() : tavrelLog().isDebugEnabled();
+}
+
 bool isPrintable(QChar character, bool isText)
 {
     if (character == QLatin1Char('\n') || character == QLatin1Char('\r') || character == QLatin1Char('\t')) {
@@ -40,6 +47,16 @@ QString printable(const QByteArray& bytes)
     return text;
 }
 
+/// The beginning of many bytes, without a part of a character of UTF-8 at its end.
+QByteArray beginningOf(const QByteArray& bytes)
+{
+    int size = MAX_SHOWN_BYTES;
+    while (size > MAX_SHOWN_BYTES - 4 && (static_cast<unsigned char>(bytes.at(size)) & 0xc0) == 0x80) {
+        --size;
+    }
+    return bytes.left(size);
+}
+
 } // namespace
 
 LogUtils::LogUtils(int type, const char* file, const char* function, int line)
@@ -59,7 +76,9 @@ LogUtils::~LogUtils()
 
 LogUtils& LogUtils::operator<<(const QString& text)
 {
-    mText += text;
+    if (isEnabled(mType)) {
+        mText += text;
+    }
     return *this;
 }
 
@@ -70,7 +89,13 @@ LogUtils& LogUtils::operator<<(const char* utf8)
 
 LogUtils& LogUtils::operator<<(const QByteArray& bytes)
 {
-    return *this << printable(bytes);
+    if (!isEnabled(mType)) {
+        return *this;
+    }
+    if (bytes.size() <= MAX_SHOWN_BYTES) {
+        return *this << printable(bytes);
+    }
+    return *this << printable(beginningOf(bytes)) << QStringLiteral("… (%1 bytes)").arg(bytes.size());
 }
 
 void LogUtils::checkSpacing()

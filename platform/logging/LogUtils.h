@@ -6,8 +6,8 @@
  * One log entry, in the category "tavrel" of Qt's logging, emitted when the object is destroyed.
  *
  * File, function and line travel in the message context, so an application filters and redirects the entries
- * with QLoggingCategory, QT_LOGGING_RULES and qInstallMessageHandler. Used by one thread at a time; the entries of
- * several threads are not mixed up.
+ * with QLoggingCategory, QT_LOGGING_RULES and qInstallMessageHandler. No text is built for a type that the category
+ * disables. Used by one thread at a time; the entries of several threads are not mixed up.
  */
 class LogUtils
 {
@@ -27,7 +27,8 @@ public:
     /// Appends text unchanged, without a separator.
     LogUtils& operator<<(const QString& text);
     LogUtils& operator<<(const char* utf8);
-    /// Appends any bytes: control characters, and bytes that are not UTF-8, are escaped, as in "\x00".
+    /// Appends any bytes: control characters, and bytes that are not UTF-8, are escaped, as in "\x00". Of more than
+    /// 64 KiB, the beginning and "… (N bytes)".
     LogUtils& operator<<(const QByteArray& bytes);
 
     /// Closes the entry: removes blanks and line breaks at its end.
