@@ -13,9 +13,10 @@
  * postForm(). When the service has lost the session, it repeats the handshake and the post, once. The protocol and its
  * limits are described in docs/SECURED-PROTOCOL.md.
  *
- * The AES key is made once per installation and kept in keyFilePath(), readable by its owner alone. Failures are left
- * in error() as with HTTPCurl, or as a value of this class's Error. After a failed handshake() or postForm(),
- * response() and binaryResponse() are empty.
+ * The AES key is made once per installation and kept in keyFilePath(), readable by its owner alone. All services share
+ * it, so each of them can decrypt the recorded traffic of the others. Failures are left in error() as with HTTPCurl, or
+ * as a value of this class's Error. After a failed handshake() or postForm(), response() and binaryResponse() are
+ * empty.
  *
  * While the crypted mode is off, everything works as with HTTPCurl. Cancellation and threads: as with HTTPCurl. Set the
  * key path before the first object is made.
@@ -54,10 +55,10 @@ public:
 
     /// Turns the protocol on (the default) or off.
     void setCryptedMode(bool on);
-    /// While on, posts and replies pass in plaintext; handshake() sets it for its own requests.
+    /// While on, posts and replies pass in plaintext; handshake() sets it for its requests and leaves it off.
     void setHandshakeMode(bool on);
 
-    /// Encrypts the envelope around data; a null array without a valid key.
+    /// Encrypts the envelope around data; a null array without a valid key, or for more than INT_MAX - 51 bytes.
     QByteArray encrypt(const QByteArray& data) const;
     /// Decrypts to an envelope; a null array if data cannot be decrypted. The flag has no effect.
     QByteArray decrypt(const QByteArray& data, bool flag) const;
@@ -78,7 +79,8 @@ public:
     /// Decrypts a reply in place. On failure, empties data and sets error(). A payload that is shorter than its length
     /// field is padded with zeros.
     bool checkSessionOkAndDecrypt(QByteArray& data);
-    /// Reloads the AES key, or makes and saves one.
+    /// Reloads the AES key, or makes and saves one; restricts the file to its owner. A key that is not 16 bytes long is
+    /// logged and kept. Does nothing while the crypted mode is off.
     void initAESKey();
     /// Writes one line to the log.
     void printError(const QString& message) const;

@@ -21,7 +21,8 @@ public:
     static constexpr int AES128_KEY_BYTES = 16;
 
     /// Encrypts data with AES-128-GCM, a key of 16 bytes and a fresh random nonce. The result is the nonce (12 bytes),
-    /// the ciphertext (as long as data) and the tag (16 bytes).
+    /// the ciphertext (as long as data) and the tag (16 bytes). A null array for a key of another length, for more than
+    /// INT_MAX - 44 bytes of data, and if OpenSSL fails, such as its random generator.
     static QByteArray AES128_encrypt(const QByteArray& data, const QByteArray& key);
     /// Encrypts the concatenation of pieces without making a copy of it.
     static QByteArray AES128_encrypt(std::initializer_list<QByteArray> pieces, const QByteArray& key);

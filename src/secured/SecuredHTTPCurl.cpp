@@ -8,6 +8,7 @@
 #include <logging/LogUtils.h>
 
 #include <QFile>
+#include <QScopedValueRollback>
 
 #include <limits>
 
@@ -83,6 +84,8 @@ void SecuredHTTPCurl::initAESKey()
     // Also after the key was made: if another process was faster, its key is the one to share.
     if (QFile::exists(path)) {
         mState->aesKey = FileUtils::readFileContent(path, false);
+        // Another program may have made the file, or copied it.
+        QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
     }
     if (mState->aesKey.size() != CryptoUtils::AES128_KEY_BYTES) {
         // Deliberate: a key of another length is neither refused nor replaced; the service will refuse it.
@@ -116,10 +119,9 @@ bool SecuredHTTPCurl::handshake(const QString& url)
 
 bool SecuredHTTPCurl::exchangeKeys(const QString& url)
 {
-    mState->handshakeMode = true;
-    const bool success = checkUrl(url) && getPublicKey(url) && shareAESKey(url);
-    mState->handshakeMode = false;
-    return success;
+    mState->handshakeMode = false; // A mode that the application has set ends with the handshake, too.
+    const QScopedValueRollback<bool> handshaking(mState->handshakeMode, true);
+    return checkUrl(url) && getPublicKey(url) && shareAESKey(url);
 }
 
 bool SecuredHTTPCurl::getPublicKey(const QString& url)
@@ -203,9 +205,10 @@ bool SecuredHTTPCurl::postForm(const QString& url, const QJsonObject& json, cons
         return false;
     }
     if (fileData.size() > MAX_FILE_BYTES) {
+        clear();
         raiseError(*this, BAD_PARAMETER, "BAD_PARAMETER", { "SecuredHTTPCurl", __LINE__ },
             QStringLiteral("A file of 2 GiB or more cannot be encrypted"));
-        return dropUnlessGood(false);
+        return false;
     }
     // A copy: fileData may be a response of this object, which the first post replaces.
     const QByteArray file = fileData; // NOLINT(performance-unnecessary-copy-initialization)

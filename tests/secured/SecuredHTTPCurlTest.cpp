@@ -52,8 +52,10 @@ private Q_SLOTS:
         const QByteArray key = FileUtils::readFileContent(SecuredHTTPCurl::keyFilePath());
         QCOMPARE(key.size(), 16);
         QCOMPARE(QFile::permissions(SecuredHTTPCurl::keyFilePath()) & 0x77, QFile::Permissions());
+        QVERIFY(QFile::setPermissions(SecuredHTTPCurl::keyFilePath(), QFile::Permissions(0x6644)));
         QCOMPARE(QDir(mFolder->path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
         QCOMPARE(CryptoUtils::AES128_decrypt(SecuredHTTPCurl().encrypt(""), key), QByteArray("###\0\0\0\0", 7));
+        QCOMPARE(QFile::permissions(SecuredHTTPCurl::keyFilePath()) & 0x77, QFile::Permissions());
         QVERIFY(SecuredHTTPCurl::clearLocalKey());
         QVERIFY(!SecuredHTTPCurl::clearLocalKey());
         SecuredHTTPCurl::setKeypath(mFolder->filePath("prefix"));
@@ -163,11 +165,13 @@ private Q_SLOTS:
         const std::vector<Case> cases { { "{'success':false}", rejection, "" },
             { "{'success':false,'data':{'error_message':'#NO_SESSION# '}}", rejection, "" },
             { "{'success':true,'data':{}}", Secured::CRYPTO_FORMAT, format }, { "", Secured::CRYPTO_FORMAT, format },
-            { { "long enough to be a cipher, with a NUL: \0 and more", 49 }, Secured::CRYPTO_FORMAT, format } };
+            { { "long enough to be a cipher, with a NUL: \0 and more", 49 }, Secured::CRYPTO_FORMAT, format },
+            { QByteArray("é").repeated(100000).prepend('x'), Secured::CRYPTO_FORMAT, format } };
         for (const auto& [text, error, message] : cases) {
             const QByteArray body = json(text);
             if (!message.isEmpty()) {
-                const QByteArray logged = message.toUtf8() + "\nLOG:" + QByteArray(body).replace('\0', "\\x00");
+                const QByteArray shown = body.size() < 1 << 16 ? body : body.left((1 << 16) - 1) + "… (200001 bytes)";
+                const QByteArray logged = message.toUtf8() + "\nLOG:" + QByteArray(shown).replace('\0', "\\x00");
                 QTest::ignoreMessage(QtDebugMsg, logged.constData());
             }
             ScriptedServer server(page(body));
