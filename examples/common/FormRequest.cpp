@@ -44,6 +44,12 @@ bool FormRequest::readFile(const QString& path)
         return false;
     }
     mFileData = file.readAll();
+    const bool isWhole = mFileData.size() >= file.size(); // Qt 5 reads nothing of 2 GiB or more.
+    if (!isWhole || file.error() != QFile::NoError) {
+        mFault
+            = QStringLiteral("%1: %2").arg(path, isWhole ? file.errorString() : QStringLiteral("too large to be read"));
+        return false;
+    }
     mJson.insert(QStringLiteral("#file_name#"), QFileInfo(path).fileName());
     return true;
 }

@@ -148,7 +148,8 @@ final class SecuredService
     private function replyInPlaintext(bool $success, $data): void
     {
         header('Content-Type: application/json');
-        echo json_encode(['success' => $success, 'data' => $data], JSON_UNESCAPED_SLASHES), "\n";
+        $flags = JSON_UNESCAPED_SLASHES | JSON_INVALID_UTF8_SUBSTITUTE; // Messages may quote any bytes.
+        echo json_encode(['success' => $success, 'data' => $data], $flags), "\n";
     }
 
     /** The cipher of a payload. The nonce is given in tests only: one that is used twice breaks the cipher. */
@@ -188,11 +189,27 @@ final class SecuredService
         if (!file_exists($path)) {
             $this->makePrivateKey($path);
         }
-        $key = openssl_pkey_get_private((string) file_get_contents($path));
+        $key = openssl_pkey_get_private($this->readOwn($path));
         if ($key === false) {
             throw new RuntimeException("$path holds no private key");
         }
         return $key;
+    }
+
+    /** Another user may have put a file there, as in the folder of temporary files. */
+    private function readOwn(string $path): string
+    {
+        $file = fopen($path, 'rb');
+        if ($file === false) {
+            throw new RuntimeException("$path cannot be read");
+        }
+        $isSafe = !function_exists('posix_geteuid') || in_array(fstat($file)['uid'], [0, posix_geteuid()], true);
+        $content = $isSafe ? stream_get_contents($file) : '';
+        fclose($file);
+        if (!$isSafe) {
+            throw new RuntimeException("$path belongs to another user");
+        }
+        return (string) $content;
     }
 
     private function makePrivateKey(string $path): void

@@ -205,9 +205,9 @@ EditableSettings SettingsDialog::entered() const
 void SettingsDialog::display(const EditableSettings& settings)
 {
     const QVariant protocol(static_cast<int>(settings.ftpProtocol()));
-    if (mProtocol->findData(protocol) < 0) {
-        // A file may name a protocol that is not offered.
-        FTPSettings::fillProtocolComboBox(mProtocol, settings.ftpProtocol());
+    if (mProtocol->findData(protocol) < 0 && settings.ftpProtocol() == FTPSettings::FTPS_IMPLICIT) {
+        // A file may name the one protocol that is not offered.
+        FTPSettings::fillProtocolComboBox(mProtocol, FTPSettings::FTPS_IMPLICIT);
     }
     mProtocol->setCurrentIndex(qMax(mProtocol->findData(protocol), 0));
     field("host")->setText(settings.host());

@@ -1,5 +1,7 @@
 #include <SettingsDialog.h>
 
+#include <foundation/FileUtils.h>
+
 #include <QtTest>
 #include <QtWidgets>
 
@@ -48,6 +50,11 @@ private Q_SLOTS:
         for (const char* field : { "host", "port", "user", "pwd", "ftp_folder", "public_url", "public_sub_folder" }) {
             QCOMPARE(again.findChild<QLineEdit*>(field)->text(), edit(field)->text());
         }
+        // Two protocols at once are none, and are not added to those that are offered.
+        QVERIFY(FileUtils::writeFileContent(
+            path, "<FTPSettingsSerializable><protocol val='9'/></FTPSettingsSerializable>"));
+        QVERIFY(again.openFile(path));
+        QCOMPARE(again.findChild<QComboBox*>("protocol")->count(), 3);
     }
 };
 
