@@ -79,7 +79,8 @@ public:
     /// False if host, user, password or public URL is empty, with a translated reason in message, which is otherwise
     /// unchanged. The fields are not normalized; call clean() before.
     bool validateSettings(QString& message) const;
-    /// One line for people, such as "FTP://host:2121 (passive)".
+    /// One line for people, such as "FTP://host:2121 (passive)". Without the library's translation, the end is
+    /// "(Shortname passive mode)".
     QString friendlyLabel() const;
     /// The protocol, and host and port in a second line; for logs.
     QString dumpInfos();

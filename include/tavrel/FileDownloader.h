@@ -59,7 +59,8 @@ public:
     /// The reason why the last download failed; empty if it did not.
     QString error() const;
 
-    /// HTTPCurl::setTrust() of client(); false, with the reason in the client's error(), when it is refused.
+    /// HTTPCurl::setTrust() of client(); false, with the reason in the client's error(), when it is refused. Must
+    /// not be called while a download is running.
     bool setTrust(const PeerTrust& trust);
 
     /// The client of the downloads, for its settings: time-out, limit, user agent. Must not be used while a download is

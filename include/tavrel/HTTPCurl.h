@@ -22,9 +22,10 @@ class QIODevice;
  *
  * A request returns true on success. Otherwise error() holds the reason: a value of Error, a CURLcode named
  * "curlCode" or a CURLFORMcode named "codeRet". A status of 600 and more fails without an error;
- * HTTPResponseCode() tells. Results stay until the next request starts. Each request has a connection of its
- * own, unless setKeepConnections(true) was called; cookies persist in the file cookieFilePath(). Up to 30
- * redirections are followed. Server certificates are not verified unless setTrust() asks for it.
+ * HTTPResponseCode() tells. Results stay until the next request starts; one that is refused before it starts
+ * leaves them. Each request has a connection of its own, unless setKeepConnections(true) was called; cookies
+ * persist in the file cookieFilePath(). Up to 30 redirections are followed. Server certificates are not verified
+ * unless setTrust() asks for it.
  *
  * Cancellation: tie the object to a Thread with Thread::addThreadableChild(); after requestInterruption() on
  * that thread, a request returns within 0.3 s with libcurl's CURLE_ABORTED_BY_CALLBACK.
@@ -124,7 +125,8 @@ public:
     /// seconds; 0, the default, means no bound. A negative value is refused: false, with BAD_PARAMETER.
     bool setStallTimeOut(int seconds);
     /// Refuses bodies whose Content-Length exceeds this, in bytes, those of redirections and error pages included; 0
-    /// and less means no limit. A body without a Content-Length is never cut short.
+    /// and less means no limit. A GET then fails with DOWNLOAD_LIMIT_REACHED, a post with libcurl's
+    /// CURLE_ABORTED_BY_CALLBACK. A body without a Content-Length is never cut short.
     void setLimitDownload(qint64 bytes);
     /// Keeps the connections of a successful request open for the next ones of this object, which then need no new TCP
     /// and TLS handshake. Off by default. Cookies and results are the same either way. A failed or interrupted request
@@ -158,9 +160,10 @@ public:
     void checkRedirection(CURL* handle, const QString& requestedUrl);
 
 Q_SIGNALS:
-    /// Percent of the download, 0 to 100; emitted very often, and only while its size is known.
+    /// Percent of the download, 0 to 100; emitted very often while its size is known, and with 0 when a request starts
+    /// and when it is interrupted.
     void progress(double percent);
-    /// Percent of the upload, 0 to 100; emitted very often.
+    /// Percent of the upload, 0 to 100; emitted very often, and with 0 when a request is interrupted.
     void progressUpload(double percent);
 
 protected:
