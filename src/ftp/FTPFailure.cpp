@@ -106,5 +106,8 @@ QString FTPFailure::reasonOf(const FTPCurl& client)
     const QString reply = client.serverReply();
     const bool isRefusal = reply.startsWith(QLatin1Char('4')) || reply.startsWith(QLatin1Char('5'));
     const QString detail = isRefusal ? reply : client.errorDetail();
-    return detail.isEmpty() || text.isEmpty() ? text + detail : text + QStringLiteral(": ") + detail;
+    if (detail.isEmpty() || text.isEmpty() || detail.endsWith(text)) {
+        return detail.isEmpty() ? text : detail;
+    }
+    return text + QStringLiteral(": ") + detail;
 }
