@@ -7,7 +7,7 @@ Q_LOGGING_CATEGORY(tavrelLog, "tavrel")
 
 namespace {
 
-constexpr int MAX_SHOWN_BYTES = 64 * 1024;
+constexpr int MAX_SHOWN_BYTES = 16 * 1024 * 1024; // hundreds of MB would not fit into an escaped text
 
 bool isEnabled(int type)
 {

@@ -28,7 +28,7 @@ public:
     LogUtils& operator<<(const QString& text);
     LogUtils& operator<<(const char* utf8);
     /// Appends any bytes: control characters, and bytes that are not UTF-8, are escaped, as in "\x00". Of more than
-    /// 64 KiB, the beginning and "… (N bytes)".
+    /// 16 MiB, the beginning and "… (N bytes)".
     LogUtils& operator<<(const QByteArray& bytes);
 
     /// Closes the entry: removes blanks and line breaks at its end.

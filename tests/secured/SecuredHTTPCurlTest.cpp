@@ -166,11 +166,11 @@ private Q_SLOTS:
             { "{'success':false,'data':{'error_message':'#NO_SESSION# '}}", rejection, "" },
             { "{'success':true,'data':{}}", Secured::CRYPTO_FORMAT, format }, { "", Secured::CRYPTO_FORMAT, format },
             { { "long enough to be a cipher, with a NUL: \0 and more", 49 }, Secured::CRYPTO_FORMAT, format },
-            { QByteArray("é").repeated(100000).prepend('x'), Secured::CRYPTO_FORMAT, format } };
+            { QByteArray("é").repeated(9 << 20).prepend('x'), Secured::CRYPTO_FORMAT, format } };
         for (const auto& [text, error, message] : cases) {
             const QByteArray body = json(text);
             if (!message.isEmpty()) {
-                const QByteArray shown = body.size() < 1 << 16 ? body : body.left((1 << 16) - 1) + "… (200001 bytes)";
+                const QByteArray shown = body.size() < 1 << 24 ? body : body.left((1 << 24) - 1) + "… (18874369 bytes)";
                 const QByteArray logged = message.toUtf8() + "\nLOG:" + QByteArray(shown).replace('\0', "\\x00");
                 QTest::ignoreMessage(QtDebugMsg, logged.constData());
             }
