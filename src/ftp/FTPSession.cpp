@@ -40,11 +40,6 @@ bool isAcceptance(const QString& reply)
     return reply[0] < QLatin1Char('4') && reply.mid(REPLY_CODE_SIZE, 1) != QLatin1String("-");
 }
 
-struct StringListDeleter
-{
-    void operator()(curl_slist* list) const { curl_slist_free_all(list); }
-};
-
 void setText(CURL* easy, CURLoption option, const QString& text)
 {
     curl_easy_setopt(easy, option, text.toUtf8().constData());
@@ -179,6 +174,7 @@ void FTPSession::close()
 {
     mLoop.reset();
     mDirectory = QString();
+    mSinceCommand.invalidate();
     mReason = {};
     mIsLent = false;
     if (mHandle) {
@@ -226,10 +222,11 @@ int FTPSession::perform(VFSCurlData& data)
 int FTPSession::performCommands(VFSCurlData& data, const QStringList& commands)
 {
     mAcceptances = 0;
+    mHasWoken = false;
     if (!mHandle || mIsRunning) {
         return perform(data);
     }
-    std::unique_ptr<curl_slist, StringListDeleter> list;
+    CurlList list;
     for (const QString& command : commands) {
         curl_slist* const longer = curl_slist_append(list.get(), command.toUtf8().constData());
         if (!longer) {
@@ -263,10 +260,19 @@ CURLcode FTPSession::runOnce(VFSCurlData& data)
     mReason = {};
     mErrorText.front() = '\0';
     setUrl(data.url);
+    const CurlList awakening = wakeUp();
+    QElapsedTimer sinceBegin;
+    sinceBegin.start();
     setTimeLimit(!mLoop->isQuick());
     RequestOptions::set(mHandle, data);
     const CURLcode code = mLoop->perform(mHandle, data.owner->interruption());
     RequestOptions::clear(mHandle);
+    if (awakening) {
+        curl_easy_setopt(mHandle, CURLOPT_QUOTE, nullptr);
+    }
+    if (!mReason.reply.isEmpty()) {
+        mSinceCommand = sinceBegin;
+    }
     mReason.detail = code == CURLE_OK ? QString() : QString::fromUtf8(mErrorText.data()).trimmed();
     mDirectory = directoryOf(data);
     mIsDirectoryDoubtful = code != CURLE_OK && RequestOptions::hasBody(data.type);
@@ -276,6 +282,26 @@ CURLcode FTPSession::runOnce(VFSCurlData& data)
         mLoop->setAcknowledgesAtOnce(false); // logged in
     }
     return code;
+}
+
+/// After a pause longer than the time-out for a reply, libcurl takes a request whose first command is that of POSTQUOTE
+/// for timed out, as it counts from the last command on. Without such a time-out it makes a new connection before that.
+/// The result is to be kept for the request.
+CurlList FTPSession::wakeUp()
+{
+    const bool isAwake
+        = mStallTimeOut == 0 || !mSinceCommand.isValid() || !mSinceCommand.hasExpired(mStallTimeOut * 1000LL);
+    if (mProtocol == FTPSettings::SFTP || isAwake) {
+        return nullptr;
+    }
+    if (mIsLent) {
+        replaceConnection(); // The application may have set CURLOPT_QUOTE.
+        return nullptr;
+    }
+    CurlList command(curl_slist_append(nullptr, "*NOOP")); // The asterisk lets it fail.
+    curl_easy_setopt(mHandle, CURLOPT_QUOTE, command.get());
+    mHasWoken = true;
+    return command;
 }
 
 CURL* FTPSession::lend()
@@ -350,7 +376,7 @@ int FTPSession::acceptedCommands() const
 {
     long connections = 0;
     curl_easy_getinfo(mHandle, CURLINFO_NUM_CONNECTS, &connections);
-    return connections == 0 ? mAcceptances : 0;
+    return connections == 0 && !mHasWoken ? mAcceptances : 0;
 }
 
 void FTPSession::replaceConnection()
@@ -358,6 +384,7 @@ void FTPSession::replaceConnection()
     makeLoop();
     mDirectory = QString();
     mIsDirectoryDoubtful = false;
+    mSinceCommand.invalidate();
 }
 
 /// libcurl takes a connection for dead that is used again and brings no bytes, like those of an empty file, and

@@ -6,9 +6,11 @@
 #include <tavrel/FTPSettings.h>
 #include <tavrel/VFSCurlData.h>
 
+#include <transfer/EasyHandle.h>
 #include <transfer/TransferLoop.h>
 #include <trust/PeerCheck.h>
 
+#include <QElapsedTimer>
 #include <QNetworkProxy>
 #include <QString>
 #include <QStringList>
@@ -78,8 +80,8 @@ public:
     /// Of the last request. It can be put back after further ones that only clean up.
     const RequestReason& reason() const { return mReason; }
     void setReason(const RequestReason& reason) { mReason = reason; }
-    /// How many commands of the last performCommands() the server has accepted; 0 if that is not known, as over SFTP or
-    /// after a login.
+    /// How many commands of the last performCommands() the server has accepted; 0 if that is not known, as over SFTP,
+    /// after a login or after a pause.
     int acceptedCommands() const;
     /// Whether the last request, a failed upload, may have created a file.
     bool mayHaveLeftFile() const;
@@ -89,6 +91,7 @@ public:
     void takeReply(const QString& line);
 
 private:
+    CurlList wakeUp();
     CURLcode run(VFSCurlData& data);
     CURLcode runOnce(VFSCurlData& data);
     void setUrl(const QUrl& url);
@@ -112,6 +115,8 @@ private:
     ProgressThrottle mProgressThrottle;
     RequestReason mReason;
     int mAcceptances = 0; ///< replies since the beginning of the last performCommands()
+    bool mHasWoken = false; ///< in it
+    QElapsedTimer mSinceCommand; ///< since the beginning of the last request that the server has answered
     std::array<char, CURL_ERROR_SIZE> mErrorText {};
     int mStallTimeOut = 0; ///< in seconds
     bool mIsLent = false; ///< to the application, which may set options itself

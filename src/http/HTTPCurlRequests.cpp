@@ -107,7 +107,7 @@ bool HTTPCurl::getDataRaw(const QString& url, QIODevice& device)
     QIODevice* const sink = qobject_cast<QFileDevice*>(&device) ? &batch : &device;
     curl_easy_setopt(handle, CURLOPT_WRITEDATA, sink);
     curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 1L);
-    const HeaderList headers(mState->requestRest(handle));
+    const CurlList headers(mState->requestRest(handle));
     setCurlGETAndPOSTCommonConfig(handle, headers.get());
 
     CURLcode code = performRequest(handle, url);

@@ -4,12 +4,12 @@
 
 #include <memory>
 
-struct HeaderListDeleter
+struct CurlListDeleter
 {
     void operator()(curl_slist* list) const { curl_slist_free_all(list); }
 };
 
-using HeaderList = std::unique_ptr<curl_slist, HeaderListDeleter>;
+using CurlList = std::unique_ptr<curl_slist, CurlListDeleter>;
 
 struct EasyHandleDeleter
 {
