@@ -86,8 +86,9 @@ if(NOT BUILD_SHARED_LIBS)
     # Not Requires.private: `pkg-config --static` would also ask for everything that libcurl is built from.
     string(APPEND TAVREL_PC_REQUIRES ", libssl >= 1.1.1, libcrypto >= 1.1.1")
 endif()
-if(TAVREL_QT EQUAL 5 AND NOT WIN32)
-    # Qt 5 refuses the -fPIE that compilers default to, and has this flag in its files for CMake only.
+if(NOT WIN32)
+    # With the -fPIE that compilers default to, the address of a signal can differ between application and library:
+    # connect() does not find it. Qt has the flag in its files for CMake only.
     set(TAVREL_PC_CFLAGS -fPIC)
 endif()
 foreach(component IN LISTS TAVREL_QT_COMPONENTS)

@@ -19,7 +19,7 @@ build_with() {
     g++ -std=c++17 main.cpp -o "$1/application" "${flags[@]}"
     for application in "$1/build/application" "$1/application"; do
         ldd "$application" | grep "/$2.so.1 "
-        "$application" download http://127.0.0.1:9/ file 2>&1 | grep -F "Couldn't connect to server"
+        timeout 60 "$application" download http://127.0.0.1:9/ file 2>&1 | grep -F "Couldn't connect to server"
     done
 }
 install ./libtavrel1_*.deb ./libtavrel-dev_*.deb
