@@ -6,6 +6,7 @@
 #include "FTPCurlPrivate.h"
 #include "RemotePath.h"
 #include "RequestOptions.h"
+#include "ServerReply.h"
 
 #include <QIODevice>
 #include <QScopedValueRollback>
@@ -17,28 +18,7 @@ constexpr long FTP_UPLOAD_BUFFER_BYTES = 120L * 1024;
 constexpr long SFTP_UPLOAD_BUFFER_BYTES = 2L * 1024 * 1024;
 constexpr long NO_TIME_OUT_SECONDS = 2147483; // the most that libcurl takes, 24 days
 
-/// The first digits of the reply after which a server and libcurl open a data connection.
-const QStringList DATA_CONNECTION_REPLIES { QStringLiteral("125"), QStringLiteral("150"), QStringLiteral("227"),
-    QStringLiteral("229") };
-constexpr int REPLY_CODE_SIZE = 3;
 constexpr int NO_SESSION = -1;
-
-/// Whether a line begins with a code of three digits, like "226 Transfer complete".
-bool isReply(const QString& line)
-{
-    const auto isBetween = [&line](int index, char first, char last) {
-        return line[index] >= QLatin1Char(first) && line[index] <= QLatin1Char(last);
-    };
-    return line.size() >= REPLY_CODE_SIZE && isBetween(0, '1', '5') && isBetween(1, '0', '9') && isBetween(2, '0', '9')
-        && (line.size() == REPLY_CODE_SIZE || line[REPLY_CODE_SIZE] == QLatin1Char(' ')
-            || line[REPLY_CODE_SIZE] == QLatin1Char('-'));
-}
-
-/// Whether a reply, which may have several lines, ends with this one, and the server has done what it was asked.
-bool isAcceptance(const QString& reply)
-{
-    return reply[0] < QLatin1Char('4') && reply.mid(REPLY_CODE_SIZE, 1) != QLatin1String("-");
-}
 
 void setText(CURL* easy, CURLoption option, const QString& text)
 {
@@ -366,9 +346,9 @@ void FTPSession::setStallTimeOut(int seconds)
 /// libcurl also hands on the facts of a file as if they were lines of the server.
 void FTPSession::takeReply(const QString& line)
 {
-    if (isReply(line)) {
+    if (ServerReply::isOne(line)) {
         mReason.reply = line;
-        mAcceptances += isAcceptance(line) ? 1 : 0;
+        mAcceptances += ServerReply::isAcceptance(line) ? 1 : 0;
     }
 }
 
@@ -407,5 +387,5 @@ bool FTPSession::mayHaveLeftFile() const
 
 bool FTPSession::isDataConnectionNext() const
 {
-    return DATA_CONNECTION_REPLIES.contains(mReason.reply.left(REPLY_CODE_SIZE));
+    return ServerReply::opensDataConnection(mReason.reply);
 }

@@ -135,9 +135,9 @@ CURLMcode TransferLoop::runToEnd(CURL* easy, const Interruption* interruption)
             return code;
         }
         idleTurns = turn == Turn::Idle ? idleTurns + 1 : 0;
-        if (isSpinning) {
+        if (isSpinning && turn == Turn::Idle) {
             std::this_thread::yield();
-        } else if (idleTurns > 1) {
+        } else if (!isSpinning && idleTurns > 1) {
             // Without a socket a wait returns at once. Mostly libcurl opens one in its next turn; when it does not, a
             // short pause keeps the processor free.
             std::this_thread::sleep_for(PAUSE_WITHOUT_SOCKET);
