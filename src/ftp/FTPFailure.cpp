@@ -97,9 +97,8 @@ QString FTPFailure::reasonOf(const FTPCurl& client)
     const bool isOfLibcurl = error.typeName() == ErrorableCode::of(CURLE_OK).typeName();
     // The registered message may be that of another client with the same code. Only the part about keys is taken of it.
     const QString refusal = kindOf(client) == OfServer ? refusalOf(client) : QString();
-    QString text = isOfLibcurl
-        ? QString::fromUtf8(curl_easy_strerror(static_cast<CURLcode>(error.value()))) + refusal
-        : client.errorText().simplified();
+    QString text = isOfLibcurl ? QString::fromUtf8(curl_easy_strerror(static_cast<CURLcode>(error.value()))) + refusal
+                               : client.errorText().simplified();
     if (!isOfLibcurl && error != ErrorableCode::of(FTPCurl::TIME_NOT_KEPT)) {
         return text; // Reply and detail are those of an earlier request.
     }
