@@ -386,19 +386,6 @@ private Q_SLOTS:
         }
     }
 
-    void goesOnAfterAPause()
-    {
-        Session session;
-        QVERIFY(session.ftp.setStallTimeOut(1));
-        QVERIFY(session.ftp.internal_mkdir("a"));
-        QThread::msleep(1100);
-        QVERIFY2(session.ftp.internal_mkdir("b"), qPrintable(session.ftp.errorText()));
-        QVERIFY(session.ftp.curlhandle());
-        QThread::msleep(1100);
-        QVERIFY2(session.ftp.internal_mkdir("c"), qPrintable(session.ftp.errorText()));
-        QCOMPARE(session.server.commands(), QByteArrayList({ "MKD a", "NOOP", "MKD b", "MKD c" }));
-    }
-
     void tellsWhenATimeIsNotKept()
     {
         FtpPlay play;
