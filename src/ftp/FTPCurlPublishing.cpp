@@ -85,7 +85,9 @@ int FTPCurl::Private::upload(QIODevice* device, const RemotePath& target, qint64
     const RemotePath written = isInPlace ? target : besides(target, QStringLiteral(".part"));
     const qint64 size = device ? qMax(device->size() - device->pos(), qint64 { 0 }) : 0;
     int code = sent > 0 ? append(device, target, sent) : request(VFSCurlData::Upload, device, written);
-    const bool isFileLeft = code == CURLE_OK || (device && device->isReadable() && session.mayHaveLeftFile());
+    // libcurl reads only once the server has opened the file.
+    const bool hasBegun = code == CURLE_READ_ERROR || session.mayHaveLeftFile();
+    const bool isFileLeft = code == CURLE_OK || (device && device->isReadable() && hasBegun);
     if (code == CURLE_OK && isChecked()) {
         code = compareSize(written, sent + size);
     }

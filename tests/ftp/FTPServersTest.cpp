@@ -300,9 +300,11 @@ private Q_SLOTS:
         QVERIFY(QFile::remove(local));
         QVERIFY2(mFtp->getFile("whole/c", local), qPrintable(mFtp->errorText()));
         QCOMPARE(QFileInfo(local).lastModified(), NOON);
-        Source broken(nullptr, 8 << 20);
-        QVERIFY(!mFtp->putDataFromIoDevice(&broken, "memory", "whole/c"));
-        QCOMPARE(mFtp->error(), ErrorableCode::of(CURLE_READ_ERROR));
+        for (const int readable : { 0, 8 << 20 }) {
+            Source broken(nullptr, readable);
+            QVERIFY(!mFtp->putDataFromIoDevice(&broken, "memory", "whole/c"));
+            QCOMPARE(mFtp->error(), ErrorableCode::of(CURLE_READ_ERROR));
+        }
         QCOMPARE(onDisk("whole/c"), QByteArray("new"));
         QCOMPARE(QDir(mDisk + "whole").entryList(QDir::Files), QStringList("c"));
     }
