@@ -24,8 +24,8 @@ class QIODevice;
  * "curlCode" or a CURLFORMcode named "codeRet". A status of 600 and more fails without an error;
  * HTTPResponseCode() tells. Results stay until the next request starts; one that is refused before it starts
  * leaves them. Each request has a connection of its own, unless setKeepConnections(true) was called; cookies
- * persist in the file cookieFilePath(). Up to 30 redirections are followed. Server certificates are not verified
- * unless setTrust() asks for it.
+ * persist in the file cookieFilePath(). Up to 30 redirections are followed, to HTTP and HTTPS only. Server certificates
+ * are not verified unless setTrust() asks for it.
  *
  * Cancellation: tie the object to a Thread with Thread::addThreadableChild(); after requestInterruption() on
  * that thread, a request returns within 0.3 s with libcurl's CURLE_ABORTED_BY_CALLBACK.
@@ -73,7 +73,8 @@ public:
     /// Fetches url into a file, and continues there when the file is what an earlier call left of the same URL. The
     /// record "<path>.info" tells: it holds a hash of the URL and the ETag or Last-Modified of the file, and is removed
     /// on success. If the server's file has changed, or the server sends no strong validator or no ranges, the download
-    /// starts anew. Progress and the download limit count the whole file.
+    /// starts anew. Progress and the download limit count the whole file. Neither file is opened if it is a link or
+    /// belongs to another user: the request fails with GET_CANT_WRITE_DEVICE, or the download cannot be continued.
     bool resumeFile(const QString& url, const QString& path);
     /// Fetches url into a device that is not open yet; it is opened write-only and closed again. A QSaveFile
     /// is left open, for its owner to commit or cancel.
@@ -146,7 +147,9 @@ public:
 
     /// Sets the folder of the cookie file and creates it. Process-wide; call it before clients run.
     static void setCookiepath(const QString& dir);
-    static QString cookieFilePath(); ///< COOKIEPATH and "/eikooc.txt".
+    /// COOKIEPATH and "/eikooc.txt". A new file is readable by its owner alone. One that is a link or belongs to
+    /// another user is neither read nor written: each request logs that, and forgets its cookies.
+    static QString cookieFilePath();
     /// Removes the cookie file; false when there was none to remove.
     static bool clearLocalSessionCookie();
 
@@ -184,8 +187,6 @@ protected:
     void handleCurlErrorCode(CURLcode code);
     /// Raises DOWNLOAD_LIMIT_REACHED; limit in bytes.
     void raiseErrorDownloadLimit(qint64 limit);
-    /// Empties response() and binaryResponse(), for a derived class that does not accept them.
-    void dropResponses();
 
     /// Callbacks of libcurl. They append to response(), write to a QIODevice, drop the bytes, and report progress.
     ///@{
@@ -203,6 +204,7 @@ private:
     void resetResults();
     CURLcode performRequest(CURL* handle, const QString& url);
     bool performPost(curl_httppost* form, const QString& url, bool sendsInPlace);
+    bool splitResponse();
     void signalInterruption();
     bool checkFormAdded(CURLFORMcode code, int line);
 

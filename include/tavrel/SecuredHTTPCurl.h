@@ -13,10 +13,12 @@
  * postForm(). When the service has lost the session, it repeats the handshake and the post, once. The protocol and its
  * limits are described in docs/SECURED-PROTOCOL.md.
  *
- * The AES key is made once per installation and kept in keyFilePath(), readable by its owner alone. All services share
- * it, so each of them can decrypt the recorded traffic of the others. Failures are left in error() as with HTTPCurl, or
- * as a value of this class's Error. After a failed handshake() or postForm(), response() and binaryResponse() are
- * empty.
+ * The AES key is made once per installation and kept in keyFilePath(), readable by its owner alone. The permissions of
+ * a file that exists are not changed. One that is a link or belongs to another user is not used: the object logs that
+ * and has a key of its own, which is not saved. All services share it, so each of them can decrypt the recorded traffic
+ * of the others. Failures are left in error() as with HTTPCurl, or as a value of this class's Error. After a failure
+ * response() holds the reply as it came, except one that could not be decrypted or in which the service reports an
+ * error, after which it is empty.
  *
  * While the crypted mode is off, everything works as with HTTPCurl. Cancellation and threads: as with HTTPCurl. Set the
  * key path before the first object is made.
@@ -31,7 +33,7 @@ public:
         NO_SESSION = 0, ///< the service no longer knows the key
         SECURED_PROTOCOL_ERROR_LAMBDA = 1, ///< the service refused a request, or its reply is malformed
         SECURED_PROTOCOL_ERROR_UPLOAD = 2, ///< the service refused a handshake because of its size
-        CRYPTO_FORMAT = 3, ///< the reply could not be decrypted, or needs more than 16 MiB of padding
+        CRYPTO_FORMAT = 3, ///< the reply could not be decrypted, or exceeds setLimitPayload()
         PUBLIC_KEY_ERROR = 4, ///< the service sent no usable public key
         PRIVATE_KEY_ERROR = 5, ///< the service did not prove that it has the AES key
     };
@@ -52,6 +54,12 @@ public:
     bool postForm(const QString& url, const QJsonObject& json);
     bool postForm(const QString& url, const QJsonObject& json, const QByteArray& fileData, bool binary);
     ///@}
+
+    /// Refuses replies whose payload is announced larger than this, in bytes, with CRYPTO_FORMAT. 0 and less, the
+    /// default, means no limit: the payload then has the announced length, up to 2 GiB. Bytes that did not arrive are
+    /// zeros and take memory only when they are touched. If there is not enough memory, a post fails with libcurl's
+    /// CURLE_OUT_OF_MEMORY.
+    void setLimitPayload(qint64 bytes);
 
     /// Turns the protocol on (the default) or off.
     void setCryptedMode(bool on);
@@ -79,7 +87,7 @@ public:
     /// Decrypts a reply in place. On failure, empties data and sets error(). A payload that is shorter than its length
     /// field is padded with zeros.
     bool checkSessionOkAndDecrypt(QByteArray& data);
-    /// Reloads the AES key, or makes and saves one; restricts the file to its owner. A key that is not 16 bytes long is
+    /// Reloads the AES key, or makes and saves one. A key that is not 16 bytes long is
     /// logged and kept. Does nothing while the crypted mode is off.
     void initAESKey();
     /// Writes one line to the log.
@@ -93,7 +101,7 @@ private:
     struct State;
 
     bool exchangeKeys(const QString& url);
-    bool dropUnlessGood(bool success);
+    bool decryptReply(QByteArray& data);
     bool isCrypting() const;
     void raise(Error error, const char* name, int line, const QString& message = QString());
     void raiseServerError(const QJsonObject& reply, const QByteArray& raw);

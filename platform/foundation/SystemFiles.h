@@ -26,6 +26,15 @@ bool openToRead(QFile& file, const QByteArray& path, QString& fault);
 /// that fails.
 bool openLocked(QFile& file);
 
+/// True for a name that another user may have placed: a link, or a file that belongs to neither the user of this
+/// process nor the administrator. False if there is none. On Windows, only links are recognised.
+bool isForeign(const QString& path);
+
+/// Opens a file by its name to read it, or to write it with Truncate or Append, without a buffer. A new one gets the
+/// default permissions, or is private. Afterwards fileName() is empty. False for anything but a file, if
+/// isForeign(), and if it cannot be opened; then nothing has changed.
+bool openOwn(QFile& file, QIODevice::OpenMode mode, bool isPrivate = false);
+
 /// Of an open file; nothing if it is another thing than a file, such as a folder.
 std::optional<Stamp> stampOf(const QFile& file);
 

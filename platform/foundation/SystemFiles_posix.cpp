@@ -13,7 +13,9 @@
 namespace {
 
 constexpr mode_t PRIVATE_FILE = 0600;
+constexpr mode_t PUBLIC_FILE = 0666;
 constexpr mode_t PRIVATE_FOLDER = 0700;
+constexpr uid_t ADMINISTRATOR = 0;
 
 bool takeDescriptor(QFile& file, int descriptor, QIODevice::OpenMode mode)
 {
@@ -22,6 +24,17 @@ bool takeDescriptor(QFile& file, int descriptor, QIODevice::OpenMode mode)
         close(descriptor);
     }
     return isOpen;
+}
+
+bool isOwner(const struct stat& status)
+{
+    return status.st_uid == geteuid() || status.st_uid == ADMINISTRATOR;
+}
+
+bool isOwnFile(int descriptor)
+{
+    struct stat status = {};
+    return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && isOwner(status);
 }
 
 } // namespace
@@ -48,6 +61,28 @@ bool SystemFiles::openLocked(QFile& file)
         return false;
     }
     return takeDescriptor(file, descriptor, QIODevice::ReadWrite | QIODevice::Append);
+}
+
+bool SystemFiles::isForeign(const QString& path)
+{
+    struct stat status = {};
+    return lstat(QFile::encodeName(path).constData(), &status) == 0 && (S_ISLNK(status.st_mode) || !isOwner(status));
+}
+
+bool SystemFiles::openOwn(QFile& file, QIODevice::OpenMode mode, bool isPrivate)
+{
+    // Not O_TRUNC, which would empty the file before its owner is known.
+    const int access = mode.testFlag(QIODevice::WriteOnly) ? O_WRONLY | O_CREAT : O_RDONLY;
+    const int descriptor = open(QFile::encodeName(file.fileName()).constData(), // NOLINT(*-vararg)
+        access | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, isPrivate ? PRIVATE_FILE : PUBLIC_FILE);
+    if (descriptor < 0) {
+        return false;
+    }
+    if (!isOwnFile(descriptor) || (mode.testFlag(QIODevice::Truncate) && ftruncate(descriptor, 0) != 0)) {
+        close(descriptor);
+        return false;
+    }
+    return takeDescriptor(file, descriptor, mode);
 }
 
 std::optional<SystemFiles::Stamp> SystemFiles::stampOf(const QFile& file)

@@ -1,6 +1,7 @@
 #include "SystemFiles.h"
 
 #include <QDir>
+#include <QFileInfo>
 
 #include <io.h>
 #include <windows.h>
@@ -45,6 +46,16 @@ bool SystemFiles::openLocked(QFile& file)
         file.close();
     }
     return isLocked;
+}
+
+bool SystemFiles::isForeign(const QString& path)
+{
+    return QFileInfo(path).isSymLink();
+}
+
+bool SystemFiles::openOwn(QFile& file, QIODevice::OpenMode mode, bool /*isPrivate*/)
+{
+    return !isForeign(file.fileName()) && file.QFile::open(mode | QIODevice::Unbuffered);
 }
 
 std::optional<SystemFiles::Stamp> SystemFiles::stampOf(const QFile& file)

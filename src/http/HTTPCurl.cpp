@@ -4,9 +4,6 @@
 
 #include <foundation/raiseError.h>
 
-#include <QDir>
-#include <QFile>
-
 namespace {
 
 constexpr int MIN_CLEANED_URL_SIZE = 7;
@@ -35,32 +32,11 @@ void HTTPCurl::clear()
 
 void HTTPCurl::resetResults()
 {
-    dropResponses();
+    mState->response.clear();
+    mState->binaryResponse.clear();
     mState->responseCode = 0;
     mState->errorDetail.clear();
     clearError();
-}
-
-void HTTPCurl::dropResponses()
-{
-    mState->response.clear();
-    mState->binaryResponse.clear();
-}
-
-void HTTPCurl::setCookiepath(const QString& dir)
-{
-    COOKIEPATH = dir;
-    QDir(dir).mkpath(QStringLiteral("."));
-}
-
-QString HTTPCurl::cookieFilePath()
-{
-    return COOKIEPATH + QStringLiteral("/eikooc.txt");
-}
-
-bool HTTPCurl::clearLocalSessionCookie()
-{
-    return QFile::remove(cookieFilePath());
 }
 
 bool HTTPCurl::isDistantUrl(const QString& url)

@@ -13,6 +13,7 @@
 
 #include <QScopedValueRollback>
 
+#include <new>
 #include <vector>
 
 namespace {
@@ -106,10 +107,7 @@ bool HTTPCurl::postForm(const QString& url, const QJsonObject& json, const QByte
         || !performPost(form.first, url, !fileData.isEmpty()) || !postProcess(mState->response)) {
         return false;
     }
-    if (mState->binaryMode) {
-        formatBinaryResponse();
-    }
-    return true;
+    return !mState->binaryMode || splitResponse();
 }
 
 bool HTTPCurl::fillFormStruct(
@@ -164,6 +162,18 @@ bool HTTPCurl::performPost(curl_httppost* form, const QString& url, bool sendsIn
     // Deliberate: unlike a GET, a post that the download limit stopped ends with libcurl's code.
     setResult(code);
     return code == CURLE_OK;
+}
+
+/// False if there is not enough memory for both parts.
+bool HTTPCurl::splitResponse()
+{
+    try {
+        formatBinaryResponse();
+        return true;
+    } catch (const std::bad_alloc&) {
+        handleCurlErrorCode(CURLE_OUT_OF_MEMORY);
+        return false;
+    }
 }
 
 void HTTPCurl::formatBinaryResponse()

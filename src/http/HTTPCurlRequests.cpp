@@ -155,9 +155,7 @@ void HTTPCurl::setCurlGETAndPOSTCommonConfig(CURL* handle, curl_slist* headerLis
     curl_easy_setopt(handle, CURLOPT_NOPROGRESS, 0L);
     curl_easy_setopt(handle, CURLOPT_PROGRESSDATA, this);
     curl_easy_setopt(handle, CURLOPT_PROGRESSFUNCTION, progressCallback);
-    const QByteArray cookieFile = cookieFilePath().toUtf8();
-    curl_easy_setopt(handle, CURLOPT_COOKIEJAR, cookieFile.constData());
-    curl_easy_setopt(handle, CURLOPT_COOKIEFILE, cookieFile.constData());
+    mState->setCookieOptions(handle);
     if (mState->timeOut > 0) {
         curl_easy_setopt(handle, CURLOPT_TIMEOUT, static_cast<long>(mState->timeOut));
     }

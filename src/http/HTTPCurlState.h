@@ -33,6 +33,7 @@ struct HTTPCurl::State // NOLINT(clang-analyzer-optin.performance.Padding)
 
     /// Adds to the options of a handle those of the trust.
     void setTrustOptions(CURL* handle);
+    void setCookieOptions(CURL* handle);
     void buildUserAgentHeader();
     /// Sets the range of a request that continues a download, and returns the header that goes with it.
     curl_slist* requestRest(CURL* handle);

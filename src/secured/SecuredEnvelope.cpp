@@ -1,13 +1,26 @@
 #include "SecuredEnvelope.h"
 
+#include <foundation/SystemMemory.h>
+
 #include <QtEndian>
+
+#include <algorithm>
 
 namespace {
 
 const QByteArray MARKER = "###";
 constexpr int LENGTH_BYTES = 4;
 constexpr int HEADER_BYTES = 3 + LENGTH_BYTES;
-constexpr int MAX_PADDING_BYTES = 16 * 1024 * 1024;
+
+/// payload, and zeros up to a length.
+QByteArray padded(const QByteArray& payload, int length)
+{
+    // Deliberate: a payload shorter than its length field is accepted.
+    QByteArray bytes(length, Qt::Uninitialized);
+    char* const padding = std::copy(payload.begin(), payload.end(), bytes.data());
+    SystemMemory::zero(padding, static_cast<size_t>(bytes.data() + length - padding));
+    return bytes;
+}
 
 } // namespace
 
@@ -18,20 +31,18 @@ QByteArray SecuredEnvelope::header(const QByteArray& payload)
     return MARKER + QByteArray(length, LENGTH_BYTES);
 }
 
-std::optional<QByteArray> SecuredEnvelope::open(QByteArray envelope)
+std::optional<QByteArray> SecuredEnvelope::open(QByteArray envelope, qint64 limit)
 {
     if (!envelope.startsWith(MARKER) || envelope.size() < HEADER_BYTES) {
         return std::nullopt;
     }
     const int length = qMax(qFromLittleEndian<qint32>(envelope.constData() + MARKER.size()), 0);
-    envelope.remove(0, HEADER_BYTES);
-    const auto missing = length - envelope.size();
-    if (missing > MAX_PADDING_BYTES) {
+    if (limit > 0 && length > limit) {
         return std::nullopt;
     }
-    if (missing > 0) {
-        // Deliberate: a payload shorter than its length field is accepted.
-        return envelope.append(missing, '\0');
+    envelope.remove(0, HEADER_BYTES);
+    if (length > envelope.size()) {
+        return padded(envelope, length);
     }
     envelope.truncate(length);
     return envelope;

@@ -11,8 +11,9 @@ namespace SecuredEnvelope {
 /// The bytes in front of a payload.
 QByteArray header(const QByteArray& payload);
 
-/// The payload of an envelope, of the length in the envelope: truncated, or padded with up to 16 MiB of zeros. No value
-/// if the marker is missing or more padding is needed, as a few bytes must not make the client allocate 2 GiB.
-std::optional<QByteArray> open(QByteArray envelope);
+/// The payload of an envelope, of the length in the envelope: truncated, or padded with zeros, which take memory only
+/// when they are touched. A negative length counts as 0. No value if the marker is missing, or if the length exceeds a
+/// positive limit. Throws std::bad_alloc if the payload has no place in the address space.
+std::optional<QByteArray> open(QByteArray envelope, qint64 limit = 0);
 
 } // namespace SecuredEnvelope

@@ -4,6 +4,7 @@
 
 #include <cryptography/CryptoUtils.h>
 #include <foundation/FileUtils.h>
+#include <foundation/SystemFiles.h>
 #include <foundation/raiseError.h>
 #include <logging/LogUtils.h>
 
@@ -11,6 +12,7 @@
 #include <QScopedValueRollback>
 
 #include <limits>
+#include <new>
 
 namespace {
 
@@ -30,6 +32,21 @@ void logWarning(const char* function, int line, const QString& text)
     log.checkSpacing();
 }
 
+/// The content of the key file. A file that another user may have placed is one whose key that user knows.
+QByteArray readKey(const QString& path)
+{
+    // Deliberate: the permissions of a file that exists are its owner's decision.
+    QFile file(path);
+    if (SystemFiles::openOwn(file, QIODevice::ReadOnly)) {
+        return file.readAll();
+    }
+    if (!SystemFiles::isForeign(path)) {
+        return QByteArray();
+    }
+    logWarning("initAESKey", __LINE__, QStringLiteral("AES key not used: a link, or of another user: ") + path);
+    return CryptoUtils::generateRandomKey(AES_KEY_BITS);
+}
+
 } // namespace
 
 QString SecuredHTTPCurl::KEYPATH = QStringLiteral(".");
@@ -42,6 +59,7 @@ struct SecuredHTTPCurl::State
     QJsonDocument lastResponse;
     bool handshakeMode = false;
     bool cryptedMode = true;
+    qint64 limitPayload = 0;
 };
 
 SecuredHTTPCurl::SecuredHTTPCurl(QObject* parent)
@@ -64,6 +82,11 @@ void SecuredHTTPCurl::setHandshakeMode(bool on)
     mState->handshakeMode = on;
 }
 
+void SecuredHTTPCurl::setLimitPayload(qint64 bytes)
+{
+    mState->limitPayload = bytes;
+}
+
 bool SecuredHTTPCurl::isCrypting() const
 {
     return mState->cryptedMode && !mState->handshakeMode;
@@ -83,9 +106,7 @@ void SecuredHTTPCurl::initAESKey()
     }
     // Also after the key was made: if another process was faster, its key is the one to share.
     if (QFile::exists(path)) {
-        mState->aesKey = FileUtils::readFileContent(path, false);
-        // Another program may have made the file, or copied it.
-        QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
+        mState->aesKey = readKey(path);
     }
     if (mState->aesKey.size() != CryptoUtils::AES128_KEY_BYTES) {
         // Deliberate: a key of another length is neither refused nor replaced; the service will refuse it.
@@ -114,7 +135,7 @@ bool SecuredHTTPCurl::handshake(const QString& url)
     if (!mState->cryptedMode) {
         return true;
     }
-    return checkIdle() && dropUnlessGood(exchangeKeys(url));
+    return checkIdle() && exchangeKeys(url);
 }
 
 bool SecuredHTTPCurl::exchangeKeys(const QString& url)
@@ -218,15 +239,6 @@ bool SecuredHTTPCurl::postForm(const QString& url, const QJsonObject& json, cons
         // Once: there is no further attempt if the service loses the session again.
         success = exchangeKeys(url) && HTTPCurl::postForm(url, json, file, binary);
     }
-    return dropUnlessGood(success);
-}
-
-/// Empties the responses after a failure: they may hold a part of a reply.
-bool SecuredHTTPCurl::dropUnlessGood(bool success)
-{
-    if (!success) {
-        dropResponses();
-    }
     return success;
 }
 
@@ -259,6 +271,17 @@ QByteArray SecuredHTTPCurl::decrypt(const QByteArray& data, bool /*flag*/) const
 
 bool SecuredHTTPCurl::checkSessionOkAndDecrypt(QByteArray& data)
 {
+    try {
+        return decryptReply(data);
+    } catch (const std::bad_alloc&) {
+        data.clear();
+        handleCurlErrorCode(CURLE_OUT_OF_MEMORY);
+        return false;
+    }
+}
+
+bool SecuredHTTPCurl::decryptReply(QByteArray& data)
+{
     const QJsonObject reply = QJsonDocument::fromJson(data).object();
     const QJsonValue success = reply.value(SUCCESS);
     if (success.isBool() && !success.toBool()) {
@@ -267,7 +290,7 @@ bool SecuredHTTPCurl::checkSessionOkAndDecrypt(QByteArray& data)
         return false;
     }
     // Deliberate: a plaintext reply with "success" true is not accepted.
-    const std::optional<QByteArray> payload = SecuredEnvelope::open(decrypt(data, false));
+    const std::optional<QByteArray> payload = SecuredEnvelope::open(decrypt(data, false), mState->limitPayload);
     if (!payload) {
         raise(CRYPTO_FORMAT, "CRYPTO_FORMAT", __LINE__);
         LogUtils log(LogUtils::Debug, __FILE__, "checkSessionOkAndDecrypt", __LINE__);

@@ -25,6 +25,11 @@ static ScriptedServer::Script page(const QByteArray& body)
         "HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body);
 }
 
+static int residentPages()
+{
+    return FileUtils::readFileContent("/proc/self/statm").split(' ').at(1).toInt();
+}
+
 static QByteArray sha256(const QByteArray& bytes)
 {
     return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256).toHex();
@@ -52,10 +57,17 @@ private Q_SLOTS:
         const QByteArray key = FileUtils::readFileContent(SecuredHTTPCurl::keyFilePath());
         QCOMPARE(key.size(), 16);
         QCOMPARE(QFile::permissions(SecuredHTTPCurl::keyFilePath()) & 0x77, QFile::Permissions());
-        QVERIFY(QFile::setPermissions(SecuredHTTPCurl::keyFilePath(), QFile::Permissions(0x6644)));
+        const QFile::Permissions shared(0x6644);
+        QVERIFY(QFile::setPermissions(SecuredHTTPCurl::keyFilePath(), shared)); // somebody's decision
         QCOMPARE(QDir(mFolder->path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
         QCOMPARE(CryptoUtils::AES128_decrypt(SecuredHTTPCurl().encrypt(""), key), QByteArray("###\0\0\0\0", 7));
-        QCOMPARE(QFile::permissions(SecuredHTTPCurl::keyFilePath()) & 0x77, QFile::Permissions());
+        QCOMPARE(QFile::permissions(SecuredHTTPCurl::keyFilePath()), shared);
+        QVERIFY(QFile::rename(SecuredHTTPCurl::keyFilePath(), mFolder->filePath("key")));
+        QVERIFY(QFile::link("key", SecuredHTTPCurl::keyFilePath()));
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("AES key not used"));
+        const QByteArray cipher = SecuredHTTPCurl().encrypt("");
+        QVERIFY(!cipher.isEmpty() && CryptoUtils::AES128_decrypt(cipher, key).isEmpty());
+        QCOMPARE(FileUtils::readFileContent(mFolder->filePath("key")), key);
         QVERIFY(SecuredHTTPCurl::clearLocalKey());
         QVERIFY(!SecuredHTTPCurl::clearLocalKey());
         SecuredHTTPCurl::setKeypath(mFolder->filePath("prefix"));
@@ -82,12 +94,22 @@ private Q_SLOTS:
     {
         const QList<QPair<QByteArray, QByteArray>> cases { { "02000000", "ab" },
             { "0a000000", "abc" + QByteArray(7, 0) }, { "03000001", "abc" + QByteArray(16 << 20, 0) },
-            { "04000001", "refused" }, { "ffffffff", "" }, { "", "refused" } };
+            { "04000001", "abc" + QByteArray((16 << 20) + 1, 0) }, { "ffffffff", "" }, { "00000080", "" },
+            { "", "refused" } };
         for (const auto& row : cases) {
             const QByteArray envelope = "###" + QByteArray::fromHex(row.first) + "abc";
             QCOMPARE(SecuredEnvelope::open(envelope).value_or("refused"), row.second);
         }
         QCOMPARE(SecuredEnvelope::open("##!1234abc").value_or("refused"), QByteArray("refused"));
+        const int before = residentPages();
+        const QByteArray lie = SecuredEnvelope::open(QByteArray("###\0\0\0\x40"
+                                                                "abc",
+                                                         10))
+                                   .value_or("refused");
+        QCOMPARE(lie.size(), 1 << 30);
+        QCOMPARE(lie.left(4) + lie.right(2), QByteArray("abc\0\0\0", 6));
+        QVERIFY(!SecuredEnvelope::open(QByteArray("###\3\0\0\0abc", 10), 2));
+        QVERIFY2(residentPages() - before < 1 << 12, "takes memory that nobody has touched");
     }
 
     void ciphersAreGenuineOrNothing()
@@ -144,7 +166,7 @@ private Q_SLOTS:
         for (const auto& [body, error, message] : cases) {
             ScriptedServer server(page(json(body)));
             QVERIFY2(!client.handshake(server.url()), body.left(60));
-            QVERIFY(client.response().isEmpty());
+            QCOMPARE(client.response(), json(body));
             QCOMPARE(client.error(), ErrorableCode::of(error));
             QVERIFY(client.error().location().contains("SecuredHTTPCurl:"));
             QCOMPARE(client.errorMessage(), message);
