@@ -24,7 +24,7 @@ DetachedTask download(QStringList urlsAndFiles)
         const QString url = urlsAndFiles.takeFirst();
         const QString file = urlsAndFiles.takeFirst();
         success = co_await downloader.downloadAsync(url, file); // The event loop runs meanwhile.
-        qInfo().noquote() << file << (success ? QStringLiteral("done") : downloader.error());
+        qInfo().noquote() << file << (success ? QStringLiteral("done") : downloader.errorText());
     }
     QCoreApplication::exit(success ? 0 : 1);
 }

@@ -34,7 +34,7 @@ private:
     void showProgress(double percent) { qInfo().noquote() << mFile << percent << '%'; }
     void takeResult(bool success)
     {
-        qInfo().noquote() << mFile << (success ? QStringLiteral("done") : mDownloader.error());
+        qInfo().noquote() << mFile << (success ? QStringLiteral("done") : mDownloader.errorText());
         if (success && !mUrlsAndFiles.isEmpty()) {
             startNext();
         } else {

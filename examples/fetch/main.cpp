@@ -66,7 +66,7 @@ int report(const Options& options, const FileDownloader& downloader, bool succes
         return complain(Interrupted, QStringLiteral("interrupted"));
     }
     if (!success) {
-        QStringList reasons { downloader.error(), downloader.client().errorDetail() };
+        QStringList reasons { downloader.errorText(), downloader.client().errorDetail() };
         reasons.removeAll(QString());
         reasons.removeDuplicates();
         return complain(Failed, reasons.join(QStringLiteral(": ")));

@@ -21,7 +21,7 @@ bool download(const QString& url, const QString& file)
     downloader.download(url, file); // returns at once; the work is done on another thread
     const bool success = QCoreApplication::exec() == 0;
     if (!success) {
-        qWarning() << downloader.error();
+        qWarning() << downloader.errorText();
     }
     return success;
 }

@@ -25,8 +25,10 @@ class PeerTrust;
  * finished(). requestInterruption() ends a download within 0.3 s with done(false). So does the destructor, which waits
  * for the thread; in a slot that runs on the download thread use deleteLater().
  *
- * download(), downloadAsync(), requestInterruption() and error() may be called from any thread. The signals are emitted
- * on the download thread.
+ * The ".part" file and its record are not opened if they are links or belong to another user; the download then fails.
+ *
+ * download(), downloadAsync(), requestInterruption(), error() and errorText() may be called from any thread. The
+ * signals are emitted on the download thread.
  */
 class TAVREL_EXPORT FileDownloader : public Thread
 {
@@ -56,8 +58,12 @@ public:
     /// called from any thread; a running download is not affected.
     void setResumable(bool on);
 
-    /// The reason why the last download failed; empty if it did not.
+    /// The errorMessage() of the client after the last failure, which is empty for an error without a text. Neither the
+    /// start nor the success of another download clears it; errorText() is the reason to show.
     QString error() const;
+    /// The reason why the last download failed, which is never empty then; empty if it did not fail or is still
+    /// running.
+    QString errorText() const;
 
     /// HTTPCurl::setTrust() of client(); false, with the reason in the client's error(), when it is refused. Must
     /// not be called while a download is running.
@@ -89,6 +95,8 @@ private:
     bool resume();
     bool fetch();
     bool fail(const QString& reason);
+    bool fail(const QString& message, const QString& text);
+    bool failLikeClient();
     void announce(bool success);
     bool takeUpNext();
 

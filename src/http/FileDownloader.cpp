@@ -1,11 +1,14 @@
 #include <tavrel/FileDownloader.h>
 
+#include "PartialFile.h"
+
 #include <tavrel/HTTPCurl.h>
 
 #include <foundation/FutureResult.h>
 #include <logging/LogUtils.h>
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <atomic>
 #include <mutex>
@@ -16,6 +19,13 @@ namespace {
 
 constexpr int PERCENT = 100;
 
+/// Unlike QFile::exists(), also true for a link that leads nowhere.
+bool isTaken(const QString& path)
+{
+    const QFileInfo info(path);
+    return info.exists() || info.isSymLink();
+}
+
 } // namespace
 
 struct FileDownloader::State
@@ -23,7 +33,8 @@ struct FileDownloader::State
     QString url;
     QString path;
     QString partPath;
-    QString error;
+    QString error; ///< of the last failure
+    QString errorText; ///< of the last download
     HTTPCurl* client = nullptr;
     std::atomic<bool> isResumable { false };
 
@@ -117,7 +128,7 @@ bool FileDownloader::begin(
     mState->url = url;
     mState->path = path;
     mState->partPath = path + QStringLiteral(".part");
-    mState->error.clear();
+    mState->errorText.clear();
     mState->result = std::move(result);
     mState->isDownloading = true;
     clearInterruption();
@@ -169,6 +180,12 @@ QString FileDownloader::error() const
     return mState->error;
 }
 
+QString FileDownloader::errorText() const
+{
+    const std::lock_guard<std::mutex> guard(mState->mutex);
+    return mState->errorText;
+}
+
 void FileDownloader::run()
 {
     ++mState->runs;
@@ -207,30 +224,44 @@ bool FileDownloader::runOnce()
         return false;
     }
     // Deliberate: an existing destination is not replaced, and the result of the rename is ignored.
-    QFile::rename(mState->partPath, mState->path);
+    if (!isTaken(mState->path)) { // QFile::rename() would write through a link that leads nowhere.
+        QFile::rename(mState->partPath, mState->path);
+    }
     return true;
 }
 
 bool FileDownloader::resume()
 {
-    return mState->client->resumeFile(mState->url, mState->partPath) || fail(mState->client->errorText());
+    return mState->client->resumeFile(mState->url, mState->partPath) || failLikeClient();
 }
 
 bool FileDownloader::fetch()
 {
-    if (QFile::exists(mState->partPath) && !QFile::remove(mState->partPath)) {
+    if (isTaken(mState->partPath) && !QFile::remove(mState->partPath)) {
         return fail(QStringLiteral("Unable to remove ") + mState->partPath);
     }
-    if (!mState->client->getFile(mState->url, mState->partPath)) {
+    PartialFile file(mState->partPath, mState->url);
+    if (!mState->client->getDataRaw(mState->url, file)) {
         QFile::remove(mState->partPath);
-        return fail(mState->client->errorText());
+        return failLikeClient();
     }
     return true;
 }
 
+bool FileDownloader::failLikeClient()
+{
+    return fail(mState->client->errorMessage(), mState->client->errorText());
+}
+
 bool FileDownloader::fail(const QString& reason)
 {
+    return fail(reason, reason);
+}
+
+bool FileDownloader::fail(const QString& message, const QString& text)
+{
     const std::lock_guard<std::mutex> guard(mState->mutex);
-    mState->error = reason;
+    mState->error = message;
+    mState->errorText = text;
     return false;
 }

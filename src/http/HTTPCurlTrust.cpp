@@ -27,6 +27,8 @@ bool HTTPCurl::checkTrust()
 void HTTPCurl::State::setTrustOptions(CURL* handle)
 {
     peerCheck.setTlsOptions(handle);
+    // By default libcurl also follows to FTP, where statuses, ranges and validators mean nothing.
+    curl_easy_setopt(handle, CURLOPT_REDIR_PROTOCOLS, static_cast<long>(CURLPROTO_HTTP | CURLPROTO_HTTPS));
     if (!peerCheck.trust().trustsAnyone()) {
         peerCheck.watchTls(handle);
         curl_easy_setopt(handle, CURLOPT_PROTOCOLS, static_cast<long>(CURLPROTO_HTTPS));

@@ -1,6 +1,7 @@
 #include "PartialFile.h"
 
 #include <foundation/FileUtils.h>
+#include <foundation/SystemFiles.h>
 
 #include <QCryptographicHash>
 #include <QDateTime>
@@ -12,6 +13,7 @@ namespace {
 
 const QByteArray RECORD_TITLE = "Tavrel partial download 1";
 constexpr int MAX_VALIDATOR_BYTES = 1024;
+constexpr int MAX_RECORD_BYTES = 2048;
 constexpr int OK = 200;
 constexpr int PARTIAL_CONTENT = 206;
 
@@ -19,10 +21,10 @@ constexpr int PARTIAL_CONTENT = 206;
 QList<QByteArray> readRecord(const QString& path)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    if (!SystemFiles::openOwn(file, QIODevice::ReadOnly)) {
         return {};
     }
-    const QList<QByteArray> lines = file.readAll().split('\n');
+    const QList<QByteArray> lines = file.read(MAX_RECORD_BYTES).split('\n');
     return lines.size() == 3 && lines.at(0) == RECORD_TITLE ? lines : QList<QByteArray>();
 }
 
@@ -40,6 +42,7 @@ bool isText(const QByteArray& value)
 
 PartialFile::PartialFile(const QString& path, const QString& url)
     : QFile(path)
+    , mPath(path)
     , mUrlHash(QCryptographicHash::hash(url.toUtf8(), QCryptographicHash::Sha256).toHex())
 {
     const QList<QByteArray> record = readRecord(recordPath(path));
@@ -51,11 +54,12 @@ PartialFile::PartialFile(const QString& path, const QString& url)
 
 bool PartialFile::open(OpenMode /*mode*/)
 {
+    setFileName(mPath);
     if (mOffset > 0) {
-        return QFile::open(WriteOnly | Append);
+        return SystemFiles::openOwn(*this, WriteOnly | Append);
     }
-    removeRecord(fileName()); // It would not be that of the bytes to come.
-    return QFile::open(WriteOnly | Truncate);
+    removeRecord(mPath); // It would not be that of the bytes to come.
+    return SystemFiles::openOwn(*this, WriteOnly | Truncate);
 }
 
 bool PartialFile::takeHeaderLine(const QByteArray& line)
@@ -121,17 +125,18 @@ QByteArray PartialFile::strongValidator() const
 /// Empties the file for the whole body, and records its version before the first byte arrives.
 bool PartialFile::begin()
 {
-    removeRecord(fileName());
+    removeRecord(mPath);
     mOffset = 0;
     mValidator = mHead.status == OK ? strongValidator() : QByteArray();
     return resize(0) && seek(0) && (mValidator.isEmpty() || writeRecord());
 }
 
-/// A long name leaves no room for that of the record. Without one the download only cannot be continued.
+/// A long name leaves no room for that of the record, and a file with that name is not replaced. Without a record the
+/// download only cannot be continued.
 bool PartialFile::writeRecord() const
 {
-    const QString path = recordPath(fileName());
-    return FileUtils::writeFileContent(path, RECORD_TITLE + '\n' + mUrlHash + '\n' + mValidator)
+    const QString path = recordPath(mPath);
+    return FileUtils::createPrivateFile(path, RECORD_TITLE + '\n' + mUrlHash + '\n' + mValidator)
         || readRecord(path).isEmpty();
 }
 

@@ -9,7 +9,7 @@
  *
  * The record beside it, "<path>.info", says which version of which URL the bytes belong to: a hash of the URL, as that
  * may hold a password, and the ETag or Last-Modified of the response. Without a record that fits, a download starts
- * anew.
+ * anew. Neither file is opened if it is a link or belongs to another user.
  */
 class PartialFile : public QFile
 {
@@ -54,6 +54,7 @@ private:
     bool writeRecord() const;
     static QString recordPath(const QString& path) { return path + QStringLiteral(".info"); }
 
+    const QString mPath; ///< fileName() is empty once the file was open.
     const QByteArray mUrlHash;
     QByteArray mValidator;
     qint64 mOffset = 0;

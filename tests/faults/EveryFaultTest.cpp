@@ -156,11 +156,11 @@ struct Bench
             QFile::remove(local);
             client->download(httpServer.url() + "moved", local);
             client->wait();
-            const bool success = client->error().isEmpty();
+            const bool success = client->errorText().isEmpty();
             expect(success ? isFetched() : QDir(folder.path()).isEmpty());
             return success;
         };
-        return { httpServer, *client, [client] { return client->error(); }, { fetch } };
+        return { httpServer, *client, [client] { return client->errorText(); }, { fetch } };
     }
 
     /// How much the server has sent at the end of each call, until one fails.

@@ -99,12 +99,42 @@ private Q_SLOTS:
         }
     }
 
+    void writesThroughNoLinks()
+    {
+        const QByteArray head = "HTTP/1.1 200 OK\r\nETag: \"1\"\r\nContent-Length: ";
+        for (const bool isResumable : { false, true }) {
+            for (const QString name : { "page", "page.part", "page.part.info" }) {
+                for (const QString target : { "valued", "missing" }) {
+                    init();
+                    QVERIFY(FileUtils::writeFileContent(path("valued"), "old"));
+                    QVERIFY(QFile::link(path(target), path(name)));
+                    const ScriptedServer server(ScriptedServer::replying(head + "4\r\n\r\nnew")); // cut
+                    const ScriptedServer whole(ScriptedServer::replying(head + "3\r\n\r\nnew"));
+                    FileDownloader downloader;
+                    downloader.setResumable(isResumable);
+                    downloader.download(server.url(), path("page"));
+                    downloader.wait();
+                    downloader.download(whole.url(), path("page"));
+                    downloader.wait();
+                    QCOMPARE(FileUtils::readFileContent(path("valued")), QByteArray("old"));
+                    QVERIFY(!QFile::exists(path("missing")));
+                }
+            }
+        }
+    }
+
     void failsWithAReason()
     {
         FileDownloader downloader;
         QVERIFY(QDir().mkpath(path("page.part/x")));
         QCOMPARE(errorOf(downloader, "http://127.0.0.1:1", path("page")), "Unable to remove " + path("page.part"));
         QCOMPARE(errorOf(downloader, "http://127.0.0.1:1", path("no/page")), QString("GET_CANT_WRITE_DEVICE"));
+        QCOMPARE(downloader.error(), QString()); // The client has no text for it.
+        const ScriptedServer missing(ScriptedServer::replying(MISSING));
+        const ScriptedServer server(ScriptedServer::replying(FOUND));
+        QCOMPARE(errorOf(downloader, missing.url(), path("missing")), QString("Resource not found"));
+        QCOMPARE(errorOf(downloader, server.url(), path("found")), QString());
+        QCOMPARE(downloader.error(), QString("Resource not found")); // It stays until the next failure.
     }
 
     void endsWhenInterruptedOrDestroyed()
@@ -198,7 +228,7 @@ private Q_SLOTS:
             std::atomic<int> successes { 0 };
             FileDownloader downloader;
             const auto again = [&] {
-                const int now = successes + (downloader.error().isEmpty() ? 1 : 0);
+                const int now = successes + (downloader.errorText().isEmpty() ? 1 : 0);
                 if (now < 20) {
                     downloader.download(server.url(), name.arg(now));
                 }
@@ -220,7 +250,7 @@ private:
     {
         downloader.download(url, path);
         downloader.wait();
-        return downloader.error();
+        return downloader.errorText();
     }
 
     std::unique_ptr<QTemporaryDir> mFolder;

@@ -76,6 +76,8 @@ private Q_SLOTS:
             << cut << -1 << "curlCode" << 200 << curl_easy_strerror(CURLE_PARTIAL_FILE);
         QTest::newRow("not HTTP") << QByteArray("SSH-2.0-x\r\n") << -1 << "curlCode" << 0
                                   << curl_easy_strerror(CURLE_UNSUPPORTED_PROTOCOL);
+        QTest::newRow("a redirection to FTP") << reply("302 Moved", "", "Location: ftp://127.0.0.1:1/\r\n") << -1
+                                              << "curlCode" << 302 << curl_easy_strerror(CURLE_UNSUPPORTED_PROTOCOL);
         QTest::newRow("a header of 100 KB") << longHead << -1 << "curlCode" << 200 << curl_easy_strerror(tooLarge);
     }
     void tellsWhatTheServerAnswered()
@@ -141,6 +143,25 @@ private Q_SLOTS:
         QCOMPARE(server.requests(),
             QList<QByteArray>({ head + agent + end, head + cookie + agent + end, head + cookie + agent + " B" + end,
                 head + "User-Agent: A B" + end }));
+    }
+
+    void keepsCookiesInAFileOfItsOwnOnly()
+    {
+        const ScriptedServer server(ScriptedServer::replying(reply("200 OK", "", "Set-Cookie: k=v; Max-Age=9\r\n")));
+        HTTPCurl client;
+        QVERIFY(client.testURLResponse(server.url()));
+        QCOMPARE(QFile::permissions(HTTPCurl::cookieFilePath()) & 0x77, QFile::Permissions());
+        for (const char* target : { "there", "missing" }) {
+            QVERIFY(HTTPCurl::clearLocalSessionCookie());
+            QVERIFY(*target == 'm' || FileUtils::writeFileContent(mFolder.filePath(target), "other"));
+            QVERIFY(QFile::link(mFolder.filePath(target), HTTPCurl::cookieFilePath()));
+            QTest::ignoreMessage(QtWarningMsg, QRegularExpression("cookies .* not kept"));
+            QVERIFY(client.testURLResponse(server.url()));
+            QVERIFY(QFileInfo(HTTPCurl::cookieFilePath()).isSymLink());
+            QCOMPARE(FileUtils::readFileContent(mFolder.filePath(target)), QByteArray(*target == 'm' ? "" : "other"));
+            QVERIFY(*target == 't' || !QFile::exists(mFolder.filePath(target)));
+        }
+        QVERIFY(HTTPCurl::clearLocalSessionCookie());
     }
 
     void tellsErrorDetailsWithoutCredentials()

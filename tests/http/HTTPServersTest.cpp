@@ -59,12 +59,12 @@ private Q_SLOTS:
         connect(&downloader, &FileDownloader::progress, this, interruptOnce, Qt::DirectConnection);
         downloader.download(url, target.filePath("file"));
         downloader.wait();
-        QVERIFY(!downloader.error().isEmpty());
+        QVERIFY(!downloader.errorText().isEmpty());
         QCOMPARE(QDir(target.path()).entryList(QDir::Files), QStringList({ "file.part", "file.part.info" }));
         const QByteArray content = serve(changes ? "new" : "old", changes ? 30 : 60);
         downloader.download(url, target.filePath("file"));
         downloader.wait();
-        QCOMPARE(downloader.error(), QString());
+        QCOMPARE(downloader.errorText(), QString());
         QVERIFY(FileUtils::readFileContent(target.filePath("file")) == content);
         QTEST(downloader.client().HTTPResponseCode(), "status");
         QCOMPARE(QDir(target.path()).entryList(QDir::Files), QStringList("file"));
