@@ -17,7 +17,8 @@ public:
         QString root; ///< the prefix of remote paths; may be empty
     };
 
-    /// Starts the named servers: "nginx", "php", "proftpd", "openssh". PHP runs script, by default form-echo.php.
+    /// Starts the named servers: "nginx", "php", "proftpd", "openssh", "vsftpd", "pureftpd". PHP runs script, by
+    /// default form-echo.php.
     explicit RealServers(const QStringList& names, const QString& script = QString())
     {
         const QString owner = QString::number(QCoreApplication::applicationPid());
@@ -47,6 +48,10 @@ public:
     Store proftpdSftp() const { return store("ftp", "PSFTP_PORT", "FTP_ROOT"); }
     /// OpenSSH, which runs for root only.
     Store openssh() const { return store("ssh", "SSH_PORT", "SSH_ROOT"); }
+    /// Over FTP and explicit TLS, where data connections must resume; runs for root only.
+    Store vsftpd() const { return store("vsftpd", "VSFTPD_PORT"); }
+    /// Over FTP and explicit TLS; runs for root only.
+    Store pureFtpd() const { return store("pure", "PURE_PORT"); }
     /// Sends a signal to all processes of the servers, such as "STOP" and "CONT".
     void sendSignal(const QString& name) { run({ "signal", mFolder.path(), name }); }
 
