@@ -244,6 +244,7 @@ CURLcode FTPSession::runOnce(VFSCurlData& data)
     QElapsedTimer sinceBegin;
     sinceBegin.start();
     setTimeLimit(!mLoop->isQuick());
+    mLoop->setLingers(isOverTls(mProtocol) && data.type == VFSCurlData::Upload);
     RequestOptions::set(mHandle, data);
     const CURLcode code = mLoop->perform(mHandle, data.owner->interruption());
     RequestOptions::clear(mHandle);

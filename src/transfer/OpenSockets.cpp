@@ -4,8 +4,12 @@
 
 #include <algorithm>
 #include <thread>
+#include <utility>
 
 namespace {
+
+constexpr int LINGER_TURN_MS = 50;
+constexpr int MAX_DISCARDED_BYTES = 64 * 1024; ///< session tickets take less than one
 
 void waitForAnswer(curl_socket_t socket, std::chrono::microseconds time)
 {
@@ -67,22 +71,52 @@ curl_socket_t OpenSockets::open(void* self, curlsocktype /*purpose*/, curl_socka
 int OpenSockets::close(void* self, curl_socket_t socket)
 {
     OpenSockets& sockets = *static_cast<OpenSockets*>(self);
-    curl_socket_t remaining = CURL_SOCKET_BAD;
-    const int result = sockets.remove(socket, remaining);
+    const curl_socket_t remaining = sockets.onlyOther(socket);
+    if (remaining != CURL_SOCKET_BAD && sockets.mLingerTime.count() > 0) {
+        sockets.linger(socket, remaining);
+    }
+    const int result = sockets.remove(socket);
     if (remaining != CURL_SOCKET_BAD) {
         waitForAnswer(remaining, sockets.mAnswerTime);
     }
     return result;
 }
 
-/// Tells the socket that remains, if it is a single one.
-int OpenSockets::remove(curl_socket_t socket, curl_socket_t& remaining)
+/// The socket beside the given one, if there is a single one.
+curl_socket_t OpenSockets::onlyOther(curl_socket_t socket)
+{
+    const std::lock_guard<std::mutex> guard(mMutex);
+    const auto isOther = [socket](const Entry& entry) { return entry.socket != socket; };
+    const auto other = std::find_if(mSockets.begin(), mSockets.end(), isOther);
+    return std::count_if(mSockets.begin(), mSockets.end(), isOther) == 1 ? other->socket : CURL_SOCKET_BAD;
+}
+
+/// Reads until the peer has read everything: it closes the connection then, or answers on the control connection.
+void OpenSockets::linger(curl_socket_t socket, curl_socket_t control) const
+{
+    Sockets::shutDownWrites(socket);
+    auto lastMove = std::chrono::steady_clock::now();
+    int unsent = Sockets::unsentBytes(socket);
+    int discarded = 0;
+    while (discarded < MAX_DISCARDED_BYTES && std::chrono::steady_clock::now() - lastMove < mLingerTime) {
+        const Sockets::Discarded input = Sockets::discardInput(socket);
+        discarded += input.bytes;
+        if (input.isAtEnd || (input.bytes == 0 && Sockets::hasInput(control))) {
+            return;
+        }
+        Sockets::waitForInput(socket, control, LINGER_TURN_MS);
+        if (std::exchange(unsent, Sockets::unsentBytes(socket)) != unsent) {
+            lastMove = std::chrono::steady_clock::now();
+        }
+    }
+}
+
+int OpenSockets::remove(curl_socket_t socket)
 {
     // Closed under the lock, so that shutDown() never meets the number of a socket that somebody else opened since.
     const std::lock_guard<std::mutex> guard(mMutex);
     const auto isClosed = [socket](const Entry& entry) { return entry.socket == socket; };
     mSockets.erase(std::remove_if(mSockets.begin(), mSockets.end(), isClosed), mSockets.end());
-    remaining = mSockets.size() == 1 ? mSockets.front().socket : CURL_SOCKET_BAD;
     return Sockets::close(socket);
 }
 

@@ -34,6 +34,9 @@ public:
     /// For how long the end of one connection waits for the peer of another one to answer it, without sleeping. Zero,
     /// the default, leaves the wait to libcurl, which sleeps.
     void setAnswerTime(std::chrono::microseconds time) { mAnswerTime = time; }
+    /// How long the end of one of two connections waits for its peer to read on. Zero, the default, closes at once,
+    /// which resets a connection with unread bytes, so that the peer loses what it has not read.
+    void setLingerTime(std::chrono::milliseconds time) { mLingerTime = time; }
 
 private:
     static curl_socket_t open(void* self, curlsocktype purpose, curl_sockaddr* address);
@@ -45,10 +48,13 @@ private:
         unsigned long long identity;
     };
 
-    int remove(curl_socket_t socket, curl_socket_t& remaining);
+    curl_socket_t onlyOther(curl_socket_t socket);
+    int remove(curl_socket_t socket);
+    void linger(curl_socket_t socket, curl_socket_t control) const;
     void dropClosed();
 
     std::chrono::microseconds mAnswerTime { 0 };
+    std::chrono::milliseconds mLingerTime { 0 };
     std::mutex mMutex;
     std::vector<Entry> mSockets;
 };

@@ -13,10 +13,24 @@ int close(curl_socket_t socket);
 unsigned long long identity(curl_socket_t socket);
 /// Any thread: from now on every read meets the end of the stream. Written data still goes out.
 void shutDownReads(curl_socket_t socket);
+/// The peer meets the end of the stream after what was written.
+void shutDownWrites(curl_socket_t socket);
 /// Whether a peer has accepted the connection.
 bool isConnected(curl_socket_t socket);
 /// Whether a read would not wait. Does not wait itself.
 bool hasInput(curl_socket_t socket);
+/// Waits until one of two sockets can be read, or for the time.
+void waitForInput(curl_socket_t first, curl_socket_t second, int milliseconds);
+/// The result of discardInput().
+struct Discarded
+{
+    int bytes; ///< how many were read
+    bool isAtEnd; ///< nothing more can come
+};
+/// Reads a few thousand bytes at most of what has arrived. Does not wait.
+Discarded discardInput(curl_socket_t socket);
+/// How many written bytes the peer has not acknowledged yet, where the system tells; else 0.
+int unsentBytes(curl_socket_t socket);
 /// Acknowledges what has arrived, where the system can be told to, instead of waiting for something to send with it.
 void acknowledge(curl_socket_t socket);
 

@@ -4,9 +4,13 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <array>
+#include <cerrno>
 
 curl_socket_t Sockets::open(const curl_sockaddr& address)
 {
@@ -40,6 +44,11 @@ void Sockets::shutDownReads(curl_socket_t socket)
     shutdown(socket, SHUT_RD);
 }
 
+void Sockets::shutDownWrites(curl_socket_t socket)
+{
+    shutdown(socket, SHUT_WR);
+}
+
 bool Sockets::isConnected(curl_socket_t socket)
 {
     sockaddr_storage peer {};
@@ -51,6 +60,31 @@ bool Sockets::hasInput(curl_socket_t socket)
 {
     pollfd entry { socket, POLLIN, 0 };
     return poll(&entry, 1, 0) > 0;
+}
+
+void Sockets::waitForInput(curl_socket_t first, curl_socket_t second, int milliseconds)
+{
+    std::array<pollfd, 2> entries { { { first, POLLIN, 0 }, { second, POLLIN, 0 } } };
+    poll(entries.data(), entries.size(), milliseconds);
+}
+
+Sockets::Discarded Sockets::discardInput(curl_socket_t socket)
+{
+    std::array<char, 4096> bytes {};
+    const ssize_t count = recv(socket, bytes.data(), bytes.size(), MSG_DONTWAIT);
+    const bool maySucceedLater = count < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR);
+    return { count > 0 ? static_cast<int>(count) : 0, count <= 0 && !maySucceedLater };
+}
+
+int Sockets::unsentBytes(curl_socket_t socket)
+{
+    int bytes = 0;
+#ifdef TIOCOUTQ
+    ioctl(socket, TIOCOUTQ, &bytes); // NOLINT(*-vararg)
+#else
+    static_cast<void>(socket);
+#endif
+    return bytes;
 }
 
 void Sockets::acknowledge(curl_socket_t socket)

@@ -2,6 +2,8 @@
 
 #include <winsock2.h>
 
+#include <array>
+
 curl_socket_t Sockets::open(const curl_sockaddr& address)
 {
     return WSASocketW(address.family, address.socktype, address.protocol, nullptr, 0,
@@ -23,6 +25,11 @@ void Sockets::shutDownReads(curl_socket_t socket)
     shutdown(socket, SD_RECEIVE);
 }
 
+void Sockets::shutDownWrites(curl_socket_t socket)
+{
+    shutdown(socket, SD_SEND);
+}
+
 bool Sockets::isConnected(curl_socket_t socket)
 {
     sockaddr_storage peer {};
@@ -34,6 +41,26 @@ bool Sockets::hasInput(curl_socket_t socket)
 {
     WSAPOLLFD entry { socket, POLLIN, 0 };
     return WSAPoll(&entry, 1, 0) > 0;
+}
+
+void Sockets::waitForInput(curl_socket_t first, curl_socket_t second, int milliseconds)
+{
+    std::array<WSAPOLLFD, 2> entries { { { first, POLLIN, 0 }, { second, POLLIN, 0 } } };
+    WSAPoll(entries.data(), entries.size(), milliseconds);
+}
+
+/// libcurl has made the socket one that does not wait.
+Sockets::Discarded Sockets::discardInput(curl_socket_t socket)
+{
+    std::array<char, 4096> bytes {};
+    const int count = recv(socket, bytes.data(), static_cast<int>(bytes.size()), 0);
+    const bool maySucceedLater = count < 0 && WSAGetLastError() == WSAEWOULDBLOCK;
+    return { count > 0 ? count : 0, count <= 0 && !maySucceedLater };
+}
+
+int Sockets::unsentBytes(curl_socket_t /*socket*/)
+{
+    return 0;
 }
 
 void Sockets::acknowledge(curl_socket_t /*socket*/) { }

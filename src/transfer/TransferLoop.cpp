@@ -17,6 +17,7 @@ constexpr int FIRST_WAIT_MS = 4; // a listing by a nearby server takes less
 constexpr int FIRST_WAIT_AFTER_READING_AHEAD_MS = 1;
 constexpr int MAX_DOUBLINGS = 6;
 constexpr std::chrono::milliseconds PAUSE_WITHOUT_SOCKET(1);
+constexpr std::chrono::milliseconds LINGER_TIME(60000);
 constexpr long RECEIVE_BUFFER_BYTES = 512L * 1024;
 
 // An interrupted transfer does not wait for a name server that is silent. By number, as a program built with an older
@@ -114,6 +115,7 @@ CURLMcode TransferLoop::runToEnd(CURL* easy, const Interruption* interruption)
     const auto spinUntil = begin + spinTime;
     // libcurl closes the data connection of an upload and then sleeps until the server confirms the end of the file.
     mSockets.setAnswerTime(mReadsAhead ? std::chrono::milliseconds(0) : spinTime);
+    mSockets.setLingerTime(lingerTime());
     int idleTurns = 0;
     Turn turn = Turn::Socket;
     while (true) {
@@ -143,6 +145,14 @@ CURLMcode TransferLoop::runToEnd(CURL* easy, const Interruption* interruption)
             std::this_thread::sleep_for(PAUSE_WITHOUT_SOCKET);
         }
     }
+}
+
+std::chrono::milliseconds TransferLoop::lingerTime() const
+{
+    if (!mLingers) {
+        return std::chrono::milliseconds(0);
+    }
+    return mStallTimeOut.count() > 0 ? mStallTimeOut : LINGER_TIME;
 }
 
 int TransferLoop::nextWait(int idleTurns) const

@@ -46,6 +46,12 @@ public:
     /// are longer, which saves processor time.
     void setReadsAhead(bool isOn) { mReadsAhead = isOn; }
 
+    /// Whether the next transfers upload over a data connection beside a control connection, with bytes that libcurl
+    /// does not read, such as the session tickets of TLS 1.3. The end of the data connection then waits until the
+    /// server has read everything, but no longer than the stall time-out, or a minute without one, after the last sign
+    /// of life.
+    void setLingers(bool isOn) { mLingers = isOn; }
+
     /// Detaches a handle that outlives the loop and is used again.
     static void detach(CURL* easy) { OpenSockets::detach(easy); }
 
@@ -54,6 +60,7 @@ private:
 
     CURLcode run(CURL* easy, const Interruption* interruption);
     CURLMcode runToEnd(CURL* easy, const Interruption* interruption);
+    std::chrono::milliseconds lingerTime() const;
     int nextWait(int idleTurns) const;
     CURLMcode wait(int milliseconds, Turn& turn);
     bool hasMoved(CURL* easy);
@@ -73,5 +80,6 @@ private:
     bool mStallsWhileConnecting = false;
     bool mAcknowledgesAtOnce = false;
     bool mReadsAhead = true;
+    bool mLingers = false;
     bool mIsQuick = true;
 };
