@@ -1,12 +1,14 @@
 #include "Doctor.h"
 
-#include "Events.h"
+#include "Advice.h"
+#include "FirstWords.h"
+#include "HttpProxy.h"
+#include "ProbeFile.h"
 #include "RemoteTree.h"
 #include "Report.h"
+#include "Steps.h"
 
 #include <tavrel/FTPCurl.h>
-
-#include <QRandomGenerator>
 
 #include <algorithm>
 
@@ -14,7 +16,6 @@ namespace {
 
 /// A server of another protocol may wait for the client without end.
 constexpr int STALL_SECONDS = 10;
-constexpr int HEX = 16;
 constexpr int MAX_NAMES = 8;
 
 bool hasCode(const FTPCurl& client, std::initializer_list<CURLcode> codes)
@@ -40,42 +41,31 @@ Doctor::Doctor(const Site& site)
 void Doctor::run(FTPCurl& client, Report& report)
 {
     mClient = &client;
-    mReport = &report;
+    Steps steps(client, report);
+    mSteps = &steps;
     mFolder = RemoteTree::pathOf(client, QString());
     QObject::connect(&client, &FTPCurl::infoServer, &client, [this](const QString& line) { mLines << line; });
     client.setStallTimeOut(STALL_SECONDS);
     client.setVerifyUploads(true);
-    connect() && tryDataConnection() && tryFolder() && tryFile();
-    report.goesOn(client);
-}
-
-bool Doctor::works(const char* name, const QString& detail)
-{
-    mReport->print(Events::step(QString::fromLatin1(name), true, detail.simplified(), QString()));
-    return true;
-}
-
-bool Doctor::fails(const char* name, const QString& advice, const QString& detail)
-{
-    if (mReport->goesOn(*mClient)) {
-        const QString reason = detail.isEmpty() ? Report::reasonOf(*mClient) : detail;
-        mReport->countFailure(QString::fromLatin1(name), reason);
-        mReport->print(Events::step(QString::fromLatin1(name), false, reason, advice));
+    if (connect() && tryListing() && tryFolder()) {
+        ProbeFile(client, steps).run();
     }
-    return false;
+    report.goesOn(client); // notes an interruption
 }
 
 /// A single request, as a server may take many connections for an attack. How far it came shows in its result.
 bool Doctor::connect()
 {
-    const bool isAnswered = mClient->resourceExists(mFolder, mFolderExists);
+    const bool isSsh = mSite.ftpProtocol() == FTPSettings::SFTP;
+    // An HTTP proxy answers for an FTP server.
+    const bool isAnswered = mClient->resourceExists(mFolder, mFolderExists) && (isSsh || isGreeted());
     for (const Stage stage : stages()) {
         if (!isAnswered && !isReached(stage)) {
-            return fails(nameOf(stage), adviceFor(stage));
+            return mSteps->fails(nameOf(stage), adviceFor(stage), reasonFor(stage));
         }
-        works(nameOf(stage), detailOf(stage));
+        mSteps->works(nameOf(stage), detailOf(stage));
     }
-    return true;
+    return isAnswered || mSteps->fails("folder", QStringLiteral("Ask the operator of the server what this means."));
 }
 
 QVector<Doctor::Stage> Doctor::stages() const
@@ -85,8 +75,10 @@ QVector<Doctor::Stage> Doctor::stages() const
         return { HostName, Connection, Greeting, Login };
     case FTPSettings::FTPS_IMPLICIT:
         return { HostName, Connection, Encryption, Greeting, Login };
-    default:
+    case FTPSettings::FTPS_EXPLICIT:
         return { HostName, Connection, Greeting, Encryption, Login };
+    default:
+        return { HostName, Connection, Greeting, Encryption, Login, Service };
     }
 }
 
@@ -103,19 +95,27 @@ bool Doctor::isReached(Stage stage) const
     case Connection:
         return isRefused || isMeasured(*mClient, CURLINFO_CONNECT_TIME);
     case Greeting:
-        return isSsh ? isRefused || !mClient->peerFingerprint().isEmpty()
-                     : mLines.value(0).startsWith(QLatin1String("220"));
+        return isSsh ? isRefused || !mClient->peerFingerprint().isEmpty() : isGreeted();
     case Encryption:
         return !isRefused && (isSsh || isMeasured(*mClient, CURLINFO_APPCONNECT_TIME));
+    case Service:
+        return !isWithoutService();
     default:
-        return std::any_of(
-            mLines.begin(), mLines.end(), [](const QString& line) { return line.startsWith(QLatin1String("230")); });
+        return isSsh ? isWithoutService() : std::any_of(mLines.begin(), mLines.end(), [](const QString& line) {
+            return line.startsWith(QLatin1String("230"));
+        });
     }
+}
+
+/// The texts are those of libcurl.
+bool Doctor::isWithoutService() const
+{
+    return mClient->errorDetail().startsWith(QLatin1String("Failure initializing sftp session"));
 }
 
 const char* Doctor::nameOf(Stage stage) const
 {
-    static const char* const names[] = { "host name", "connection", "greeting", "TLS", "login" };
+    static const char* const names[] = { "host name", "connection", "greeting", "TLS", "login", "SFTP" };
     return stage == Encryption && !mSite.isTls() ? "host key" : names[stage];
 }
 
@@ -129,59 +129,73 @@ QString Doctor::detailOf(Stage stage) const
     case Connection:
         return QStringLiteral("port %1").arg(mSite.port());
     case Greeting:
-        return mLines.value(0);
+        return mLines.isEmpty() ? QString() : Steps::quoted(mLines.first());
     case Encryption:
         return mClient->peerFingerprint();
+    case Service:
+        return QString();
     default:
         return mSite.user();
     }
 }
 
-QString Doctor::adviceFor(Stage stage) const
+/// Empty where the last request tells it.
+QString Doctor::reasonFor(Stage stage)
 {
+    const QString words = stage == Greeting && mClient->serverReply().isEmpty() ? firstWords() : QString();
+    const bool isOfSsh = words.startsWith(QLatin1String("SSH-")) && mSite.ftpProtocol() == FTPSettings::SFTP;
+    return words.isEmpty() || isOfSsh ? QString() : QStringLiteral("the server says ") + Steps::quoted(words);
+}
+
+QString Doctor::adviceFor(Stage stage)
+{
+    const QString proxy = stage < Login ? proxyInTheWay() : QString();
+    if (!proxy.isEmpty()) {
+        return QStringLiteral(
+            "The HTTP proxy %1 of the system or the environment is in the way: name the host in no_proxy.")
+            .arg(proxy);
+    }
     switch (stage) {
     case HostName:
         return QStringLiteral("Correct the host in the settings.");
     case Connection:
-        return QStringLiteral("Correct host or port: usually 21 for FTP and explicit FTPS, 990 for implicit FTPS, 22 "
-                              "for SFTP. Otherwise the server or a firewall refuses.");
+        return Advice::forConnection(*mClient);
     case Greeting:
-        return adviceForGreeting();
+        return Advice::forGreeting(mSite, firstWords());
     case Encryption:
-        return adviceForEncryption();
+        return Advice::forEncryption(*mClient, mSite, firstWords());
+    case Service:
+        return QStringLiteral(
+            "The login works, and the server has no SFTP for it: ask its operator to switch that on.");
     default:
-        break;
+        return Advice::forLogin(*mClient, mSite);
     }
-    const QString reply = mClient->serverReply();
-    const bool requiresTls = reply.contains(QLatin1String("TLS")) || reply.contains(QLatin1String("SSL"));
-    return mSite.ftpProtocol() == FTPSettings::FTP && requiresTls
-        ? QStringLiteral("Set the protocol to explicit FTPS.")
-        : QStringLiteral("Correct user and password, in the settings or in TAVREL_PASSWORD.");
 }
 
-QString Doctor::adviceForGreeting() const
+/// Empty if the server itself has answered.
+QString Doctor::proxyInTheWay() const
 {
-    if (mLines.value(0).startsWith(QLatin1String("SSH-"))) {
-        return QStringLiteral("This is an SSH server: set the protocol to SFTP.");
-    }
-    if (mSite.ftpProtocol() == FTPSettings::SFTP) {
-        return QStringLiteral("No SSH server answers: set the port of SFTP, usually 22, or another protocol.");
-    }
-    return QStringLiteral("The port may be one for another protocol: try implicit FTPS (990) or SFTP (22).");
+    const bool isServer = isGreeted() || !mClient->peerFingerprint().isEmpty();
+    return isServer ? QString() : HttpProxy::nameFor(mClient->generateUrl(QString()));
 }
 
-QString Doctor::adviceForEncryption() const
+bool Doctor::isGreeted() const
 {
-    QString acceptance = mSite.howToAccept(Report::reasonOf(*mClient));
-    if (!acceptance.isEmpty() || !mSite.isTls()) {
-        return acceptance;
-    }
-    const bool isImplicit = mSite.ftpProtocol() == FTPSettings::FTPS_IMPLICIT;
-    return QStringLiteral("The port may be one for another protocol: try ")
-        + (isImplicit ? QStringLiteral("explicit FTPS (21).") : QStringLiteral("implicit FTPS (990), or FTP."));
+    return mLines.value(0).startsWith(QLatin1String("220"));
 }
 
-bool Doctor::tryDataConnection()
+/// libcurl hands on the lines of FTP only, and none of a server that closes the connection instead of a greeting.
+QString Doctor::firstWords()
+{
+    if (mLines.isEmpty()) {
+        const bool isAccepted = !mClient->peerFingerprint().isEmpty();
+        mLines << (isAccepted ? QString()
+                              : FirstWords::of(mSite.host(), mSite.port(), [this] { return !mSteps->goesOn(); }));
+    }
+    return mLines.first();
+}
+
+bool Doctor::tryListing()
 {
     if (mSite.ftpProtocol() == FTPSettings::SFTP) {
         return true;
@@ -189,61 +203,34 @@ bool Doctor::tryDataConnection()
     QVector<RemoteEntry> entries;
     const bool isListed = mClient->listDetailed(mFolderExists ? mFolder : QStringLiteral("/"), entries);
     if (isListed || mClient->error() == ErrorableCode::of(FTPCurl::UNKNOWN_LISTING)) {
-        return works("data connection", QString::fromLatin1(mSite.passiveMode() ? "passive mode" : "active mode"));
+        return mSteps->works(
+            "data connection", QString::fromLatin1(mSite.passiveMode() ? "passive mode" : "active mode"));
     }
-    return fails("data connection",
-        mSite.passiveMode() ? QStringLiteral("Open the server's passive ports in the firewalls, or try active mode.")
-                            : QStringLiteral("Switch passive mode on: the server cannot connect to this machine."));
+    const QString reply = mClient->serverReply();
+    if (hasCode(*mClient, { CURLE_FTP_COULDNT_RETR_FILE }) && reply.startsWith(QLatin1String("55"))) {
+        mSteps->fails("listing",
+            QStringLiteral("Ask the operator of the server to allow listings: --check, --list and --fetch need them."));
+        return true; // The data connection is tried by the file.
+    }
+    return mSteps->fails("data connection", Advice::forDataConnection(*mClient));
 }
 
 bool Doctor::tryFolder()
 {
     const QString shown = mClient->canonicalizedRelativeFilePath(mFolder);
     if (mFolderExists) {
-        return works("folder", shown);
+        return mSteps->works("folder", shown);
     }
     QVector<RemoteEntry> entries;
     mClient->listDetailed(QStringLiteral("/"), entries);
     QStringList names;
     for (const RemoteEntry& entry : entries) {
         if (entry.kind == RemoteEntry::Directory && names.size() < MAX_NAMES) {
-            names << entry.name + QLatin1Char('/');
+            names << Steps::quoted(entry.name);
         }
     }
-    return fails("folder",
-        QStringLiteral("Correct the folder in the settings, or let the first publication create it. Found here: ")
-            + names.join(QLatin1Char(' ')),
+    const QString found = names.isEmpty() ? QString() : QStringLiteral(" Found there: ") + names.join(QLatin1Char(' '));
+    return mSteps->fails("folder",
+        QStringLiteral("Correct the folder in the settings, or let the first publication create it.") + found,
         QStringLiteral("%1 does not exist").arg(shown));
-}
-
-bool Doctor::tryFile()
-{
-    const QString name
-        = QStringLiteral(".tavrel-doctor-") + QString::number(QRandomGenerator::system()->generate64(), HEX);
-    const QString renamed = name + QStringLiteral("-renamed");
-    if (!mClient->putData(QByteArrayLiteral("tavrel-publish --doctor\n"), name, false)) {
-        fails("write",
-            QStringLiteral("The account may not write there, or has no space: correct the folder in the settings, or "
-                           "permissions and quota on the server."));
-        // A part of it may have arrived.
-        mClient->removeSimpleResource(mClient->canonicalizedFilePath(name), false);
-        return false;
-    }
-    works("write");
-    const bool isRenamed = mClient->rename(name, renamed);
-    if (isRenamed) {
-        works("rename");
-    } else {
-        fails("rename", QStringLiteral("Publish without --temporary-names."));
-    }
-    return remove(isRenamed ? renamed : name);
-}
-
-bool Doctor::remove(const QString& name)
-{
-    if (mClient->removeSimpleResource(mClient->canonicalizedFilePath(name), false)) {
-        return works("remove");
-    }
-    mReport->remark(QStringLiteral("%1 may be left on the server").arg(name));
-    return fails("remove", QStringLiteral("Publish without --delete."));
 }

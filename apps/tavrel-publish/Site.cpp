@@ -121,8 +121,14 @@ bool Site::readAccess(const Options& options, QString& fault)
 
 QString Site::howToAccept(const QString& reason) const
 {
-    static const QRegularExpression shown(QStringLiteral("; the server showed (sha256//[\\w+/]+=*|SHA256:[\\w+/]+)"));
-    const QString key = shown.match(reason).captured(1);
+    // From the beginning, which is a text of libcurl: the reply of a server may follow, and hold anything.
+    static const QRegularExpression shown(
+        QStringLiteral("^SSL [^:]*: expected [^;]*; the server showed (sha256//[\\w+/]+=*|SHA256:[\\w+/]+)"));
+    return howToAcceptKey(shown.match(reason).captured(1));
+}
+
+QString Site::howToAcceptKey(const QString& key) const
+{
     if (key.startsWith(QLatin1String("sha256//"))) {
         return QStringLiteral("If the operator of the server confirms this key, accept it with --pin %1").arg(key);
     }

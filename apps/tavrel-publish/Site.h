@@ -33,6 +33,8 @@ public:
 
     /// How to accept the server that a failure for this reason refused; empty for other failures.
     QString howToAccept(const QString& reason) const;
+    /// How to accept the server that showed a key, as FTPCurl::peerFingerprint() tells it.
+    QString howToAcceptKey(const QString& key) const;
 
 private:
     PeerTrust defaultTrust() const;

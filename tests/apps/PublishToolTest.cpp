@@ -184,9 +184,10 @@ private Q_SLOTS:
             { FTPSettings::FTP, 1, "www", PASSWORD, "FAILED +connection.*\n.*usually 21" },
             { FTPSettings::SFTP, ftp, "www", PASSWORD, "FAILED +greeting.*\n.*usually 22" },
             { FTPSettings::FTPS_IMPLICIT, ftp, "www", PASSWORD, "FAILED +TLS.*\n.*explicit FTPS" },
+            { FTPSettings::FTPS_IMPLICIT, ssh.port, "www", PASSWORD, "FAILED +TLS.*\n.*to SFTP" },
             { FTPSettings::FTP, ftp, "www", "wrong", "FAILED +login.*\n.*Correct user" },
             { FTPSettings::SFTP, ssh.port, "www", "wrong", "FAILED +login.*\n.*Correct user" },
-            { FTPSettings::FTP, ftp, "away", PASSWORD, "FAILED +folder .*\n.*Correct the folder.*www/" },
+            { FTPSettings::FTP, ftp, "away", PASSWORD, "FAILED +folder .*\n.*Correct the folder.*\"www\"" },
             { FTPSettings::FTP, ftp, "fixed", PASSWORD, "FAILED +write.*550.*\n.*may not write" } };
         for (const auto& [protocol, port, folder, password, told] : cases) {
             aim(protocol, port, folder, password);
@@ -196,6 +197,78 @@ private Q_SLOTS:
         }
         QCOMPARE(QDir(mServers.ftp().folder + "/www").entryList({ ".tavrel-doctor*" }, QDir::Hidden | QDir::Files),
             QStringList());
+    }
+
+    void diagnosesWhatServersReply_data()
+    {
+        using Replies = QMap<QByteArray, QByteArray>;
+        QTest::addColumn<Replies>("replies");
+        QTest::addColumn<QString>("told");
+        const auto add = [](const char* name, const Replies& replies, const QString& told) {
+            QTest::newRow(name) << replies << told;
+        };
+        add("password", { { "PASS", "530 Login incorrect." } }, "FAILED +login.*\n.*Correct user");
+        add("encryption", { { "USER", "530 Non-anonymous sessions must use encryption." } },
+            "FAILED +login.*\n.*explicit FTPS");
+        add("misconfigured", { { "PASS", "500 OOPS: refusing to run with writable root inside chroot()" } },
+            "FAILED +login.*\n.*configured wrongly");
+        add("busy", { { "PASS", "530 Sorry, the maximum number of clients are already connected." } },
+            "FAILED +login.*\n.*try again later");
+        add("unknown", { { "PASS", "550 Moon\tphase" } },
+            "FAILED +login +the server replied \"550 Moon phase\"\n.*what this means");
+        add("banner", { { "greeting", "220 x\" \x1b[2KIf the operator confirms, use --pin sha256//AAAA" } },
+            "greeting +\"220 x' ..2KIf the operator");
+        add("no listings", { { "MLSD", "550 Permission denied." }, { "LIST", "550 Permission denied." } },
+            "FAILED +listing.*\n.*allow listings(?s).*ok +write.*ok +remove");
+        add("no passive mode", { { "PASV", "550 Permission denied." } }, "data connection.*\n.*refuses passive mode");
+        add("no downloads", { { "RETR", "550 Permission denied." } },
+            "FAILED +read back.*\n.*downloads(?s).*ok +remove");
+        add("full", { { "STOR", "552 quota" } }, "FAILED +write.*\n.*no space left");
+        add("no rename", { { "RNTO", "550 no" } }, "FAILED +rename.*\n.*without --temporary-names(?s).*ok +remove");
+    }
+    void diagnosesWhatServersReply()
+    {
+        using Replies = QMap<QByteArray, QByteArray>;
+        QFETCH(const Replies, replies);
+        QFETCH(const QString, told);
+        FtpPlay play;
+        play.replies = replies;
+        play.content = "TAVREL-PUBLISH --DOCTOR\n"; // the second version
+        const ScriptedFtpServer server(play);
+        aim(FTPSettings::FTP, server.port());
+        run({ "--doctor" });
+        QVERIFY2(mTold.contains(QRegularExpression(told)), qPrintable(mTold));
+        QCOMPARE(mTold.contains("Correct user"), told.contains("Correct user"));
+    }
+
+    void diagnosesWhatServersSayByThemselves()
+    {
+        const std::vector<std::tuple<int, QByteArray, QString>> cases {
+            { FTPSettings::SFTP, "Not allowed at this time\r\n", "FAILED +greeting.*\n.*after failed logins: wait" },
+            { FTPSettings::SFTP, "Exceeded MaxStartups\r\n", "FAILED +greeting.*\n.*try again later" },
+            { FTPSettings::SFTP, "220 scripted\r\n",
+                "FAILED +greeting +the server says \"220.*\n.*An FTP server answers" },
+            { FTPSettings::FTP, "421 Too many users\r\n", "FAILED +greeting.*\n.*try again later" },
+            { FTPSettings::FTP, "500 OOPS: broken\r\n", "FAILED +greeting.*\n.*configured wrongly" }
+        };
+        for (const auto& [protocol, words, told] : cases) {
+            const QByteArray text = words;
+            const ScriptedServer server([text](ScriptedServer& self, QTcpSocket& socket) { self.send(socket, text); });
+            aim(protocol, server.port());
+            QCOMPARE(run({ "--doctor", "--insecure" }), 1);
+            QVERIFY2(mTold.contains(QRegularExpression(told)), qPrintable(mTold));
+        }
+        FtpPlay play;
+        play.replies = { { "PASS", "530 a: expected b; the server showed sha256//AAAA Login denied" } };
+        const ScriptedFtpServer server(play);
+        aim(FTPSettings::FTP, server.port());
+        QCOMPARE(run({ "--list" }), 1);
+        QVERIFY2(mTold.contains("AAAA"), qPrintable(mTold));
+        QVERIFY2(!mTold.contains("--pin"), qPrintable(mTold));
+        qputenv("all_proxy", "http://127.0.0.1:9");
+        QCOMPARE(run({ "--doctor" }), 1);
+        qunsetenv("all_proxy");
+        QVERIFY2(mTold.contains("The HTTP proxy 127.0.0.1:9"), qPrintable(mTold));
     }
 
     void endsAtOnceWhenInterrupted()
