@@ -32,7 +32,7 @@ void TransferQueue::countFiles(int filesOfCheck)
         folder.isListed = folder.unsettled >= filesOfCheck;
         mOpen += folder.unsettled;
         const int parent = mPlan.folders[i].parent;
-        const bool isWanted = folder.filesToSend > 0 || !mPlan.folders[i].isPresumed;
+        const bool isWanted = folder.filesToSend > 0 || !folder.children.empty() || !mPlan.folders[i].isPresumed;
         if (parent >= 0 && isWanted) {
             mFolders[parent].filesToSend += folder.filesToSend;
             mFolders[parent].children.push_back(static_cast<int>(i));

@@ -119,7 +119,9 @@ private Q_SLOTS:
         QCOMPARE(summary(publish()), QString("43 sent, 0 unchanged, 0 removed, failed: , 0 not tried"));
         QCOMPARE(site(), read(local()));
         QVERIFY(QDir(remote("/empty")).exists());
+        QVERIFY(QDir().mkpath(local("/d0/empty")));
         QCOMPARE(summary(publish()), QString("0 sent, 43 unchanged, 0 removed, failed: , 0 not tried"));
+        QVERIFY(QDir(remote("/d0/empty")).exists());
         write(local("/index.html"), "hallo");
         write(local("/a/b/c/large.bin"), "small");
         QVERIFY(QDir(remote("/a/b")).removeRecursively());
