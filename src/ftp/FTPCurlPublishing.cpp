@@ -146,13 +146,18 @@ int FTPCurl::Private::replace(const RemotePath& target, const RemotePath& part)
     }
     // The server does not replace a file by a rename. In one request, so that the name is missing for a moment only.
     code = requestCommands(VFSCurlData::Command, texts.rename(commandPath(target), commandPath(old)) + rename);
+    QStringList putBack = texts.rename(commandPath(old), commandPath(target));
     if (code == CURLE_OK) {
-        requestCommands(VFSCurlData::Removal, { texts.remove(commandPath(old), false) });
-    } else {
-        const RequestReason reason = session.reason();
-        requestCommands(VFSCurlData::Command, texts.rename(commandPath(old), commandPath(target)));
-        session.setReason(reason);
+        if (requestCommands(VFSCurlData::Removal, { texts.remove(commandPath(old), false) }) != CURLE_QUOTE_ERROR) {
+            return code;
+        }
+        // It is a directory, for example.
+        code = CURLE_QUOTE_ERROR;
+        putBack = texts.rename(commandPath(target), commandPath(part)) + putBack;
     }
+    const RequestReason reason = session.reason();
+    requestCommands(VFSCurlData::Command, putBack);
+    session.setReason(reason);
     return code;
 }
 

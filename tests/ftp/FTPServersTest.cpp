@@ -326,6 +326,8 @@ private Q_SLOTS:
             QVERIFY(!mFtp->putDataFromIoDevice(&broken, "memory", "whole/c"));
             QCOMPARE(mFtp->error(), ErrorableCode::of(CURLE_READ_ERROR));
         }
+        QVERIFY(!mFtp->putFile(local, "whole", false));
+        QCOMPARE(QDir(mDisk).entryList({ "whole*" }), QStringList("whole"));
         QCOMPARE(onDisk("whole/c"), QByteArray("new"));
         QCOMPARE(QDir(mDisk + "whole").entryList(QDir::Files), QStringList("c"));
     }
