@@ -18,6 +18,9 @@ constexpr long FTP_UPLOAD_BUFFER_BYTES = 120L * 1024;
 constexpr long SFTP_UPLOAD_BUFFER_BYTES = 2L * 1024 * 1024;
 constexpr long NO_TIME_OUT_SECONDS = 2147483; // the most that libcurl takes, 24 days
 
+/// The login and the commands before a transfer have so many times the stall time-out, as each may take that.
+constexpr long STALLS_UNTIL_CONNECTED = 3;
+
 constexpr int NO_SESSION = -1;
 
 void setText(CURL* easy, CURLoption option, const QString& text)
@@ -338,6 +341,10 @@ void FTPSession::setStallTimeOut(int seconds)
     mLoop->setStallTimeOut(std::chrono::seconds(seconds));
     // For the waits within calls of libcurl, which the loop does not see.
     curl_easy_setopt(mHandle, CURLOPT_SERVER_RESPONSE_TIMEOUT, static_cast<long>(seconds));
+    if (isOverTls(mProtocol)) {
+        // The TLS handshake of a data connection. libcurl counts from the beginning of the request.
+        curl_easy_setopt(mHandle, CURLOPT_CONNECTTIMEOUT, static_cast<long>(seconds) * STALLS_UNTIL_CONNECTED);
+    }
     if (mProtocol == FTPSettings::SFTP) {
         curl_easy_setopt(mHandle, CURLOPT_LOW_SPEED_LIMIT, seconds > 0 ? 1L : 0L);
         curl_easy_setopt(mHandle, CURLOPT_LOW_SPEED_TIME, static_cast<long>(seconds));
