@@ -114,7 +114,7 @@ QString Advice::forEncryption(const FTPCurl& client, const Site& site, const QSt
 QString Advice::forLogin(const FTPCurl& client, const Site& site)
 {
     const QString reply = client.serverReply();
-    const QString busy = forServerThatIsBusy(reply);
+    QString busy = forServerThatIsBusy(reply);
     if (!busy.isEmpty()) {
         return busy;
     }
