@@ -7,6 +7,24 @@
 #include <filesystem>
 #include <utility>
 
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Gives a file the permissions of the one that it is to replace, if there is one.
+std::error_code keepPermissions(const fs::path& from, const fs::path& to)
+{
+    std::error_code error;
+    const fs::file_status replaced = fs::symlink_status(to, error);
+    error.clear(); // Nothing to replace is no failure.
+    if (fs::is_regular_file(replaced)) {
+        fs::permissions(from, replaced.permissions() & fs::perms::all, error);
+    }
+    return error;
+}
+
+} // namespace
+
 FetchFolder::FetchFolder(QString path)
     : mPath(std::move(path))
 {
@@ -54,10 +72,12 @@ bool FetchFolder::beginFile()
 
 bool FetchFolder::finishFile(const QString& relative)
 {
-    const auto from = std::filesystem::u8path(mPart.toStdString());
-    const auto to = std::filesystem::u8path((mPath + relative).toStdString());
-    std::error_code error;
-    // Not QFile::rename(), which replaces no file. A link is replaced, not followed.
-    std::filesystem::rename(from, to, error);
+    const auto from = fs::u8path(mPart.toStdString());
+    const auto to = fs::u8path((mPath + relative).toStdString());
+    std::error_code error = keepPermissions(from, to);
+    if (!error) {
+        // Not QFile::rename(), which replaces no file. A link is replaced, not followed.
+        fs::rename(from, to, error);
+    }
     return !error || fail(QString::fromLocal8Bit(error.message().c_str()));
 }

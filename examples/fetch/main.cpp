@@ -55,6 +55,9 @@ bool readNumber(const QCommandLineParser& parser, const QString& name, qint64 la
 bool replaceFile(const QString& from, const QString& to)
 {
     namespace fs = std::filesystem;
+    if (QFileInfo(to).isFile() && !QFile::setPermissions(from, QFile::permissions(to))) {
+        return false;
+    }
     std::error_code error;
     fs::rename(fs::u8path(from.toStdString()), fs::u8path(to.toStdString()), error);
     return !error;

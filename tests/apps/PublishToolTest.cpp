@@ -304,6 +304,9 @@ private Q_SLOTS:
         QDir().mkpath(path("deep/back"));
         QVERIFY(QFile::link(path("elsewhere"), path("deep/back/linked")));
         QVERIFY(QFile::link(path("precious"), path("deep/back/replaced")));
+        write("deep/back/good");
+        const QFile::Permissions mode(0x6640);
+        QVERIFY(QFile::setPermissions(path("deep/back/good"), mode));
         const QByteArray outside = QFile::encodeName(path("absolute"));
         FtpPlay play;
         play.content = "HOSTILE";
@@ -324,6 +327,7 @@ private Q_SLOTS:
             QCOMPARE(content(QString("deep/back/") + name), QByteArray("HOSTILE"));
         }
         QVERIFY(!QFileInfo(path("deep/back/replaced")).isSymLink());
+        QCOMPARE(QFile::permissions(path("deep/back/good")), mode);
     }
 
     void aFetchThatFailsKeepsTheOldFile()
