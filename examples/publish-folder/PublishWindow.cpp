@@ -37,6 +37,7 @@ PublishWindow::PublishWindow(const FTPSettingsSerializable& settings)
     mFiles->setColumnWidth(0, PATH_WIDTH);
     mFiles->setRootIsDecorated(false);
     mBar->setMaximum(PER_MILLE);
+    mStatus->setTextFormat(Qt::PlainText); // The server has a say in it.
     mStop->setEnabled(false);
     resize(WIDTH, HEIGHT);
     setWindowTitle(QStringLiteral("Publish a folder"));

@@ -5,8 +5,8 @@ declare(strict_types=1);
  * The other side of SecuredHTTPCurl: answers the handshake, decrypts requests, encrypts replies.
  *
  * The application is a function. It is called with the request, decoded from JSON, and the attached file or null, and
- * returns what to reply: an array, which becomes JSON, or a pair of an array and binary data. What it throws is
- * reported to the client with its message.
+ * returns what to reply: an array, which becomes JSON, or a pair of an array and binary data. The client reads the
+ * message of a Refusal that it throws; anything else that is thrown is logged.
  */
 final class SecuredService
 {
@@ -33,8 +33,11 @@ final class SecuredService
         session_start();
         try {
             $this->answerForm();
+        } catch (Refusal $refusal) {
+            $this->replyInPlaintext(false, ['error_message' => $refusal->getMessage()]);
         } catch (Throwable $failure) {
-            $this->replyInPlaintext(false, ['error_message' => $failure->getMessage()]);
+            error_log((string) $failure);
+            $this->replyInPlaintext(false, ['error_message' => 'the service failed; see its log']);
         }
     }
 
@@ -126,14 +129,14 @@ final class SecuredService
         }
         $file = $_FILES['sendfile'];
         if ($file['error'] !== UPLOAD_ERR_OK) {
-            throw new RuntimeException("the file did not arrive (upload_max_filesize; PHP's code {$file['error']})");
+            throw new Refusal('the file did not arrive; see upload_max_filesize');
         }
         $content = file_get_contents($file['tmp_name']);
         if ($key !== null) {
             $content = self::open($content, $key);
         }
         if ($content === null) {
-            throw new RuntimeException('the file could not be decrypted');
+            throw new Refusal('the file could not be decrypted');
         }
         return ['name' => $file['name'], 'content' => $content];
     }

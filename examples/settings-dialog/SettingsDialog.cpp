@@ -27,9 +27,17 @@ QFormLayout* addGroup(QVBoxLayout* layout, const QString& title)
     return form;
 }
 
-QLabel* makeComplaint()
+/// A settings file may come from anybody: its texts are not HTML.
+QLabel* makeLabel()
 {
     auto* label = new QLabel;
+    label->setTextFormat(Qt::PlainText);
+    return label;
+}
+
+QLabel* makeComplaint()
+{
+    auto* label = makeLabel();
     label->setStyleSheet(QString::fromLatin1(COMPLAINT_STYLE));
     label->hide();
     return label;
@@ -39,8 +47,8 @@ QLabel* makeComplaint()
 
 SettingsDialog::SettingsDialog(QWidget* parent)
     : QDialog(parent)
-    , mLabel(new QLabel)
-    , mAddress(new QLabel)
+    , mLabel(makeLabel())
+    , mAddress(makeLabel())
     , mStatus(makeComplaint())
     , mProtocol(new QComboBox)
     , mPassive(new QCheckBox(tr("Passive mode")))

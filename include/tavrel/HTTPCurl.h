@@ -71,10 +71,11 @@ public:
     /// FileDownloader puts a file in place only when it is complete.
     bool getFile(const QString& url, const QString& path);
     /// Fetches url into a file, and continues there when the file is what an earlier call left of the same URL. The
-    /// record "<path>.info" tells: it holds a hash of the URL and the ETag or Last-Modified of the file, and is removed
-    /// on success. If the server's file has changed, or the server sends no strong validator or no ranges, the download
-    /// starts anew. Progress and the download limit count the whole file. Neither file is opened if it is a link or
-    /// belongs to another user: the request fails with GET_CANT_WRITE_DEVICE, or the download cannot be continued.
+    /// record "<path>.info" tells: it holds a hash of the URL without user and password, and the ETag or Last-Modified
+    /// of the file, and is removed on success. If the server's file has changed, or the server sends no strong
+    /// validator or no ranges, the download starts anew. Progress and the download limit count the whole file. Neither
+    /// file is opened if it is a link or belongs to another user: the request fails with GET_CANT_WRITE_DEVICE, or the
+    /// download cannot be continued.
     bool resumeFile(const QString& url, const QString& path);
     /// Fetches url into a device that is not open yet; it is opened write-only and closed again. A QSaveFile
     /// is left open, for its owner to commit or cancel.

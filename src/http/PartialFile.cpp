@@ -6,6 +6,7 @@
 #include <QCryptographicHash>
 #include <QDateTime>
 #include <QLocale>
+#include <QRegularExpression>
 
 #include <algorithm>
 
@@ -28,6 +29,14 @@ QList<QByteArray> readRecord(const QString& path)
     return lines.size() == 3 && lines.at(0) == RECORD_TITLE ? lines : QList<QByteArray>();
 }
 
+/// Without the user part, which may hold a password: passwords are guessed from their hash.
+QByteArray hashOf(QString url)
+{
+    static const QRegularExpression user(QStringLiteral("^([^:/?#]*:/{1,3})?[^/?#]*@"));
+    url.replace(user, QStringLiteral("\\1"));
+    return QCryptographicHash::hash(url.toUtf8(), QCryptographicHash::Sha256).toHex();
+}
+
 QDateTime toTime(const QByteArray& httpDate)
 {
     return QLocale::c().toDateTime(QString::fromLatin1(httpDate), QStringLiteral("ddd, dd MMM yyyy hh:mm:ss 'GMT'"));
@@ -43,7 +52,7 @@ bool isText(const QByteArray& value)
 PartialFile::PartialFile(const QString& path, const QString& url)
     : QFile(path)
     , mPath(path)
-    , mUrlHash(QCryptographicHash::hash(url.toUtf8(), QCryptographicHash::Sha256).toHex())
+    , mUrlHash(hashOf(url))
 {
     const QList<QByteArray> record = readRecord(recordPath(path));
     if (!record.isEmpty() && record.at(1) == mUrlHash && size() > 0) {

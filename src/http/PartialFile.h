@@ -7,8 +7,8 @@
 /**
  * The file of a download that a later request may continue.
  *
- * The record beside it, "<path>.info", says which version of which URL the bytes belong to: a hash of the URL, as that
- * may hold a password, and the ETag or Last-Modified of the response. Without a record that fits, a download starts
+ * The record beside it, "<path>.info", says which version of which URL the bytes belong to: a hash of the URL without
+ * its user part, and the ETag or Last-Modified of the response. Without a record that fits, a download starts
  * anew. Neither file is opened if it is a link or belongs to another user.
  */
 class PartialFile : public QFile

@@ -235,6 +235,9 @@ private Q_SLOTS:
         client.setCryptedMode(false);
         QVERIFY(client.postForm(servers.php(), {}));
         QVERIFY(client.response().contains("could not be decrypted"));
+        QVERIFY(FileUtils::writeFileContent(servers.file("service.pem"), "no key"));
+        QVERIFY(client.postForm(servers.php(), { { "handshake", "get_pubkey" } }));
+        QVERIFY2(!client.response().contains("service.pem"), client.response());
     }
 
 private:
