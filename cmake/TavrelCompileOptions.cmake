@@ -14,6 +14,8 @@ if(WIN32)
     target_compile_definitions(tavrel_compile_options INTERFACE NOMINMAX WIN32_LEAN_AND_MEAN)
 else()
     set(TAVREL_SYSTEM posix)
+    # For files of 2 GiB and more on systems with 32 bits.
+    target_compile_definitions(tavrel_compile_options INTERFACE _FILE_OFFSET_BITS=64)
 endif()
 
 if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")

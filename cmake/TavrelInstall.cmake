@@ -71,7 +71,7 @@ install(FILES ${public_headers} "${PROJECT_BINARY_DIR}/exports/tavrel/tavrel_exp
 foreach(layer IN LISTS TAVREL_EXPORTED_PLATFORM)
     get_property(headers TARGET tavrel PROPERTY TAVREL_HEADERS_${layer})
     # For the library's own layers only.
-    list(REMOVE_ITEM headers FutureResult.h SystemFiles.h raiseError.h TlsPeer.h TlsResumption.h)
+    list(REMOVE_ITEM headers FutureResult.h SystemFiles.h SystemMemory.h Utc.h raiseError.h TlsPeer.h TlsResumption.h)
     list(TRANSFORM headers PREPEND "${PROJECT_SOURCE_DIR}/platform/${layer}/")
     install(FILES ${headers} "${PROJECT_BINARY_DIR}/exports/${layer}/${layer}_export.h"
         DESTINATION ${TAVREL_PLATFORM_INCLUDEDIR}/${layer})

@@ -30,7 +30,7 @@ QString lineOf(const QJsonObject& event)
     QString line;
     for (const QChar character : QString::fromUtf8(QJsonDocument(event).toJson(QJsonDocument::Compact))) {
         const bool isObeyed = character.category() == QChar::Other_Control;
-        line += isObeyed ? QStringLiteral("\\u%1").arg(character.unicode(), 4, 16, QLatin1Char('0'))
+        line += isObeyed ? QStringLiteral("\\u%1").arg(uint { character.unicode() }, 4, 16, QLatin1Char('0'))
                          : QString(character);
     }
     return line;

@@ -1,5 +1,10 @@
 #pragma once
 
+#ifdef __clang__
+// Its warning about the destructor of VirtualFile would appear wherever a list of them is used.
+#pragma clang system_header
+#endif
+
 #include <tavrel/tavrel_export.h>
 
 #include <QDateTime>

@@ -5,6 +5,8 @@
 
 #include <tavrel/ftpparser.h>
 
+#include <foundation/Utc.h>
+
 #include <algorithm>
 #include <cstring>
 
@@ -69,7 +71,7 @@ void setTime(RemoteEntry& entry, const ftpparser_entry& parsed)
         return;
     }
     if (qBound(qint64 { 0 }, qint64 { parsed.mtime }, MAX_SECONDS) == parsed.mtime) {
-        entry.modified = QDateTime::fromSecsSinceEpoch(parsed.mtime, Qt::UTC);
+        entry.modified = QDateTime::fromSecsSinceEpoch(parsed.mtime, UTC);
     } else {
         entry.timePrecision = RemoteEntry::UnknownTime; // the parser does not check digits
     }
@@ -105,7 +107,7 @@ QDateTime timeOf(const QString& digits)
 {
     const QDate date = QDate::fromString(digits.left(DATE_DIGITS), QStringLiteral("yyyyMMdd"));
     const QTime time = QTime::fromString(digits.mid(DATE_DIGITS, TIME_DIGITS), QStringLiteral("hhmmss"));
-    return time.isValid() ? QDateTime(date, time, Qt::UTC) : QDateTime();
+    return time.isValid() ? QDateTime(date, time, UTC) : QDateTime();
 }
 
 void readFact(RemoteEntry& entry, const QByteArray& name, const QByteArray& value)

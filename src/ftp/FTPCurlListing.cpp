@@ -2,6 +2,8 @@
 #include "FTPCurlPrivate.h"
 #include "ListingReader.h"
 
+#include <foundation/Utc.h>
+
 #include <QBuffer>
 #include <QDateTime>
 
@@ -11,7 +13,7 @@ namespace {
 VirtualFile toVirtualFile(const ListingEntry& entry, const QDateTime& readAt)
 {
     const QString unknown = QStringLiteral("unknown");
-    const QDateTime modified = QDateTime::fromSecsSinceEpoch(entry.modified, Qt::UTC);
+    const QDateTime modified = QDateTime::fromSecsSinceEpoch(entry.modified, UTC);
     return VirtualFile(entry.path, 0, unknown, unknown, entry.size, modified, readAt, entry.isDir, entry.isFile,
         entry.isLink, false, false, false);
 }

@@ -1,6 +1,7 @@
 #include "ErrorSource.h"
 #include "FTPCurlPrivate.h"
 
+#include <foundation/Utc.h>
 #include <foundation/raiseError.h>
 
 #include <QDateTime>
@@ -185,8 +186,7 @@ bool FTPCurl::Private::setLocalTime(QFileDevice& file)
 {
     curl_off_t time = -1;
     curl_easy_getinfo(session.handle(), CURLINFO_FILETIME_T, &time);
-    return (time >= 0
-               && file.setFileTime(QDateTime::fromSecsSinceEpoch(time, Qt::UTC), QFileDevice::FileModificationTime))
+    return (time >= 0 && file.setFileTime(QDateTime::fromSecsSinceEpoch(time, UTC), QFileDevice::FileModificationTime))
         || failToKeepTime(file.fileName());
 }
 

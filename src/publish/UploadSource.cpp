@@ -1,5 +1,7 @@
 #include "UploadSource.h"
 
+#include <foundation/Utc.h>
+
 #include <cstring>
 #include <utility>
 
@@ -68,7 +70,7 @@ Digest UploadSource::digest() const
 
 QDateTime UploadSource::modified() const
 {
-    return QDateTime::fromSecsSinceEpoch(mStamp.seconds, Qt::UTC);
+    return QDateTime::fromSecsSinceEpoch(mStamp.seconds, UTC);
 }
 
 qint64 UploadSource::readData(char* data, qint64 maxSize)

@@ -39,7 +39,7 @@ private Q_SLOTS:
             { "removeSimpleResource(const QString &, bool)", FTP(removeSimpleResource("a", true)) } };
         for (const auto& [function, operation] : cases) {
             QFile messages(fileWith(""));
-            messages.open(QIODevice::ReadWrite);
+            QVERIFY(messages.open(QIODevice::ReadWrite));
             const pid_t child = fork();
             if (child == 0) {
                 dup2(messages.handle(), STDERR_FILENO);
@@ -337,7 +337,7 @@ private Q_SLOTS:
         QCOMPARE(session.ftp.error(), ErrorableCode::of(CURLE_ABORTED_BY_CALLBACK));
         QVERIFY(!session.ftp.putDataFromIoDevice(nullptr, "none", "a"));
         QFile sink(fileWith(""));
-        sink.open(QIODevice::WriteOnly);
+        QVERIFY(sink.open(QIODevice::WriteOnly));
         QVERIFY(!session.ftp.putDataFromIoDevice(&sink, "a sink", "a"));
         QVERIFY(!sink.isOpen());
         QCOMPARE(session.ftp.error(), ErrorableCode::of(CURLE_READ_ERROR));

@@ -45,7 +45,7 @@ protected:
     }
 };
 
-static const QDateTime NOON(QDate(2020, 1, 31), QTime(12, 0), Qt::UTC);
+static const QDateTime NOON = QDateTime::fromString("2020-01-31T12:00:00Z", Qt::ISODate);
 
 static bool modifyAtNoon(const QString& path)
 {

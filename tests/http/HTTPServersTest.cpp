@@ -76,8 +76,9 @@ private:
     {
         QByteArray content = text.repeated(4 << 20);
         QFile file(mServers.served("resumed"));
-        file.open(QIODevice::WriteOnly | QIODevice::Unbuffered);
-        file.write(content);
+        if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) || file.write(content) != content.size()) {
+            qFatal("%s", qPrintable(file.errorString()));
+        }
         file.setFileTime(mStart.addSecs(-age), QFileDevice::FileModificationTime);
         return content;
     }

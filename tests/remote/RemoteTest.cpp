@@ -21,10 +21,10 @@ static QString read(const QByteArray& line)
     text += entry.may_be_file ? "F" : "";
     text += " [" + QString::fromUtf8(entry.name, entry.name_length) + "]";
     text += entry.size_kind == SIZE_BYTES ? " " + QString::number(entry.size) : " ?";
-    const QDateTime time = QDateTime::fromSecsSinceEpoch(entry.mtime, Qt::UTC);
+    const QDateTime time = QDateTime::fromSecsSinceEpoch(entry.mtime).toUTC();
     text += entry.mtime_kind == MTIME_UNKNOWN
         ? QString(" ?")
-        : " " + QString::number(entry.mtime_kind) + time.toString("@yyyy-MM-dd/hh:mm");
+        : " " + QString::number(entry.mtime_kind) + time.toString("@yyyy-MM-dd/hh:mm").remove('+');
     return entry.id_kind == ID_FULL ? text + " #" + QString::fromUtf8(entry.id, entry.id_length) : text;
 }
 
