@@ -14,8 +14,10 @@ if(WIN32)
     target_compile_definitions(tavrel_compile_options INTERFACE NOMINMAX WIN32_LEAN_AND_MEAN)
 else()
     set(TAVREL_SYSTEM posix)
-    # For files of 2 GiB and more on systems with 32 bits.
-    target_compile_definitions(tavrel_compile_options INTERFACE _FILE_OFFSET_BITS=64)
+    if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+        # For files of 2 GiB and more. The headers that applications see do not depend on it.
+        target_compile_definitions(tavrel_compile_options INTERFACE _FILE_OFFSET_BITS=64)
+    endif()
 endif()
 
 if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")

@@ -8,6 +8,7 @@ namespace {
 
 constexpr int MIN_MODE_DIGITS = 4;
 
+// Deliberate: escaped, although commands over FTP are not.
 /// libcurl takes an SFTP command apart itself: a backslash before a quote or a backslash makes it part of the path.
 QString quoted(QString path)
 {

@@ -46,7 +46,8 @@ bool FTPCurl::initHost(const FTPSettings& settings)
     mPrivate->setSettings(settings);
     mPrivate->isMlsdRefused = false;
     if (settings.port() > MAX_PORT) {
-        // The URL would go without a port, and so user and password to the default one.
+        // Deliberate: settings take 65536, but the URL would go without a port, and so user and password to the
+        // default one.
         return mPrivate->refuse(
             QStringLiteral("initHost: port %1 is above %2").arg(settings.port()).arg(MAX_PORT), __LINE__);
     }

@@ -226,6 +226,7 @@ int FTPSession::performCommands(VFSCurlData& data, const QStringList& commands)
 
 CURLcode FTPSession::run(VFSCurlData& data)
 {
+    // Deliberate: a further request. libcurl does not enter a directory in which it believes to be, even if it is gone.
     if (mayHaveLostDirectory(data)) {
         VFSCurlData leave { VFSCurlData::Plain, data.owner, nullptr, data.lastProgress, data.url };
         leave.url.setPath(QString());

@@ -46,6 +46,7 @@ bool ListingReader::readLine(ListingEntry& entry)
     const QString name = (mIsUtf8 ? QString::fromUtf8(parsed.name, parsed.name_length)
                                   : QString::fromLatin1(parsed.name, parsed.name_length))
                              .trimmed();
+    // Deliberate: removing such an entry would remove another directory.
     if (standsForDirectoryItself(name)) {
         return false;
     }

@@ -57,7 +57,8 @@ QByteArray RequestOptions::encodedUrl(QUrl url)
     const QByteArray password = QUrl::toPercentEncoding(url.password(QUrl::FullyDecoded));
     url.setPassword(PASSWORD_PLACEHOLDER);
     QByteArray text = url.toEncoded();
-    // libcurl would read ";type=a" at the end of a name as an option of the transfer and drop it from the name.
+    // Deliberate: libcurl would read ";type=a" at the end of a name as an option of the transfer and drop it from the
+    // name.
     text.replace(';', "%3B");
     return text.replace(PASSWORD_PLACEHOLDER.toUtf8(), password);
 }

@@ -17,6 +17,7 @@ QNetworkProxy askSystem(const QUrl& url)
     return QNetworkProxyFactory::systemProxyForQuery(query).value(0);
 }
 
+// Deliberate: on a thread, also when the answer comes at once.
 /// Nothing stops the system's look-up: an interrupted caller leaves it to end on its thread.
 std::future<QNetworkProxy> askOnThread(const QUrl& url)
 {

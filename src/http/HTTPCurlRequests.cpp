@@ -114,6 +114,7 @@ bool HTTPCurl::getDataRaw(const QString& url, QIODevice& device)
     const bool isFlushed = batch.flush();
     const bool isClosed = closeDevice(device);
     if (code == CURLE_OK && !(isFlushed && isClosed)) {
+        // Deliberate: libcurl's success does not include what the device still held.
         code = CURLE_WRITE_ERROR;
     }
     if (error() != ErrorableCode::of(DOWNLOAD_LIMIT_REACHED)) {
@@ -160,7 +161,7 @@ void HTTPCurl::setCurlGETAndPOSTCommonConfig(CURL* handle, curl_slist* headerLis
         curl_easy_setopt(handle, CURLOPT_TIMEOUT, static_cast<long>(mState->timeOut));
     }
     curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 1L);
-    // Older versions of libcurl follow a circle of redirections for ever.
+    // Deliberate: older versions of libcurl follow a circle of redirections for ever.
     curl_easy_setopt(handle, CURLOPT_MAXREDIRS, MAX_REDIRECTIONS);
     curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
     // Deliberate: applications talk to servers whose certificates nobody has signed.
@@ -194,7 +195,8 @@ CURLcode HTTPCurl::performRequest(CURL* handle, const QString& url)
     curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, mState->errorBuffer.data());
     CURLcode code = mState->perform(handle, interruption());
     if (code == CURLE_OK && mState->isHeadOpen) {
-        code = CURLE_PARTIAL_FILE; // libcurl takes a connection that closes within the head for an empty answer.
+        // Deliberate: libcurl takes a connection that closes within the head for an empty answer.
+        code = CURLE_PARTIAL_FILE;
     }
     curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &mState->responseCode);
     checkRedirection(handle, url);

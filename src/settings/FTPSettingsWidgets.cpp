@@ -26,7 +26,8 @@ void FTPSettings::initPwdControl(QLineEdit* edit)
 {
     edit->setEchoMode(QLineEdit::PasswordEchoOnEdit);
     auto* shortcut = new QShortcut(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::ALT | Qt::META | Qt::Key_P), edit);
-    // With the context of a window, the shortcuts of two such fields would be ambiguous, and neither would work.
+    // Deliberate: with the context of a window, the shortcuts of two such fields would be ambiguous, and neither would
+    // work.
     shortcut->setContext(Qt::WidgetShortcut);
     const QPointer<QLineEdit> guarded(edit);
     QObject::connect(shortcut, &QShortcut::activated, shortcut, [guarded] {
