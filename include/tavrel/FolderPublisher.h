@@ -25,7 +25,8 @@ class PeerTrust;
  * file named ".tavrel-site" in the folder on the server records size and SHA-256 of what was sent; the next run sends
  * only what differs from it. A file that is about to be sent or removed is taken out of the record before, so that a
  * run that ends at any moment, for any reason, makes a later one send every possibly incomplete file again.
- * Visitors of the site can read the record.
+ * Visitors of the site can read the record. Uploads under a temporary name that earlier runs have left next to a file
+ * that is sent, named "FILE.0123abcd.part", are removed.
  *
  * Local symbolic links to files are followed, those to folders are left out with a remark, and so are entries that are
  * neither. Names must be valid UTF-8 without control characters; other ones, unreadable files and files that change

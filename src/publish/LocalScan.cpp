@@ -67,6 +67,7 @@ void LocalScan::readFolder(PublishPlan& plan, PublishReport& report, int folder)
         if (!isWanted(plan.folders[folder], entry) || !accept(plan.folders[folder], entry, report)) {
             continue;
         }
+        plan.folders[folder].isEmpty = false;
         if (entry.isFolder) {
             plan.folders.push_back({ path + entry.name + '/', folder });
         } else {

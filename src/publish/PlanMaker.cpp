@@ -106,7 +106,7 @@ bool PlanMaker::readRecord(PublishSession& session, RecordDownload& record, Publ
         mReport.remarks << remark;
     }
     mRecordPlace = record.place();
-    mIsRecordOutdated = !remark.isEmpty() || plan.others.isWordy() || mRecordPlace == RecordPlace::Aside;
+    mIsRecordOutdated = !remark.isEmpty() || plan.others.isWordy() || mRecordPlace.isAside();
     return true;
 }
 
@@ -123,7 +123,7 @@ bool PlanMaker::compare(PublishPlan& plan)
             presume(plan, file.folder);
         }
     }
-    if (mRecordPlace != RecordPlace::Absent) {
+    if (mRecordPlace.isInPlace || mRecordPlace.isAside()) {
         presume(plan, 0);
     }
     return true;
@@ -170,6 +170,15 @@ void PlanMaker::presume(PublishPlan& plan, int folder)
     }
 }
 
+/// A folder that has vanished may have done so with those above it.
+void PlanMaker::doubt(PublishPlan& plan, int folder)
+{
+    plan.folders[folder].isPresumed = false;
+    for (int above = plan.folders[folder].parent; above > 0; above = plan.folders[above].parent) {
+        plan.folders[above].isPresumed = false;
+    }
+}
+
 bool PlanMaker::checkServer(PublishSession& session, PublishPlan& plan)
 {
     for (const PlannedFolder& folder : plan.folders) {
@@ -179,11 +188,16 @@ bool PlanMaker::checkServer(PublishSession& session, PublishPlan& plan)
             continue;
         }
         ServerFolders folders(session.client()); // of one listing, as those of a large site would fill the memory
-        const ServerFolders::Entries* entries = nullptr;
+        const ServerFolders::Folder* listed = nullptr;
         FTPFailure::Kind kind = session.requestPatiently(
-            [&] { return (entries = folders.list(QString::fromUtf8(folder.path))) != nullptr; });
+            [&] { return (listed = folders.list(QString::fromUtf8(folder.path))) != nullptr; });
+        // Without a listing, each file is looked at by itself.
+        kind = kind == FTPFailure::OfPath ? FTPFailure::None : kind;
+        if (listed && listed->isMissing) {
+            doubt(plan, begin->folder);
+        }
         for (auto file = begin; file != end && kind == FTPFailure::None; ++file) {
-            kind = checkFile(session, plan, *file, *entries);
+            kind = checkFile(session, plan, *file, listed ? listed->entries : ServerFolders::Entries());
         }
         if (kind != FTPFailure::None) {
             return fail(session, kind);
@@ -205,10 +219,13 @@ FTPFailure::Kind PlanMaker::checkFile(
         fail(file, path, QStringLiteral("a symbolic link is in its place on the server"));
         return FTPFailure::None;
     }
-    // The listing may leave it out, or not understand its line.
+    // The listing may leave it out, or not understand its line. Some servers do not tell sizes.
     qint64 size = -1;
-    const FTPFailure::Kind kind
-        = session.requestPatiently([&] { return ServerFolders::sizeOf(session.client(), path, size); });
+    FTPFailure::Kind kind = session.requestPatiently([&] {
+        const bool isTold = ServerFolders::sizeOf(session.client(), path, size);
+        return isTold || session.client().error() == ErrorableCode::of(CURLE_PARTIAL_FILE);
+    });
+    kind = kind == FTPFailure::OfPath ? FTPFailure::None : kind;
     if (kind == FTPFailure::None && size != file.size) {
         file.state = PlannedFile::ToSend;
         const QString fault = size < 0 ? QStringLiteral("is missing") : QStringLiteral("has %1 bytes").arg(size);
@@ -284,22 +301,24 @@ FTPFailure::Kind PlanMaker::examine(
     const QString name = QString::fromUtf8(path);
     std::optional<RemoteEntry> entry;
     const FTPFailure::Kind kind = session.requestPatiently([&] { return folders.find(name, entry); });
-    if (kind != FTPFailure::None) {
+    if (kind == FTPFailure::OfPath) {
+        entry.emplace().kind = RemoteEntry::Other; // The server does not tell.
+    } else if (kind != FTPFailure::None) {
         return kind;
     }
     SiteRecord::Entry& recorded = plan.others.entries()[path];
     if (entry && entry->kind == RemoteEntry::File && entry->size == recorded.size) {
         recorded.isWhole = false;
         plan.obsolete.push_back({ path });
-        return kind;
+        return FTPFailure::None;
     }
-    if (entry && entry->kind == RemoteEntry::Other && entry->size == recorded.size) {
+    if (entry && entry->kind == RemoteEntry::Other && (entry->size < 0 || entry->size == recorded.size)) {
         mReport.remarks << QStringLiteral("%1: not removed, the server does not list it as a file").arg(name);
-        return kind; // A later run tries again.
+        return FTPFailure::None; // A later run tries again.
     }
     if (entry) {
         mReport.remarks << QStringLiteral("%1: not removed, it is not the file that was sent").arg(name);
     }
     forget(plan, path);
-    return kind;
+    return FTPFailure::None;
 }

@@ -32,7 +32,7 @@ public:
     bool findObsolete(PublishSession& session, PublishPlan& plan);
 
     const QString& fault() const { return mFault; }
-    RecordPlace recordPlace() const { return mRecordPlace; }
+    const RecordPlace& recordPlace() const { return mRecordPlace; }
     /// Whether the record on the server is another one than that of the plan before anything is sent, or is not in its
     /// place.
     bool isRecordOutdated() const { return mIsRecordOutdated; }
@@ -44,6 +44,7 @@ private:
     bool matches(PlannedFile& file, const QString& path);
     void compareFile(PublishPlan& plan, PlannedFile& file);
     static void presume(PublishPlan& plan, int folder);
+    static void doubt(PublishPlan& plan, int folder);
     FTPFailure::Kind checkFile(
         PublishSession& session, PublishPlan& plan, PlannedFile& file, const ServerFolders::Entries& entries);
     static QSet<QString> plannedSpellings(const PublishPlan& plan, const QList<QByteArray>& paths);
@@ -59,7 +60,7 @@ private:
     PathFilter mFilter;
     QStringList mUnknown; ///< local paths that could not be read
     QString mFault;
-    RecordPlace mRecordPlace = RecordPlace::Absent;
+    RecordPlace mRecordPlace;
     bool mIsRecordOutdated = false;
     QByteArray mBlock; ///< for reading files
 };

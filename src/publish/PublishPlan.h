@@ -39,6 +39,7 @@ struct PlannedFolder
     int parent = -1;
     int firstFile = 0;
     int fileCount = 0;
+    bool isEmpty = true; ///< without entries to publish
     bool isPresumed = false; ///< to exist on the server, as the record has files in it
 };
 

@@ -1,8 +1,9 @@
 #include "PublishRun.h"
 
+#include "RecordFile.h"
+
 #include <algorithm>
 #include <limits>
-#include <set>
 #include <system_error>
 #include <utility>
 
@@ -27,11 +28,6 @@ QByteArray rootOf(const QString& folder)
 {
     const QByteArray root = folder.toUtf8();
     return root.endsWith('/') ? root : root + '/';
-}
-
-QByteArray parentOf(const QByteArray& path)
-{
-    return path.left(path.lastIndexOf('/', path.size() > 0 ? path.size() - 2 : 0) + 1);
 }
 
 } // namespace
@@ -135,10 +131,12 @@ void PublishRun::transfer()
         }
         return;
     }
+    removeObstacles();
     const auto steps = mTotals.totalFiles + static_cast<qint64>(mPlan.obsolete.size());
     const auto open = qMin(steps, static_cast<qint64>(mComingSessions.size()) + 1);
     const int sessions = qMax(sessionCount(steps, mTotals.totalBytes), static_cast<int>(open));
-    mQueue = std::make_unique<TransferQueue>(mPlan, sessions, filesOfCheck());
+    mQueue = std::make_unique<TransferQueue>(
+        mPlan, sessions, filesOfCheck(), mOptions.uploadMode == FTPCurl::TemporaryName);
     const PublishWorker::Run run { mPlan, *mQueue, mSettings, mOptions, mListener.prepare, mRoot,
         [this](FTPCurl& client) { return saveRecord(client); } };
     std::vector<std::thread> threads;
@@ -261,27 +259,8 @@ void PublishRun::finish()
     if (!isSaved && mReport.stopReason.isEmpty() && !mListener.isInterrupted()) {
         mReport.failed.append({ QString::fromLatin1(SiteRecord::FILE_NAME), FTPFailure::reasonOf(mSession->client()) });
     }
-}
-
-/// Those of removed files that the local folder does not have.
-void PublishRun::removeEmptyFolders()
-{
-    std::set<QByteArray> kept;
-    for (const PlannedFolder& folder : mPlan.folders) {
-        kept.insert(folder.path);
-    }
-    std::set<QByteArray, std::greater<>> emptied; // a folder comes after those in it
-    for (const ObsoleteFile& file : mPlan.obsolete) {
-        QByteArray folder = parentOf(file.path);
-        while (file.isRemoved && kept.count(folder) == 0) {
-            emptied.insert(folder);
-            folder = parentOf(folder);
-        }
-    }
-    FTPCurl& client = mSession->client();
-    for (const QByteArray& folder : emptied) {
-        if (!mListener.isInterrupted()) {
-            client.tryRemoveDirIfEmpty(client.canonicalizedFilePath(QString::fromUtf8(folder).chopped(1)));
-        }
+    // A run that only appends saves the listing.
+    if (isSaved && mIsRecordReplaced && mRecord.wasFound()) {
+        RecordFile(mSession->client()).removeLeftOvers(mRecordPlace);
     }
 }

@@ -12,7 +12,9 @@
 #include <deque>
 #include <functional>
 #include <future>
+#include <map>
 #include <memory>
+#include <set>
 #include <thread>
 #include <vector>
 
@@ -57,6 +59,8 @@ private:
     void showProgress(bool isLast);
 
     void finish();
+    std::vector<ObsoleteFile*> findObstacles();
+    void removeObstacles();
     void removeEmptyFolders();
     void reportFiles();
     void remarkOnServer();
@@ -74,12 +78,14 @@ private:
     std::deque<std::future<std::unique_ptr<PublishSession>>> mComingSessions;
     std::unique_ptr<TransferQueue> mQueue;
     std::vector<std::unique_ptr<PublishWorker>> mWorkers;
+    std::set<QByteArray> mEmptied; ///< folders on the server whose removal was tried
     bool mIsPlanned = false;
     PublishProgress mTotals;
     RateMeter mRate;
     QElapsedTimer mSinceProgress;
     std::atomic<bool> mIsRecordWritten { false };
-    std::atomic<RecordPlace> mRecordPlace { RecordPlace::Absent };
+    std::atomic<bool> mIsRecordReplaced { false };
+    RecordPlace mRecordPlace; ///< used by one session at a time
     bool mCanAppend = true; ///< to the record, as far as is known
     std::atomic<qint64> mSaveTime { 0 }; ///< of the last one, in milliseconds
 };

@@ -23,13 +23,14 @@ bool PublishRun::needsMarks() const
     });
 }
 
-/// Before anything changes. A record that was found under its second name, or was not understood, is written anew.
+/// Before anything changes. A record that was found under a second name, or was not understood, is written anew; so is
+/// one with files to remove, whose names a neighbour on the server may have chosen.
 bool PublishRun::markRecord()
 {
     FTPCurl& client = mSession->client();
     client.setUploadMode(FTPCurl::InPlace);
     client.setVerifyUploads(false);
-    const bool isMarked = !mPlanMaker.isRecordOutdated() && RecordFile(client).mark(mPlan);
+    const bool isMarked = !mPlanMaker.isRecordOutdated() && mPlan.obsolete.empty() && RecordFile(client).mark(mPlan);
     client.setUploadMode(mOptions.uploadMode);
     mIsRecordWritten = true;
     mCanAppend = isMarked;
@@ -41,7 +42,7 @@ bool PublishRun::completeRecord()
 {
     FTPCurl& client = mSession->client();
     const auto sent = static_cast<qint64>(mReport.sent.size());
-    const bool isAppended = mRecordPlace == RecordPlace::InPlace && mCanAppend && !mPlanMaker.isRecordOutdated()
+    const bool isAppended = mRecordPlace.isInPlace && mCanAppend && !mPlanMaker.isRecordOutdated()
         && mPlan.obsolete.empty() && sent * MIN_LINES_PER_APPENDED <= static_cast<qint64>(mPlan.files.size());
     if (!isAppended) {
         return saveRecord(client);
@@ -66,14 +67,13 @@ bool PublishRun::saveRecord(FTPCurl& client)
         client._setError(ErrorableCode::of(CURLE_WRITE_ERROR));
         return false;
     }
-    client.setUploadMode(FTPCurl::InPlace); // the record has a second name of its own
+    client.setUploadMode(FTPCurl::InPlace); // the record has second names of its own
     // A record that is cut off is one that knows less. Without a time-out, it could also be the old one.
     client.setVerifyUploads(mOptions.stallTimeOut == 0);
-    RecordPlace place = mRecordPlace; // one session at a time writes the record
-    isWritten = RecordFile(client).write(local.fileName(), place);
-    mRecordPlace = place;
+    isWritten = RecordFile(client).write(local.fileName(), mRecordPlace); // one session at a time writes the record
     client.setUploadMode(mOptions.uploadMode);
     mIsRecordWritten = true;
+    mIsRecordReplaced = true;
     mSaveTime = time.elapsed();
     return isWritten;
 }

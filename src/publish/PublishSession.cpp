@@ -1,6 +1,6 @@
 #include "PublishSession.h"
 
-#include "SiteRecord.h"
+#include "ServerFolders.h"
 
 #include <QThread>
 
@@ -37,8 +37,7 @@ FTPFailure::Kind PublishSession::request(const std::function<bool()>& request)
 
 void PublishSession::setEntersDirectories(bool enters)
 {
-    const auto method = enters ? CURLFTPMETHOD_SINGLECWD : CURLFTPMETHOD_NOCWD;
-    curl_easy_setopt(mClient.curlhandle(), CURLOPT_FTP_FILEMETHOD, static_cast<long>(method));
+    ServerFolders::setEntersDirectories(mClient, enters);
 }
 
 void PublishSession::connect()

@@ -1,6 +1,7 @@
 #include "PublishWorker.h"
 
-#include "ServerFolders.h"
+#include <QMultiHash>
+#include <QRegularExpression>
 
 #include <utility>
 
@@ -115,7 +116,10 @@ void PublishWorker::noteFailure(FTPFailure::Kind kind)
 FTPFailure::Kind PublishWorker::makeFolder(int folder)
 {
     const QString path = QString::fromUtf8(mRun.plan.folders[folder].path);
-    const FTPFailure::Kind kind = attempt([&] { return create(path); });
+    FTPFailure::Kind kind = attempt([&] { return create(path); });
+    if (kind == FTPFailure::None && mRun.plan.folders[folder].isEmpty) {
+        kind = attempt([&] { return confirmFolder(path); });
+    }
     if (kind == FTPFailure::None) {
         mRun.queue.folderReady(folder);
     } else if (kind != FTPFailure::Interrupted) {
@@ -142,6 +146,24 @@ FTPFailure::Kind PublishWorker::create(const QString& folder)
     }
     mReason = FTPFailure::reasonOf(client);
     return kind;
+}
+
+/// Some servers over FTP agree to create a directory although a file has its name. Uploads into it would show that.
+FTPFailure::Kind PublishWorker::confirmFolder(const QString& folder)
+{
+    FTPCurl& client = mSession->client();
+    if (client.ftpSettings().ftpProtocol() == FTPSettings::SFTP) {
+        return FTPFailure::None;
+    }
+    const QString path = ServerFolders::requestPath(client, folder) + QLatin1Char('/');
+    bool isThere = false;
+    client.setExistingResourceCache(path, -1);
+    mSession->setEntersDirectories(true);
+    const FTPFailure::Kind kind = mSession->request([&] { return client.resourceExists(path, isThere); });
+    mSession->setEntersDirectories(false);
+    mReason = kind == FTPFailure::None ? QStringLiteral("a file of this name is on the server")
+                                       : FTPFailure::reasonOf(client);
+    return isThere || kind != FTPFailure::None ? kind : FTPFailure::OfPath;
 }
 
 FTPFailure::Kind PublishWorker::sendFile(int file)
@@ -224,15 +246,16 @@ FTPFailure::Kind PublishWorker::checkFolder(int folder)
     const QString path = QString::fromUtf8(mRun.plan.folders[folder].path);
     const std::vector<int> files = mRun.queue.arrivedFiles(folder);
     ServerFolders folders(mSession->client());
-    const ServerFolders::Entries* entries = nullptr;
+    const ServerFolders::Folder* listed = nullptr;
     FTPFailure::Kind kind = FTPFailure::None;
-    if (!files.empty()) {
-        kind = attempt([&] { return mSession->request([&] { return (entries = folders.list(path)) != nullptr; }); });
+    const bool hasParts = mRun.options.uploadMode == FTPCurl::TemporaryName;
+    if (!files.empty() || hasParts) {
+        kind = attempt([&] { return mSession->request([&] { return (listed = folders.list(path)) != nullptr; }); });
     }
     for (const int file : files) {
         const PlannedFile& planned = mRun.plan.files[file];
         const bool isListed
-            = entries && entries->value(QString::fromUtf8(mRun.plan.name(planned))).size == planned.size;
+            = listed && listed->entries.value(QString::fromUtf8(mRun.plan.name(planned))).size == planned.size;
         if (isListed) {
             mRun.queue.fileSent(file);
         } else if (!mIsRetired && kind != FTPFailure::Interrupted) {
@@ -240,10 +263,44 @@ FTPFailure::Kind PublishWorker::checkFolder(int folder)
             kind = confirm(file);
         }
     }
+    if (hasParts && listed && kind == FTPFailure::None) {
+        removeParts(folder, listed->entries);
+    }
     if (!mIsRetired && kind != FTPFailure::Interrupted) {
         mRun.queue.folderChecked();
     }
     return kind;
+}
+
+/// Removes what uploads under temporary names have left, in this run or an earlier one, next to files that are on the
+/// server now. What cannot be removed is left to the next run.
+void PublishWorker::removeParts(int folder, const ServerFolders::Entries& entries)
+{
+    static const QRegularExpression pattern(
+        QRegularExpression::anchoredPattern(QStringLiteral("(.+)\\.[0-9a-f]{8}\\.(part|old)")),
+        QRegularExpression::DotMatchesEverythingOption);
+    QMultiHash<QString, QString> parts; // by the name of the file
+    for (const RemoteEntry& entry : entries) {
+        const QRegularExpressionMatch match = pattern.match(entry.name);
+        if (entry.kind == RemoteEntry::File && match.hasMatch()) {
+            parts.insert(match.captured(1), entry.name);
+        }
+    }
+    FTPCurl& client = mSession->client();
+    const PlannedFolder& planned = mRun.plan.folders[folder];
+    for (int i = planned.firstFile; i < planned.firstFile + planned.fileCount && !parts.isEmpty(); ++i) {
+        const QString name = QString::fromUtf8(mRun.plan.name(mRun.plan.files[i]));
+        for (const QString& file : parts.uniqueKeys()) {
+            parts.remove(file, name); // a file of the local folder
+        }
+    }
+    const QString path = QString::fromUtf8(planned.path);
+    for (const QString& name : parts.isEmpty() ? QStringList() : mRun.queue.filesOnServer(folder)) {
+        for (const QString& part : parts.values(name)) {
+            mSession->request(
+                [&] { return client.removeSimpleResource(client.canonicalizedFilePath(path + part), false); });
+        }
+    }
 }
 
 /// Verifies a file by itself.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "PublishSession.h"
+#include "ServerFolders.h"
 #include "TransferQueue.h"
 #include "UploadSource.h"
 
@@ -58,6 +59,8 @@ private:
     FTPFailure::Kind removeFile(int obsolete);
 
     FTPFailure::Kind create(const QString& folder);
+    FTPFailure::Kind confirmFolder(const QString& folder);
+    void removeParts(int folder, const ServerFolders::Entries& entries);
     FTPFailure::Kind upload(int file, const QString& path, UploadSource& source);
     FTPFailure::Kind uploadOnce(int file, const QString& path, UploadSource& source);
     FTPFailure::Kind setTime(const QString& path, const QDateTime& time);

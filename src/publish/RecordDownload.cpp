@@ -3,15 +3,18 @@
 
 #include "RecordDownload.h"
 
+#include "RecordFile.h"
 #include "ServerFolders.h"
-#include "SiteRecord.h"
 
 #include <tavrel/FTPCurl.h>
+#include <tavrel/FTPFailure.h>
 
 namespace {
 
 /// Far above the record of any site.
 constexpr curl_off_t MAX_RECORD_BYTES = curl_off_t { 1 } << 30;
+/// Far above what killed runs leave.
+constexpr int MAX_SECOND_NAMES = 8;
 
 /// libcurl before 8.4 compares with the size that the server announces only.
 int limitSize(void* data, double total, double now, double uploadTotal, double uploaded)
@@ -29,50 +32,83 @@ void setLimit(CURL* easy, bool isLimited)
 
 bool RecordDownload::fetch(FTPCurl& client)
 {
-    if (!mLocal.isOpen() && !mLocal.open()) {
-        client._setError(ErrorableCode::of(CURLE_WRITE_ERROR));
+    if (mResult == Result::TooLarge) {
+        client._setError(ErrorableCode::of(CURLE_FILESIZE_EXCEEDED)); // again, without the download
         return false;
     }
     if (mResult == Result::Unknown) {
-        mResult = fetch(client, SiteRecord::FILE_NAME);
-        if (mResult == Result::Missing && client.error() != ErrorableCode::of(CURLE_REMOTE_ACCESS_DENIED)) {
-            // A run may have ended between the two steps of replacing the record.
-            mResult = fetch(client, SiteRecord::NEW_FILE_NAME);
+        mPlace = {};
+        mLocals.clear();
+        mResult = fetchFile(client, QString::fromLatin1(SiteRecord::FILE_NAME));
+        mPlace.isInPlace = mResult == Result::Found;
+        const bool isFolderMissing = client.error() == ErrorableCode::of(CURLE_REMOTE_ACCESS_DENIED);
+        if (mResult == Result::Missing && !isFolderMissing && !fetchSecondNames(client)) {
+            mResult = Result::Unknown;
         }
     }
-    return mResult != Result::Unknown;
+    return mResult == Result::Missing || mResult == Result::Found;
 }
 
-RecordDownload::Result RecordDownload::fetch(FTPCurl& client, const char* name)
+/// A run may have ended between the steps of replacing the record. A server that does not list the folder has not left
+/// one there.
+bool RecordDownload::fetchSecondNames(FTPCurl& client)
 {
-    mName = QString::fromLatin1(name);
+    QStringList names = RecordFile::namesOnServer(client);
+    if (names.isEmpty()) {
+        const FTPFailure::Kind kind = FTPFailure::kindOf(client);
+        return kind == FTPFailure::None || kind == FTPFailure::OfPath;
+    }
+    names.sort(); // A neighbour on the server can make any number of them.
+    for (const QString& name : names.mid(0, MAX_SECOND_NAMES)) {
+        const Result result = fetchFile(client, name);
+        if (result == Result::Unknown || result == Result::TooLarge) {
+            return false;
+        }
+        mResult = result == Result::Found ? Result::Found : mResult;
+    }
+    mPlace.secondNames = names;
+    return true;
+}
+
+RecordDownload::Result RecordDownload::fetchFile(FTPCurl& client, const QString& name)
+{
+    QTemporaryFile& local = mLocals.emplace_back();
+    if (!local.open()) {
+        client._setError(ErrorableCode::of(CURLE_WRITE_ERROR));
+        return Result::Unknown;
+    }
     setLimit(client.curlhandle(), true);
-    const bool isFetched = client.getFile(mName, mLocal.fileName());
+    const bool isFetched = client.getFile(name, local.fileName());
     setLimit(client.curlhandle(), false);
     if (isFetched) {
         return Result::Found;
     }
-    if (client.error() == ErrorableCode::of(CURLE_ABORTED_BY_CALLBACK)) {
-        client._setError(ErrorableCode::of(CURLE_FILESIZE_EXCEEDED)); // kindOf() looks for an interruption first
+    mLocals.pop_back();
+    const bool isStopped
+        = client.error() == ErrorableCode::of(CURLE_ABORTED_BY_CALLBACK) && !client.isInterruptionRequested();
+    if (isStopped || client.error() == ErrorableCode::of(CURLE_FILESIZE_EXCEEDED)) {
+        client._setError(ErrorableCode::of(CURLE_FILESIZE_EXCEEDED));
+        return Result::TooLarge;
     }
     return ServerFolders::isMissing(client) ? Result::Missing : Result::Unknown;
 }
 
-RecordPlace RecordDownload::place() const
-{
-    if (!wasFound()) {
-        return RecordPlace::Absent;
-    }
-    return mName == QLatin1String(SiteRecord::FILE_NAME) ? RecordPlace::InPlace : RecordPlace::Aside;
-}
-
 void RecordDownload::read(SiteRecord& record, QString& remark)
 {
+    const QString name = QString::fromLatin1(SiteRecord::FILE_NAME);
     int ignoredLines = 0;
-    if (wasFound() && !record.read(mLocal, ignoredLines)) {
-        remark = QStringLiteral("%1: ignored, not a record of this version").arg(mName);
-    } else if (ignoredLines > 0) {
-        remark = ignoredLines == 1 ? QStringLiteral("%1: 1 line ignored").arg(mName)
-                                   : QStringLiteral("%1: %2 lines ignored").arg(mName).arg(ignoredLines);
+    for (QTemporaryFile& local : mLocals) {
+        int ignored = 0;
+        if (!record.read(local, ignored)) {
+            remark = QStringLiteral("%1: ignored, not a record of this version").arg(name);
+        }
+        ignoredLines += ignored;
+    }
+    if (mLocals.size() > 1) {
+        record.distrust();
+    }
+    if (ignoredLines > 0) {
+        remark = ignoredLines == 1 ? QStringLiteral("%1: 1 line ignored").arg(name)
+                                   : QStringLiteral("%1: %2 lines ignored").arg(name).arg(ignoredLines);
     }
 }

@@ -5,6 +5,8 @@
 #include <QString>
 #include <QTemporaryFile>
 
+#include <deque>
+
 class FTPCurl;
 
 /// The record of a site as it stands on the server before a run.
@@ -15,17 +17,19 @@ public:
     /// read, or may have one.
     bool fetch(FTPCurl& client);
     /// Takes the entries of what fetch() has brought; a site without a record, and a file that is none, have none. The
-    /// latter is told in remark.
+    /// latter is told in remark. Of several records under second names it is not known which one is the latest, so no
+    /// file counts as whole.
     void read(SiteRecord& record, QString& remark);
     bool wasFound() const { return mResult == Result::Found; }
-    RecordPlace place() const;
+    const RecordPlace& place() const { return mPlace; }
 
 private:
-    enum class Result { Unknown, Missing, Found };
+    enum class Result { Unknown, Missing, Found, TooLarge };
 
-    Result fetch(FTPCurl& client, const char* name);
+    bool fetchSecondNames(FTPCurl& client);
+    Result fetchFile(FTPCurl& client, const QString& name);
 
-    QTemporaryFile mLocal;
-    QString mName;
+    std::deque<QTemporaryFile> mLocals; ///< one for each that was found
+    RecordPlace mPlace;
     Result mResult = Result::Unknown;
 };

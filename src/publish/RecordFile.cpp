@@ -10,7 +10,6 @@
 namespace {
 
 const QString NAME = QString::fromLatin1(SiteRecord::FILE_NAME);
-const QString NEW_NAME = QString::fromLatin1(SiteRecord::NEW_FILE_NAME);
 
 bool writeLine(QTemporaryFile& file, const QByteArray& line)
 {
@@ -49,9 +48,6 @@ bool RecordFile::mark(const PublishPlan& plan)
             marks += SiteRecord::line(plan.bytePath(file), { file.recordedSize, {}, false });
         }
     }
-    for (const ObsoleteFile& file : plan.obsolete) {
-        marks += SiteRecord::line(file.path, plan.others.entries().value(file.path));
-    }
     return append(marks);
 }
 
@@ -66,6 +62,8 @@ bool RecordFile::addSent(const PublishPlan& plan)
     return append(lines);
 }
 
+/// Deliberate: appending takes fewer commands than writing, but follows a symbolic link that a neighbour has put in
+/// place of the record since it was read. The lines name local files only, so that the neighbour does not choose them.
 bool RecordFile::append(const QByteArray& lines)
 {
     curl_easy_setopt(mClient.curlhandle(), CURLOPT_APPEND, 1L);
@@ -74,20 +72,48 @@ bool RecordFile::append(const QByteArray& lines)
     return isAppended;
 }
 
+/// A neighbour on the server who can write to the folder cannot redirect this to another file of the account: the file
+/// is created under a name that nobody knows, and a rename replaces a symbolic link instead of following it.
 bool RecordFile::write(const QString& local, RecordPlace& place)
 {
-    const bool isAside = place == RecordPlace::Aside;
-    if (isAside && !adopt(place)) {
+    const QString name = SiteRecord::newSecondName();
+    place.secondNames << name;
+    if (!mClient.putFile(local, name, false)) {
         return false;
     }
-    if (place == RecordPlace::InPlace) {
-        return replace(local, place);
-    }
-    if (!mClient.putFile(local, NAME, false)) {
+    const bool isRenamed = mClient.rename(name, NAME) || (isRefused() && makeRoom(name) && mClient.rename(name, NAME));
+    if (!isRenamed && !isRefused()) {
         return false;
     }
-    place = RecordPlace::InPlace;
-    return !isAside || removeNew();
+    // A server that does not rename keeps the record under its second name, and lists it for the next run.
+    place.isInPlace = isRenamed;
+    QStringList outdated = place.secondNames;
+    outdated.removeAll(name);
+    remove(outdated);
+    place.secondNames = isRenamed ? QStringList() : QStringList(name);
+    return true;
+}
+
+void RecordFile::removeLeftOvers(const RecordPlace& place)
+{
+    QStringList names = namesOnServer(mClient);
+    for (const QString& name : place.secondNames) {
+        names.removeAll(name);
+    }
+    remove(names);
+}
+
+QStringList RecordFile::namesOnServer(FTPCurl& client)
+{
+    QStringList names;
+    ServerFolders folders(client);
+    const ServerFolders::Folder* const folder = folders.list(QString());
+    for (const RemoteEntry& entry : folder ? folder->entries : ServerFolders::Entries()) {
+        if (SiteRecord::isSecondName(entry.name)) {
+            names << entry.name;
+        }
+    }
+    return names;
 }
 
 /// Whether the last command was answered with a refusal.
@@ -96,43 +122,19 @@ bool RecordFile::isRefused() const
     return mClient.error() == ErrorableCode::of(CURLE_QUOTE_ERROR);
 }
 
-/// Gives a record its name, so that writing the next one does not truncate the only one. On a server that does not
-/// rename, it stays where it is.
-bool RecordFile::adopt(RecordPlace& place)
+/// Some servers do not replace a file by a rename. The old record stays if the new one has gone.
+bool RecordFile::makeRoom(const QString& name)
 {
-    if (mClient.rename(NEW_NAME, NAME)) {
-        place = RecordPlace::InPlace;
-        return true;
-    }
-    // It may have been renamed before the connection broke.
     qint64 size = -1;
-    const bool isKnown = isRefused() && ServerFolders::sizeOf(mClient, NAME, size);
-    place = size >= 0 ? RecordPlace::InPlace : place;
-    return isKnown;
+    const bool isGone = ServerFolders::sizeOf(mClient, name, size) && size < 0;
+    return !isGone && (mClient.removeSimpleResource(mClient.canonicalizedFilePath(NAME), false) || isRefused());
 }
 
-bool RecordFile::replace(const QString& local, RecordPlace& place)
+/// What stays is removed by a later run. The command removes a symbolic link, not what is behind it.
+void RecordFile::remove(const QStringList& names)
 {
-    if (!mClient.putFile(local, NEW_NAME, false)) {
-        return false;
+    for (const QString& name : names) {
+        mClient.removeSimpleResource(mClient.canonicalizedFilePath(name), false);
+        mClient.clearError();
     }
-    if (mClient.rename(NEW_NAME, NAME)) {
-        return true;
-    }
-    if (!isRefused()) {
-        return false;
-    }
-    // Some servers do not replace a file by a rename, and some do not rename at all.
-    place = RecordPlace::Aside;
-    const bool isRenamed
-        = mClient.removeSimpleResource(mClient.canonicalizedFilePath(NAME), false) && mClient.rename(NEW_NAME, NAME);
-    const bool isWritten = isRenamed || (isRefused() && mClient.putFile(local, NAME, false) && removeNew());
-    place = isWritten ? RecordPlace::InPlace : place;
-    return isWritten;
-}
-
-/// A record under the second name would be out of date after the next change.
-bool RecordFile::removeNew()
-{
-    return mClient.removeSimpleResource(mClient.canonicalizedFilePath(NEW_NAME), false) || isRefused();
 }

@@ -1,6 +1,8 @@
 #include "SiteRecord.h"
 
 #include <QList>
+#include <QRandomGenerator>
+#include <QRegularExpression>
 
 #include <algorithm>
 #include <cstring>
@@ -9,6 +11,8 @@ namespace {
 
 constexpr int MAX_LINE_BYTES = 64 * 1024;
 const char NOT_WHOLE[] = "-";
+constexpr int SECOND_NAME_DIGITS = 16;
+constexpr int HEXADECIMAL = 16;
 
 /// Plain names between single slashes.
 bool isPathBelow(const QByteArray& path)
@@ -24,7 +28,26 @@ bool isPathBelow(const QByteArray& path)
 } // namespace
 
 const char* const SiteRecord::FILE_NAME = ".tavrel-site";
-const char* const SiteRecord::NEW_FILE_NAME = ".tavrel-site.new";
+
+QString SiteRecord::newSecondName()
+{
+    return QStringLiteral("%1.%2")
+        .arg(QLatin1String(FILE_NAME))
+        .arg(QRandomGenerator::system()->generate64(), SECOND_NAME_DIGITS, HEXADECIMAL, QLatin1Char('0'));
+}
+
+bool SiteRecord::isSecondName(const QString& name)
+{
+    static const QRegularExpression pattern(
+        QRegularExpression::anchoredPattern(QStringLiteral("\\.tavrel-site\\.(new|[0-9a-f]{16})")));
+    return pattern.match(name).hasMatch();
+}
+
+bool SiteRecord::isOwnFile(const QByteArray& path)
+{
+    const QByteArray name = path.toLower();
+    return name == FILE_NAME || isSecondName(QString::fromUtf8(name));
+}
 
 QByteArray SiteRecord::firstLine()
 {
@@ -56,6 +79,13 @@ bool SiteRecord::read(QIODevice& device, int& ignoredLines)
         }
     }
     return true;
+}
+
+void SiteRecord::distrust()
+{
+    for (Entry& entry : mEntries) {
+        entry.isWhole = false;
+    }
 }
 
 std::optional<SiteRecord::Entry> SiteRecord::take(const QByteArray& path)

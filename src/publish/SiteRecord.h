@@ -3,15 +3,20 @@
 #include <QByteArray>
 #include <QHash>
 #include <QIODevice>
+#include <QString>
+#include <QStringList>
 
 #include <array>
 #include <optional>
 
 /// Where the record of a site is on its server.
-enum class RecordPlace {
-    Absent,
-    InPlace, ///< under its name, whatever is under the second one
-    Aside, ///< under its second name only
+struct RecordPlace
+{
+    bool isInPlace = false; ///< under its name, whatever is under second names
+    /// Second names that may be there. Without a record in place, they are the record.
+    QStringList secondNames;
+
+    bool isAside() const { return !isInPlace && !secondNames.isEmpty(); }
 };
 
 constexpr int DIGEST_BYTES = 32;
@@ -40,11 +45,14 @@ public:
     using Entries = QHash<QByteArray, Entry>;
 
     static const char* const FILE_NAME;
-    /// Written first, then renamed to FILE_NAME.
-    static const char* const NEW_FILE_NAME;
 
-    /// Whether a file of the site's folder is the record itself.
-    static bool isOwnFile(const QByteArray& path) { return path == FILE_NAME || path == NEW_FILE_NAME; }
+    /// A name to write a record under before it is renamed to FILE_NAME. Nobody can put a symbolic link in its place
+    /// before the file is created, as nobody knows the name.
+    static QString newSecondName();
+    /// Whether a file of the site's folder is a record under a second name; earlier versions had a fixed one.
+    static bool isSecondName(const QString& name);
+    /// Whether a file of the site's folder is the record itself. Some servers ignore letter case.
+    static bool isOwnFile(const QByteArray& path);
 
     static QByteArray firstLine();
     /// Goes in front of appended lines. It ends a line that was cut off, and its tab keeps the rest of a path from
@@ -56,6 +64,8 @@ public:
     bool read(QIODevice& device, int& ignoredLines);
     /// Whether so many lines have been replaced by later ones that the record should be written anew.
     bool isWordy() const { return mLines > 2 * (mEntries.size() + 1); }
+    /// Takes no file for whole any more.
+    void distrust();
     /// Removes an entry and returns it.
     std::optional<Entry> take(const QByteArray& path);
 

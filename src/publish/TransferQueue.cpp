@@ -2,15 +2,18 @@
 
 #include <numeric>
 
-TransferQueue::TransferQueue(PublishPlan& plan, int sessions, int filesOfCheck)
+TransferQueue::TransferQueue(PublishPlan& plan, int sessions, int filesOfCheck, bool checksAll)
     : mPlan(plan)
     , mFolders(plan.folders.size())
+    , mChecksAll(checksAll)
     , mSessions(sessions)
     , mRunning(sessions)
 {
     countFiles(filesOfCheck);
     for (std::size_t i = 0; i < mPlan.obsolete.size(); ++i) {
-        mToRemove.push_back(static_cast<int>(i));
+        if (!mPlan.obsolete[i].isRemoved) {
+            mToRemove.push_back(static_cast<int>(i));
+        }
     }
     mRemovals = static_cast<int>(mToRemove.size());
     if (!mFolders.empty()) {
@@ -221,7 +224,7 @@ void TransferQueue::leaveFolder(PlannedFile& file)
     }
     file.hasLeftFolder = true;
     FolderState& folder = mFolders[file.folder];
-    if (--folder.unsettled == 0 && folder.isListed) {
+    if (--folder.unsettled == 0 && (folder.isListed || mChecksAll)) {
         ++mOpen;
         mFoldersToCheck.push_back(file.folder);
         mChanged.notify_one();
@@ -250,6 +253,19 @@ std::vector<int> TransferQueue::arrivedFiles(int folder) const
         }
     }
     return files;
+}
+
+QStringList TransferQueue::filesOnServer(int folder) const
+{
+    const auto guard = lock();
+    const PlannedFolder& planned = mPlan.folders[folder];
+    QStringList names;
+    for (int i = planned.firstFile; i < planned.firstFile + planned.fileCount; ++i) {
+        if (mPlan.files[i].isOnServer()) {
+            names << QString::fromUtf8(mPlan.name(mPlan.files[i]));
+        }
+    }
+    return names;
 }
 
 void TransferQueue::folderChecked()

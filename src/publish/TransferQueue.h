@@ -41,8 +41,9 @@ public:
     };
 
     /// The plan outlives the queue, and other code reads it only under lock() while sessions run. A folder
-    /// with so many files to send is verified by a CheckFolder task; in others, the upload verifies each file.
-    TransferQueue(PublishPlan& plan, int sessions, int filesOfCheck);
+    /// with so many files to send is verified by a CheckFolder task; in others, the upload verifies each file. With
+    /// checksAll there is such a task for each folder in which files were sent.
+    TransferQueue(PublishPlan& plan, int sessions, int filesOfCheck, bool checksAll);
 
     /// The next task of a session; waits for one, and is empty when all is done or the run has stopped.
     std::optional<Task> take(int session);
@@ -67,6 +68,8 @@ public:
     bool isCheckedByListing(int file) const;
     /// The files of a folder that have arrived and are not verified.
     std::vector<int> arrivedFiles(int folder) const;
+    /// The names of the files of a folder that are on the server, as far as is known.
+    QStringList filesOnServer(int folder) const;
     /// Asks one session to save the record, unless one does so or is about to.
     void requestSave();
 
@@ -118,6 +121,7 @@ private:
 
     PublishPlan& mPlan;
     std::vector<FolderState> mFolders;
+    bool mChecksAll;
     mutable std::mutex mMutex;
     std::condition_variable mChanged; ///< for sessions
     std::condition_variable mHappened; ///< for the thread that reports

@@ -17,17 +17,6 @@ static const TavrelInitializer initializer;
 static const QString PASSWORD = "p@ss: w/rd%1";
 static const QString SHOWN = "the server showed ";
 
-static QByteArray listed(const QByteArrayList& names)
-{
-    QByteArray listing;
-    for (const QByteArray& name : names) {
-        const bool isFolder = name.endsWith("|d");
-        listing += (isFolder ? "drwxr-xr-x" : name.contains(" -> ") ? "lrwxrwxrwx" : "-rw-r--r--");
-        listing += " 1 anna users 7 Jan 01 2020 " + (isFolder ? name.chopped(2) : name) + "\r\n";
-    }
-    return listing;
-}
-
 /// Runs the program as a user does, in a home folder of its own.
 class PublishToolTest : public QObject
 {

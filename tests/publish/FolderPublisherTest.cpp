@@ -187,6 +187,37 @@ private Q_SLOTS:
         QVERIFY(!QDir(remote("/d2")).exists());
     }
 
+    void copesWithNeighboursAndChanges()
+    {
+        write(local("/two words/page"), "page");
+        write(local("/name/file"), "was in a folder");
+        write(local("/d0/other"), "was a file");
+        publish();
+        write(remote("/../precious"), "precious");
+        QFile::setPermissions(remote("/../precious"), QFile::Permissions(0x6666));
+        const QStringList planted { ".tavrel-site.new", ".tavrel-site.0123456789abcdef" };
+        for (const QString& name : planted) {
+            QVERIFY(QFile::link("../precious", remote('/' + name)));
+        }
+        write(remote("/d1/f1.html.0123abcd.part"), "left by a killed run");
+        for (const char* folder : { "/a", "/two words" }) {
+            QVERIFY(QDir(remote(folder)).removeRecursively());
+        }
+        QVERIFY(QDir(local("/name")).removeRecursively() && QFile::remove(local("/d0/other")));
+        write(local("/name"), "is a file");
+        write(local("/d0/other/deep/file"), "is in a folder");
+        write(local("/d1/f1.html"), "changed");
+        const PublishReport report = publish([](FolderPublisher& publisher) {
+            publisher.setRemoveObsolete(true);
+            publisher.setCheckServer(true);
+            publisher.setUploadMode(FTPCurl::TemporaryName);
+        });
+        QCOMPARE(
+            summary(report), QString("5 sent, 41 unchanged, 2 removed, failed: , 0 not tried") + report.stopReason);
+        QCOMPARE(site(), read(local()));
+        QCOMPARE(FileUtils::readFileContent(remote("/../precious")), QByteArray("precious"));
+    }
+
     void stopsAtOnce()
     {
         write(local("/large"), QByteArray(64 << 20, 'x'));

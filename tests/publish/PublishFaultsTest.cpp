@@ -17,14 +17,18 @@ class PublishFaultsTest : public QObject
 {
     Q_OBJECT
 
+    using Replies = QMap<QByteArray, QByteArray>;
+
     QTemporaryDir mHere;
 
-    PublishReport publish(const FTPSettings& target, int connections) const
+    PublishReport publish(const FTPSettings& target, int connections, bool looks = false) const
     {
         FolderPublisher publisher;
         publisher.setStallTimeOut(1);
         publisher.setConnections(connections);
         publisher.setKeepModificationTime(true);
+        publisher.setCheckServer(looks);
+        publisher.setRemoveObsolete(looks);
         publisher.publish(target, mHere.filePath("site"));
         publisher.wait();
         return publisher.report();
@@ -33,7 +37,7 @@ class PublishFaultsTest : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        QDir(mHere.path()).mkdir("site");
+        QDir(mHere.path()).mkpath("site/empty");
         for (int i = 1; i <= 4; ++i) {
             QVERIFY(FileUtils::writeFileContent(mHere.filePath(QString("site/%1").arg(i)), EMPTY_RECORD));
         }
@@ -63,7 +67,7 @@ private Q_SLOTS:
         row("the server does not set times", "MFMT,MDTM", "500 what", false, "4 0 0");
         row("the record cannot be read", "RETR", "425 no data", false, "0 0 4", "425 no data");
         row("the record can be read at last", "RETR", "450 busy", true, "4 0 0");
-        row("the record cannot be written", "STOR site/.tavrel-site.new", "553 no", false, "4 1 0");
+        row("the record cannot be written", "STOR site/.tavrel-site.", "553 no", false, "4 1 0");
     }
 
     void neverReportsAFileThatIsNotWhole()
@@ -94,15 +98,16 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("refused");
         QTest::addColumn<QList<QByteArray>>("first");
         const QByteArray mark = EMPTY_RECORD + "9 - 1\n";
-        const QByteArray put = "STOR site/.tavrel-site.new";
-        const QByteArray from = "RNFR site/.tavrel-site.new";
+        const QByteArray put = "STOR site/.tavrel-site."; // and a number
+        const QByteArray from = "RNFR site/.tavrel-site.";
         QTest::newRow("of another version") << QByteArray("tavrel-site 2\n") << QByteArray() << QByteArray()
                                             << QList<QByteArray> { put, from, "STOR site/1" };
-        QTest::newRow("under its second name") << mark << QByteArray("RETR .tavrel-site") << QByteArray()
-                                               << QList<QByteArray> { from, put, from, "STOR site/1" };
+        QTest::newRow("under its second name")
+            << mark << QByteArray("RETR .tavrel-site") << QByteArray()
+            << QList<QByteArray> { put, from, "DELE site/.tavrel-site.", "STOR site/1" };
         QTest::newRow("that cannot be renamed")
             << mark << QByteArray() << QByteArray("RNTO")
-            << QList<QByteArray> { put, from, from, "STOR site/.tavrel-site", "STOR site/1" };
+            << QList<QByteArray> { put, from, "DELE site/.tavrel-site", from, "STOR site/1" };
     }
 
     void replacesARecordBeforeAnythingElse()
@@ -113,14 +118,75 @@ private Q_SLOTS:
         QFETCH(QList<QByteArray>, first);
         FtpPlay play;
         play.content = content;
-        play.replies = { { missing, "550 none" }, { refused, "550 no" }, { "STOR site/1", "552 full" } };
+        play.listing = [](const QByteArray&) { return listed({ ".tavrel-site.0123456789abcdef" }); };
+        play.replies
+            = { { missing, "550 none" }, { refused, "550 no" }, { "STOR site/1", "552 full" }, { "MLSD", "500 no" } };
         ScriptedFtpServer server(play);
         publish(FtpTarget(FTPSettings::FTP, server.port(), "site"), 1);
         QList<QByteArray> changes = server.commands();
-        const auto isOther
-            = [](const QByteArray& command) { return !command.startsWith("STOR") && !command.startsWith("RNFR"); };
+        const auto isOther = [](QByteArray& command) {
+            command = command.contains(".tavrel-site.") ? command.left(command.lastIndexOf('.') + 1) : command;
+            return !command.startsWith("STOR") && !command.startsWith("RNFR") && !command.startsWith("DELE");
+        };
         changes.erase(std::remove_if(changes.begin(), changes.end(), isOther), changes.end());
         QCOMPARE(changes.mid(0, first.size()), first);
+    }
+
+    void looksAtTheServer_data()
+    {
+        QTest::addColumn<QByteArray>("record"); // a line of it
+        QTest::addColumn<QByteArray>("listing"); // of each directory that was entered
+        QTest::addColumn<Replies>("replies");
+        QTest::addColumn<QByteArray>("once"); // a command that is due
+        QTest::addColumn<QByteArray>("never");
+        QTest::addColumn<QStringList>("failed");
+        const auto row = [](const char* name, const QByteArray& record, const QByteArray& listing, Replies replies,
+                             const QByteArray& once, const QByteArray& never = {}, const QStringList& failed = {}) {
+            replies.insert({ { "MLSD", "500 no" }, { "SIZE", "213 14" } });
+            replies["SIZE .tavrel-site"] = replies.value("SIZE .tavrel-site", "500 no");
+            QTest::newRow(name) << record << listing << replies << once << never << failed;
+        };
+        const QByteArray digest = QCryptographicHash::hash(EMPTY_RECORD, QCryptographicHash::Sha256).toHex();
+        const QByteArray unchanged = "14 " + digest + " 1";
+        const QByteArray gone = "7 " + digest + ' ';
+        const QByteArray unknown = "ls: cannot access 1\r\n";
+        row("the path of a listing is refused", gone + "gone", listed({ "gone" }), { { "LIST -a site", "550 no" } },
+            "DELE site/gone");
+        row("a folder may not be entered", gone + "d/gone", listed({ "d|d" }),
+            { { "LIST -a site/d", "550 no" }, { "CWD site/d", "550 no" } }, "CWD site/d", "DELE site/d/gone");
+        row("a name is listed twice", gone + "d/d", listed({ "d -> /away", "d|d" }), {}, "MLSD site", "DELE site/d/d");
+        row("a file has become a folder", gone + "empty", listed({ "empty" }), {}, "DELE site/empty");
+        row("a folder has become a file", gone + "1/gone", listed({ "1|d", "gone" }), {}, "RMD site/1");
+        const QByteArray mark = "APPE site/.tavrel-site";
+        row("a listing is in no known style", unchanged, unknown, { { "SIZE site/1", "550 none" } }, mark, "", { "1" });
+        row("neither listings nor sizes are told", unchanged, "", { { "LIST", "451 no" }, { "SIZE site/1", "502 no" } },
+            mark, "", { "1" });
+        row("a record is too large", "", "", { { "SIZE .tavrel-site", "213 2000000000" } }, "SIZE .tavrel-site");
+        row("a file is in place of a folder", "", "", { { "CWD site/empty", "550 no" } }, "MKD site/empty", "",
+            { "empty/" });
+    }
+
+    void looksAtTheServer()
+    {
+        QFETCH(QByteArray, listing);
+        QFETCH(QByteArray, once);
+        QFETCH(QByteArray, never);
+        QFETCH(QByteArray, record);
+        QFETCH(Replies, replies);
+        FtpPlay play;
+        play.content = EMPTY_RECORD + record + '\n';
+        play.listing = [listing](const QByteArray&) { return listing; };
+        play.replies = replies;
+        ScriptedFtpServer server(play);
+        const PublishReport report = publish(FtpTarget(FTPSettings::FTP, server.port(), "site"), 1, true);
+        const QList<QByteArray> commands = server.commands();
+        QVERIFY2(commands.count(once) == 1, commands.join('\n').constData());
+        QVERIFY2(!commands.contains(never), commands.join('\n').constData());
+        QStringList failed;
+        for (const PublishReport::Failure& failure : report.failed) {
+            failed << failure.path;
+        }
+        QTEST(failed, "failed");
     }
 
     void makesDoWithFewerSessions()

@@ -9,6 +9,17 @@ static const QMap<QByteArray, QByteArray> USUAL_REPLIES { { "USER", "331 who" },
     { "PWD", "257 \"/\"" }, { "TYPE", "200 fine" }, { "MDTM", "213 20200101000000" }, { "LIST", "150 here" },
     { "RETR", "150 here" }, { "STOR", "150 send" }, { "QUIT", "221 bye" } };
 
+QByteArray listed(const QByteArrayList& entries)
+{
+    QByteArray listing;
+    for (const QByteArray& name : entries) {
+        const bool isFolder = name.endsWith("|d");
+        listing += (isFolder ? "drwxr-xr-x" : name.contains(" -> ") ? "lrwxrwxrwx" : "-rw-r--r--");
+        listing += " 1 anna users 7 Jan 01 2020 " + (isFolder ? name.chopped(2) : name) + "\r\n";
+    }
+    return listing;
+}
+
 ScriptedFtpServer::ScriptedFtpServer(FtpPlay play)
     : mPlay(std::move(play))
     , mServer([this](ScriptedServer&, QTcpSocket& control) { converse(control); })
@@ -60,7 +71,11 @@ void ScriptedFtpServer::converse(QTcpSocket& control)
             usual = "227 ok (127,0,0,1,"
                 + QString("%1,%2)").arg(port / 256, 3, 10, QChar('0')).arg(port % 256, 3, 10, QChar('0')).toLatin1();
         }
-        const QByteArray reply = replyTo(mPlay.replies.contains(command) ? command : verb, usual);
+        const QByteArray start = command.left(command.lastIndexOf('.') + 1);
+        const QByteArray reply = replyTo(mPlay.replies.contains(command) ? command
+                : !start.isEmpty() && mPlay.replies.contains(start)      ? start
+                                                                         : verb,
+            usual);
         goesOn = say(control, reply) && verb != "QUIT";
         if (goesOn && reply.startsWith("150")) {
             goesOn = transfer(control, dataServer, verb);

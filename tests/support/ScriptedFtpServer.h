@@ -2,6 +2,7 @@
 
 #include "ScriptedServer.h"
 
+#include <QByteArrayList>
 #include <QMap>
 
 class QTcpServer;
@@ -13,8 +14,8 @@ struct FtpPlay
     static const QByteArray DROP;
     static const QByteArray SILENCE;
 
-    /// Replies by command ("CWD www"), by verb ("CWD"), or to what follows on a transfer ("after STOR"). One with
-    /// 421 closes the connection.
+    /// Replies by command ("CWD www"), by its part up to the last dot ("DELE www/a."), by verb ("CWD"), or to what
+    /// follows on a transfer ("after STOR"). One with 421 closes the connection.
     QMap<QByteArray, QByteArray> replies;
     /// Tells whether such a reply is due, else the usual one is given; always, without a function.
     std::function<bool()> isDue;
@@ -24,6 +25,9 @@ struct FtpPlay
     bool isEndless = false; ///< LIST and RETR send theirs again and again, until the client has gone
     std::function<void(const QByteArray& command)> onCommand; ///< called on the server's thread before the reply
 };
+
+/// A listing of entries of 7 bytes: files, folders ("name|d") and links ("name -> target").
+QByteArray listed(const QByteArrayList& entries);
 
 /// An FTP server on a free loopback port that agrees to everything its play does not mention.
 class ScriptedFtpServer
