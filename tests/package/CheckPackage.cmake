@@ -67,8 +67,9 @@ function(check_prefix prefix)
     set(flags "${flags}" PARENT_SCOPE)
 endfunction()
 
-# The source archive of a commit is always the same.
-if(EXISTS "${SOURCE_DIR}/.git")
+# The source archive of a commit is always the same. A system may be without Git, or without the repository of a work tree.
+execute_process(COMMAND git -C "${SOURCE_DIR}" rev-parse RESULT_VARIABLE git_result OUTPUT_QUIET ERROR_QUIET)
+if(EXISTS "${SOURCE_DIR}/.git" AND git_result EQUAL 0)
     foreach(umask 022 077)
         run(sh -c "umask ${umask} && '${SOURCE_DIR}/scripts/package' --source '${work}/${umask}.tar.gz'")
     endforeach()
