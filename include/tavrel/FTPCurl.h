@@ -68,7 +68,8 @@ public:
     ~FTPCurl() override;
 
     /// Opens a session, after closing an open one. Nothing is sent yet: a wrong host or password shows at the first
-    /// request. A port above 65535 is refused. The proxy is that of the system; an interruption also ends the wait for
+    /// request. A port above 65535 is refused, as is active mode over FTPS with libcurl before 8.5, which does not
+    /// protect the files there. The proxy is that of the system; an interruption also ends the wait for
     /// a system that is slow to name it.
     bool initHost(const FTPSettings& settings);
     /// Which servers the next sessions accept; anyone by default. Ends an open session, so call it before initHost(). A

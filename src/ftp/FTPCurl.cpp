@@ -9,6 +9,7 @@
 namespace {
 
 constexpr int MAX_PORT = 65535;
+constexpr unsigned int FIRST_VERSION_WITH_TLS_IN_ACTIVE_MODE = 0x080500;
 
 QString schemeOf(FTPSettings::Protocol protocol)
 {
@@ -50,6 +51,9 @@ bool FTPCurl::initHost(const FTPSettings& settings)
         // default one.
         return mPrivate->refuse(
             QStringLiteral("initHost: port %1 is above %2").arg(settings.port()).arg(MAX_PORT), __LINE__);
+    }
+    if (!mPrivate->checkMode()) {
+        return false;
     }
     if (!mPrivate->checkTrust(settings.ftpProtocol())) {
         return false;
@@ -129,6 +133,16 @@ void FTPCurl::appendInfoServer(const QString& info)
 void FTPCurl::handleCurlError(CURLcode code, const QString& context, VFSCurlData* /*data*/)
 {
     mPrivate->setResult(static_cast<int>(code), context);
+}
+
+bool FTPCurl::Private::checkMode()
+{
+    const bool isProtected = settings.passiveMode() || !FTPSession::isOverTls(settings.ftpProtocol())
+        || curl_version_info(CURLVERSION_NOW)->version_num >= FIRST_VERSION_WITH_TLS_IN_ACTIVE_MODE;
+    return isProtected
+        || refuse(QStringLiteral("initHost: libcurl %1 does not protect data connections of FTPS in active mode")
+                      .arg(QLatin1String(curl_version_info(CURLVERSION_NOW)->version)),
+            __LINE__);
 }
 
 RemotePath FTPCurl::Private::path(const QString& path) const

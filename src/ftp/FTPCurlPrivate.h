@@ -47,6 +47,8 @@ struct FTPOptions::Private
     std::optional<RemotePath> accept(
         const QString& path, const char* operation, const char* messageWhenEmpty, int line);
     bool checkSendable(const RemotePath& path, const char* operation, int line);
+    /// Refuses a mode in which files would go without the protection that the protocol promises.
+    bool checkMode();
     bool checkTrust(FTPSettings::Protocol protocol);
     void setPermissions(int& member, int permissions, const char* operation);
 

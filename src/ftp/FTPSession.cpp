@@ -45,11 +45,6 @@ bool isConversationInOrder(int code)
     }
 }
 
-bool isOverTls(FTPSettings::Protocol protocol)
-{
-    return protocol == FTPSettings::FTPS_EXPLICIT || protocol == FTPSettings::FTPS_IMPLICIT;
-}
-
 /// The result of an upload that cannot begin, before the server hears of it. Opens the source of one that can.
 CURLcode openSource(QIODevice* device)
 {
@@ -73,6 +68,11 @@ FTPSession& FTPSession::of(const FTPCurl& owner)
     return owner.mPrivate->session;
 }
 
+bool FTPSession::isOverTls(FTPSettings::Protocol protocol)
+{
+    return protocol == FTPSettings::FTPS_EXPLICIT || protocol == FTPSettings::FTPS_IMPLICIT;
+}
+
 FTPSession::~FTPSession()
 {
     close();
@@ -93,6 +93,8 @@ bool FTPSession::open(const FTPSettings& settings)
     curl_easy_setopt(mHandle, CURLOPT_FTPPORT, settings.passiveMode() ? nullptr : "-");
     curl_easy_setopt(mHandle, CURLOPT_NOPROGRESS, 0L);
     curl_easy_setopt(mHandle, CURLOPT_FTP_USE_EPSV, 0L);
+    // By default since libcurl 7.74: a server must not make the client connect to another host.
+    curl_easy_setopt(mHandle, CURLOPT_FTP_SKIP_PASV_IP, 1L);
     curl_easy_setopt(mHandle, CURLOPT_FTP_CREATE_MISSING_DIRS, 0L);
     curl_easy_setopt(mHandle, CURLOPT_APPEND, 0L);
     curl_easy_setopt(mHandle, CURLOPT_FTP_FILEMETHOD, static_cast<long>(CURLFTPMETHOD_SINGLECWD));
@@ -107,6 +109,7 @@ bool FTPSession::open(const FTPSettings& settings)
     curl_easy_setopt(mHandle, CURLOPT_TCP_KEEPALIVE, 1L);
     // libcurl keeps each port of a data connection as if it were a name, and looks through all of them after each file.
     curl_easy_setopt(mHandle, CURLOPT_DNS_CACHE_TIMEOUT, 0L);
+    TransferLoop::keepAcceptedFromChildren(mHandle);
     setSecurity();
     setTrust(settings);
     return true;
@@ -119,6 +122,8 @@ void FTPSession::setSecurity()
     curl_easy_setopt(mHandle, CURLOPT_SSL_VERIFYPEER, 0L);
     if (isOverTls(mProtocol)) {
         curl_easy_setopt(mHandle, CURLOPT_SSL_VERIFYHOST, 0L);
+        // Otherwise an HTTP proxy gets the URL with user and password, without TLS, and talks to the server itself.
+        curl_easy_setopt(mHandle, CURLOPT_HTTPPROXYTUNNEL, 1L);
         curl_easy_setopt(mHandle, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_DEFAULT));
         mPeerCheck.watchTls(mHandle, [this] { return isDataConnectionNext(); });
     }

@@ -41,6 +41,8 @@ public:
     /// The one that a client owns.
     static FTPSession& of(const FTPCurl& owner);
 
+    static bool isOverTls(FTPSettings::Protocol protocol);
+
     FTPSession() = default;
     ~FTPSession();
 

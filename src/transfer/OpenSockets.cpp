@@ -29,6 +29,17 @@ void OpenSockets::watch(CURL* easy)
     curl_easy_setopt(easy, CURLOPT_CLOSESOCKETDATA, this);
 }
 
+void OpenSockets::keepAcceptedFromChildren(CURL* easy)
+{
+    const auto keep = [](void* /*data*/, curl_socket_t socket, curlsocktype purpose) {
+        if (purpose == CURLSOCKTYPE_ACCEPT) {
+            Sockets::keepFromChildren(socket);
+        }
+        return CURL_SOCKOPT_OK;
+    };
+    curl_easy_setopt(easy, CURLOPT_SOCKOPTFUNCTION, static_cast<curl_sockopt_callback>(keep));
+}
+
 void OpenSockets::detach(CURL* easy)
 {
     curl_easy_setopt(easy, CURLOPT_OPENSOCKETFUNCTION, nullptr);

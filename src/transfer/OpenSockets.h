@@ -23,6 +23,9 @@ public:
     /// Restores libcurl's own functions that open and close sockets.
     static void detach(CURL* easy);
 
+    /// Keeps the sockets that libcurl accepts, in active mode, from child processes.
+    static void keepAcceptedFromChildren(CURL* easy);
+
     /// Any thread: from now on every read meets the end of the stream. Written data still goes out.
     void shutDown();
 

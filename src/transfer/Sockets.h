@@ -7,6 +7,8 @@ namespace Sockets {
 
 /// A socket that child processes do not inherit; CURL_SOCKET_BAD if the system refuses one.
 curl_socket_t open(const curl_sockaddr& address);
+/// Keeps a socket from child processes that are started from now on.
+void keepFromChildren(curl_socket_t socket);
 /// 0, or a negative value on failure.
 int close(curl_socket_t socket);
 /// Differs between a socket and a later one with its number, where the system tells; else 0.

@@ -20,10 +20,15 @@ curl_socket_t Sockets::open(const curl_sockaddr& address)
     // macOS: a process that another thread starts between the two calls inherits the socket.
     const curl_socket_t opened = socket(address.family, address.socktype, address.protocol);
     if (opened != CURL_SOCKET_BAD) {
-        fcntl(opened, F_SETFD, FD_CLOEXEC); // NOLINT(*-vararg)
+        keepFromChildren(opened);
     }
     return opened;
 #endif
+}
+
+void Sockets::keepFromChildren(curl_socket_t socket)
+{
+    fcntl(socket, F_SETFD, FD_CLOEXEC); // NOLINT(*-vararg)
 }
 
 int Sockets::close(curl_socket_t socket)

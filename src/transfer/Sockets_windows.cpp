@@ -10,6 +10,11 @@ curl_socket_t Sockets::open(const curl_sockaddr& address)
         WSA_FLAG_OVERLAPPED | WSA_FLAG_NO_HANDLE_INHERIT);
 }
 
+void Sockets::keepFromChildren(curl_socket_t socket)
+{
+    SetHandleInformation(reinterpret_cast<HANDLE>(socket), HANDLE_FLAG_INHERIT, 0);
+}
+
 int Sockets::close(curl_socket_t socket)
 {
     return closesocket(socket);

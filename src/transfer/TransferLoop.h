@@ -52,6 +52,9 @@ public:
     /// of life.
     void setLingers(bool isOn) { mLingers = isOn; }
 
+    /// For a handle whose transfers may accept connections.
+    static void keepAcceptedFromChildren(CURL* easy) { OpenSockets::keepAcceptedFromChildren(easy); }
+
     /// Detaches a handle that outlives the loop and is used again.
     static void detach(CURL* easy) { OpenSockets::detach(easy); }
 

@@ -6,6 +6,8 @@
 
 #include <QBuffer>
 
+#include <fcntl.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <thread>
 
@@ -41,6 +43,26 @@ protected:
     qint64 writeData(const char* data, qint64 size) override
     {
         QThread::msleep(5);
+        return QBuffer::writeData(data, size);
+    }
+};
+
+/// Counts the connections that a child process would inherit.
+class Uninherited : public QBuffer
+{
+public:
+    int inherited = 0;
+
+protected:
+    qint64 writeData(const char* data, qint64 size) override
+    {
+        for (int i = 3; i < 100; ++i) {
+            sockaddr_storage address {};
+            socklen_t length = sizeof address;
+            const bool isConnection
+                = getsockname(i, reinterpret_cast<sockaddr*>(&address), &length) == 0 && address.ss_family == AF_INET;
+            inherited += isConnection && (fcntl(i, F_GETFD) & FD_CLOEXEC) == 0 ? 1 : 0;
+        }
         return QBuffer::writeData(data, size);
     }
 };
@@ -138,12 +160,17 @@ private Q_SLOTS:
         QVERIFY(QFile::exists(mDisk + "a"));
         QVERIFY(mFtp->removeResource("a/small"));
         QVERIFY(!QFile::exists(mDisk + "a/small"));
-        // The libcurl of Debian 12 leaves TLS out of a data connection that the server opens.
-        if (mTarget->ftpProtocol() == FTPSettings::FTP) {
-            QVERIFY(mFtp->initHost(mTarget->active()));
-            QVERIFY(mFtp->getData("a/b/large", data));
-            QCOMPARE(data, content);
+        const bool isProtected = mIsSftp || mTarget->ftpProtocol() == FTPSettings::FTP
+            || curl_version_info(CURLVERSION_NOW)->version_num >= 0x080500;
+        QCOMPARE(mFtp->initHost(FtpTarget(*mTarget).active()), isProtected);
+        if (isProtected) {
+            Uninherited sink;
+            VFSCurlData request { VFSCurlData::Download, mFtp.get(), &sink, {}, mFtp->generateUrl("a/b/large") };
+            QCOMPARE(performCurlRequest(request), int(CURLE_OK));
+            QCOMPARE(sink.inherited, 0);
+            QVERIFY(sink.data() == content);
         }
+        QVERIFY(mFtp->initHost(*mTarget));
         QVERIFY2(mFtp->removeResource("a"), qPrintable(mFtp->errorMessage()));
         QCOMPARE(QDir(mDisk).entryList(QDir::NoDotAndDotDot | QDir::AllEntries), QStringList("empty"));
     }
