@@ -3,7 +3,11 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#ifdef Q_OS_WIN
+#include <QRegularExpression>
+#endif
 
+#include <algorithm>
 #include <filesystem>
 #include <utility>
 
@@ -22,6 +26,37 @@ std::error_code keepPermissions(const fs::path& from, const fs::path& to)
     }
     return error;
 }
+
+const QChar SLASH = QLatin1Char('/');
+
+/// As file systems compare names that ignore letter case and characters without a shape.
+QString spellingOf(const QString& name)
+{
+    QString spelling;
+    for (const QChar character : name.normalized(QString::NormalizationForm_KC)) {
+        if (character.category() != QChar::Other_Format) {
+            spelling += character;
+        }
+    }
+    return spelling.toCaseFolded();
+}
+
+bool hasControlCharacter(const QString& name)
+{
+    return std::any_of(name.begin(), name.end(), [](QChar character) { return character < QLatin1Char(' '); });
+}
+
+#ifdef Q_OS_WIN
+/// Whether Windows takes the name for another one, a device, a stream or a path.
+bool isOddOnWindows(const QString& name)
+{
+    static const QRegularExpression odd(
+        QStringLiteral(
+            "[<>:\"|?*\\\\]|[. ]$|^(con|prn|aux|nul|conin\\$|conout\\$|(com|lpt)[0-9\u00b9\u00b2\u00b3])( *\\.| *$)"),
+        QRegularExpression::CaseInsensitiveOption);
+    return odd.match(name).hasMatch();
+}
+#endif
 
 } // namespace
 
@@ -50,6 +85,29 @@ bool FetchFolder::open()
     }
     mPart = mParts->filePath(QStringLiteral("part"));
     return true;
+}
+
+bool FetchFolder::isRecord(const QString& relative)
+{
+    return spellingOf(relative.section(SLASH, -1, -1, QString::SectionSkipEmpty))
+        .startsWith(QLatin1String(".tavrel-site"));
+}
+
+QString FetchFolder::refusalOf(const QString& relative)
+{
+    const QString name = relative.section(SLASH, -1, -1, QString::SectionSkipEmpty);
+    if (isRecord(relative) || spellingOf(name) == QLatin1String(".tavrelignore")) {
+        return QStringLiteral("a file of this name controls what is published");
+    }
+    if (hasControlCharacter(name)) {
+        return QStringLiteral("its name has a control character");
+    }
+#ifdef Q_OS_WIN
+    if (isOddOnWindows(name)) {
+        return QStringLiteral("its name means something else on Windows");
+    }
+#endif
+    return QString();
 }
 
 bool FetchFolder::makeFolder(const QString& relative)

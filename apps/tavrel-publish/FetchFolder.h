@@ -18,6 +18,11 @@ public:
 
     /// Creates the folder if it is missing. Like the functions below, returns false with the reason in fault().
     bool open();
+    /// Why a path is not written here; empty for one that is. What controls a later run of the publisher comes from its
+    /// user only, whatever the server has.
+    static QString refusalOf(const QString& relative);
+    /// Whether a path is of a record of the publisher, which is about the folder on the server.
+    static bool isRecord(const QString& relative);
     /// Creates a folder whose parent exists; true if it exists already.
     bool makeFolder(const QString& relative);
     /// Creates an empty file at part(), the target of the next download.

@@ -9,12 +9,18 @@
 #include <QPair>
 #include <QVector>
 
+#include <limits>
 #include <utility>
 
 namespace {
 
 constexpr double MS_PER_SECOND = 1000.0;
-const char* const RECORD = ".tavrel-site"; ///< of FolderPublisher, about the folder on the server
+
+/// The sum of sizes that a server has announced.
+qint64 sumOf(qint64 a, qint64 b)
+{
+    return b > std::numeric_limits<qint64>::max() - a ? std::numeric_limits<qint64>::max() : a + b;
+}
 
 /// Some servers also find a folder by its name without a slash.
 bool isLinkToFile(FTPCurl& client, const QString& path)
@@ -60,11 +66,11 @@ void FetchTask::run(FTPCurl& client, Report& report)
     QVector<QPair<RemoteEntry, QString>> entries;
     qint64 bytes = 0;
     RemoteTree(client, report).walk(mRemoteFolder, [&](const RemoteEntry& entry, const QString& relative) {
-        if (relative == QLatin1String(RECORD)) {
+        if (entry.kind == RemoteEntry::File && FetchFolder::isRecord(relative)) {
             return;
         }
         entries.append({ entry, relative });
-        bytes += entry.kind == RemoteEntry::File ? qMax<qint64>(entry.size, 0) : 0;
+        bytes = entry.kind == RemoteEntry::File ? sumOf(bytes, qMax<qint64>(entry.size, 0)) : bytes;
     });
     client.setKeepModificationTime(mKeepTimes);
     mTotalBytes = bytes;
@@ -81,7 +87,11 @@ void FetchTask::fetch(FTPCurl& client, Report& report, const RemoteEntry& entry,
         report.notTried(relative);
         return;
     }
-    if (entry.kind == RemoteEntry::Directory) {
+    const QString refusal = FetchFolder::refusalOf(relative);
+    if (!refusal.isEmpty()) {
+        mFailedFolder = entry.kind == RemoteEntry::Directory ? relative : mFailedFolder;
+        report.failed(relative, refusal);
+    } else if (entry.kind == RemoteEntry::Directory) {
         makeFolder(report, relative);
     } else if (entry.kind == RemoteEntry::File || isLinkToFile(client, entry.path)) {
         fetchFile(client, report, entry, relative);

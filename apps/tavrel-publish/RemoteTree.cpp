@@ -15,6 +15,15 @@ bool isBefore(const RemoteEntry& a, const RemoteEntry& b)
     return a.name < b.name;
 }
 
+RemoteEntry neither(RemoteEntry entry)
+{
+    if (entry.kind == RemoteEntry::Directory) {
+        entry.path.chop(1);
+    }
+    entry.kind = RemoteEntry::Other;
+    return entry;
+}
+
 } // namespace
 
 RemoteTree::RemoteTree(FTPCurl& client, Report& report)
@@ -38,6 +47,13 @@ QVector<RemoteEntry> RemoteTree::list(FTPCurl& client, Report& report, const QSt
         return {};
     }
     std::sort(entries.begin(), entries.end(), isBefore);
+    // A name with a line break in it can look like a further line, and make a folder of a link.
+    for (auto i = 1; i < entries.size(); ++i) {
+        if (entries[i].name == entries[i - 1].name) {
+            entries[i - 1] = neither(entries[i - 1]);
+            entries[i] = neither(entries[i]);
+        }
+    }
     return entries;
 }
 

@@ -20,6 +20,11 @@ InterruptKey::InterruptKey(QObject* parent)
 {
     std::signal(SIGINT, remember);
     std::signal(SIGTERM, remember);
+#ifdef SIGHUP
+    if (std::signal(SIGHUP, remember) == SIG_IGN) {
+        std::signal(SIGHUP, SIG_IGN); // as nohup has asked for
+    }
+#endif
     connect(&mTimer, &QTimer::timeout, this, &InterruptKey::poll);
     mTimer.start(WATCH_MS);
 }

@@ -3,7 +3,7 @@
 #include <QObject>
 #include <QTimer>
 
-/// Turns SIGINT (Ctrl+C) and SIGTERM into a Qt signal on the event loop. One per process.
+/// Turns SIGINT (Ctrl+C), SIGTERM and SIGHUP (a closed terminal) into a Qt signal on the event loop. One per process.
 class InterruptKey : public QObject
 {
     Q_OBJECT

@@ -62,13 +62,20 @@ QStringList PathFilter::addLines(const QString& text)
     return malformed;
 }
 
+/// A glob that takes too many steps for a path excludes it: it is neither sent nor removed.
+bool PathFilter::matches(const Rule& rule, const QString& text)
+{
+    const QRegularExpressionMatch match = rule.pattern.match(text);
+    return match.hasMatch() || (!match.isValid() && rule.isExcluding);
+}
+
 bool PathFilter::excludes(const QString& path, bool isFolder) const
 {
-    const QString name = path.section(SLASH, -1);
+    const QString name = path.mid(path.lastIndexOf(SLASH) + 1);
     bool isExcluded = false;
     for (const Rule& rule : mRules) {
         const bool isCandidate = rule.isExcluding != isExcluded && (isFolder || !rule.isOfFolders);
-        if (isCandidate && rule.pattern.match(rule.isOfName ? name : path).hasMatch()) {
+        if (isCandidate && matches(rule, rule.isOfName ? name : path)) {
             isExcluded = rule.isExcluding;
         }
     }
@@ -77,7 +84,7 @@ bool PathFilter::excludes(const QString& path, bool isFolder) const
 
 bool PathFilter::excludesWithParents(const QString& path) const
 {
-    for (auto slash = path.indexOf(SLASH); slash >= 0; slash = path.indexOf(SLASH, slash + 1)) {
+    for (auto slash = path.indexOf(SLASH); slash >= 0 && !mRules.empty(); slash = path.indexOf(SLASH, slash + 1)) {
         if (excludes(path.left(slash), true)) {
             return true;
         }

@@ -31,6 +31,7 @@ private:
     };
 
     static std::optional<Rule> parse(QString glob);
+    static bool matches(const Rule& rule, const QString& text);
 
     std::vector<Rule> mRules;
 };

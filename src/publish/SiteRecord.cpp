@@ -11,12 +11,17 @@ namespace {
 
 constexpr int MAX_LINE_BYTES = 64 * 1024;
 const char NOT_WHOLE[] = "-";
+constexpr int MAX_PATH_BYTES = 4096;
 constexpr int SECOND_NAME_DIGITS = 16;
 constexpr int HEXADECIMAL = 16;
 
-/// Plain names between single slashes.
+/// Plain names between single slashes. No system has longer paths; each of many folders would be compared with all
+/// globs.
 bool isPathBelow(const QByteArray& path)
 {
+    if (path.size() > MAX_PATH_BYTES) {
+        return false;
+    }
     const QList<QByteArray> names = path.split('/');
     return std::all_of(names.begin(), names.end(), [](const QByteArray& name) {
         const bool isControlFree

@@ -263,7 +263,8 @@ private Q_SLOTS:
     void endsAtOnceWhenInterrupted()
     {
         write("site/file");
-        for (const char* argument : { "--list", "--doctor", "site" }) {
+        for (const auto& [argument, signal] : std::vector<std::pair<const char*, int>> {
+                 { "--list", SIGINT }, { "--doctor", SIGTERM }, { "site", SIGHUP } }) {
             std::promise<void> loggingIn;
             FtpPlay play;
             play.replies = { { "PASS", FtpPlay::SILENCE } };
@@ -279,7 +280,7 @@ private Q_SLOTS:
             QCOMPARE(loggingIn.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
             QElapsedTimer time;
             time.start();
-            kill(static_cast<pid_t>(tool.processId()), SIGINT);
+            kill(static_cast<pid_t>(tool.processId()), signal);
             QCOMPARE(finish(tool), 130);
             QVERIFY2(time.elapsed() < 400, qPrintable(QString::number(time.elapsed())));
             QVERIFY2(mTold.contains("interrupted"), qPrintable(mTold));
@@ -302,7 +303,8 @@ private Q_SLOTS:
         play.replies = { { "MLSD", "500 no" } };
         play.listing = [&outside](const QByteArray& directory) {
             return directory == "www" ? listed({ "..", "../precious", "../../precious", outside, outside + "|d",
-                       "a/../b", "..|d", "../up|d", "x/../..|d", "linked|d", "replaced", "good", "..good" })
+                       "a/../b", "..|d", "../up|d", "x/../..|d", "linked|d", "replaced", "good", "..good",
+                       ".TavrelIgnore", ".TAVREL-site", "bell\a|d", "twice|d", "twice -> ../up" })
                                       : listed({ "file" });
         };
         const ScriptedFtpServer server(play);
@@ -312,6 +314,7 @@ private Q_SLOTS:
         QCOMPARE(content("precious") + content("elsewhere/file"), QByteArray("minemine"));
         QCOMPARE(names("."), QStringList({ "deep", "elsewhere", "home", "precious", "site.xml" }));
         QCOMPARE(names("deep"), QStringList("back"));
+        QCOMPARE(names("deep/back"), QStringList({ "..good", "good", "linked", "replaced" }));
         for (const char* name : { "good", "..good", "replaced" }) {
             QCOMPARE(content(QString("deep/back/") + name), QByteArray("HOSTILE"));
         }
