@@ -31,6 +31,7 @@ constexpr int MAX_SOCKETS = 1024;
 constexpr int SHORT_CALLS = 200;
 constexpr int SLICE_MS = 20;
 constexpr size_t SHORT_BYTES = 16;
+constexpr size_t MAX_COMMAND_BYTES = 1024;
 
 /// State of a socket: how it is broken, or how many of its calls are short.
 enum Broken { Reset = -1, Ended = -2, Silent = -3 };
@@ -206,7 +207,11 @@ template <class Call> ssize_t transmit(int fd, size_t size, const Call& call)
     if (states[fd] >= 0) {
         strike(network, fd);
     }
-    return states[fd] < 0 ? fail(states[fd] == Silent ? EAGAIN : EPIPE) : call(shortened(fd, size));
+    if (states[fd] < 0) {
+        return fail(states[fd] == Silent ? EAGAIN : EPIPE);
+    }
+    // libcurl does not send the rest of a command of POSTQUOTE; systems do not take a part of a few bytes.
+    return call(size > MAX_COMMAND_BYTES ? shortened(fd, size) : size);
 }
 
 } // namespace
