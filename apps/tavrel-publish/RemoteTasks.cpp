@@ -87,7 +87,22 @@ void ChmodTask::run(FTPCurl& client, Report& report)
         } else if (client.internal_chmod(path, mMode)) {
             report.succeeded(shown);
         } else {
-            report.failed(shown, client);
+            reportFailure(client, report, path);
         }
+    }
+}
+
+/// internal_chmod() leaves no error. A request that does tells whether the server or the login is at fault.
+void ChmodTask::reportFailure(FTPCurl& client, Report& report, const QString& path)
+{
+    const QString shown = client.canonicalizedRelativeFilePath(path);
+    const QString reply = client.serverReply();
+    const QString reason = reply.isEmpty() ? client.errorDetail() : reply;
+    bool exists = false;
+    client.setExistingResourceCache(path, -1);
+    if (client.resourceExists(path, exists)) {
+        report.failed(shown, reason.isEmpty() ? Report::reasonOf(client) : reason);
+    } else {
+        report.failed(shown, client);
     }
 }

@@ -48,6 +48,8 @@ public:
     void run(FTPCurl& client, Report& report) override;
 
 private:
+    static void reportFailure(FTPCurl& client, Report& report, const QString& path);
+
     int mMode;
     QStringList mPaths;
 };

@@ -22,7 +22,8 @@ public:
     enum UploadMode { InPlace = 0, TemporaryName = 1 };
 
     /// Permission bits that uploaded files and new directories get over SFTP, 0 to 0777; -1, the default, leaves them
-    /// to the server. The server takes off the bits of its umask. Other values are refused as described above.
+    /// to the server. The server takes off the bits of its umask. Other values are kept as well, and each request that
+    /// would send them fails with CURLE_BAD_FUNCTION_ARGUMENT.
     ///@{
     int filePermissions() const;
     void setFilePermissions(int permissions);

@@ -1,7 +1,8 @@
 #include "FTPCurlPrivate.h"
-#include "FileMode.h"
 
 #include <QFileInfo>
+
+#include <algorithm>
 
 bool FTPCurl::resourceExists(const QString& path, bool& exists)
 {
@@ -46,7 +47,6 @@ bool FTPCurl::createDirectoryIfNecessary(const QString& filePath)
     // A plain name is in the folder of the settings, which is not created for it.
     const QString parent = QFileInfo(RemotePath::withoutTrailingSlash(filePath)).path();
     if (parent.isEmpty() || parent == QLatin1String(".") || parent == RemotePath::SLASH) {
-        clearError();
         return true;
     }
     return createDirectory(parent);
@@ -61,15 +61,7 @@ bool FTPCurl::internal_mkdir(const QString& directory)
 bool FTPCurl::internal_chmod(const QString& filePath, int mode)
 {
     const auto path = mPrivate->accept(filePath, "internal_chmod", "internal_chmod: filePath is empty", __LINE__);
-    if (!path) {
-        return false;
-    }
-    if (mode < -1 || mode > FileMode::MAX) {
-        return mPrivate->refuse(
-            QStringLiteral("internal_chmod: %1 is not between 0 and 7777").arg(QString::number(mode, FileMode::OCTAL)),
-            __LINE__);
-    }
-    return mode == -1 || mPrivate->changeMode(*path, mode);
+    return path && (mode == -1 || mPrivate->changeMode(*path, mode));
 }
 
 int FTPCurl::Private::request(VFSCurlData::Kind kind, QIODevice* device, const RemotePath& path)
@@ -109,7 +101,6 @@ bool FTPCurl::Private::exists(const RemotePath& path, bool& exists)
     const int known = existingResources.value(key, -1);
     if (known == 0 || known == 1) {
         exists = known == 1;
-        client.clearError();
         return true;
     }
     const int code = request(VFSCurlData::ExistenceTest, nullptr, path);
@@ -126,8 +117,8 @@ bool FTPCurl::Private::exists(const RemotePath& path, bool& exists)
     default:
         return setResult(code, QString());
     }
+    // Deliberate: an answer, also one from the cache, does not clear an older error.
     existingResources.insert(key, exists ? 1 : 0);
-    client.clearError();
     return true;
 }
 
@@ -195,13 +186,8 @@ bool FTPCurl::Private::changeMode(const RemotePath& resource, int mode)
 {
     const CommandTexts texts = commandTexts("bool FTPCurl::internal_chmod(const QString &, int)");
     const RemotePath path = resource.withoutTrailingSlash();
-    int code = CURLE_OK;
-    for (const QString& command : texts.changeMode(commandPath(path), mode)) {
-        code = requestCommands(VFSCurlData::Command, { command });
-        if (code != CURLE_QUOTE_ERROR) {
-            return setResult(code, QStringLiteral("Can't change the mode of %1").arg(path.canonical()));
-        }
-    }
-    // Deliberate: a refusal is told by the result alone.
-    return false;
+    // Deliberate: the error state stays as it is, whatever the result. Other modes than permissions are the server's.
+    const QStringList commands = texts.changeMode(commandPath(path), mode);
+    return std::any_of(commands.begin(), commands.end(),
+        [this](const QString& command) { return requestCommands(VFSCurlData::Command, { command }) == CURLE_OK; });
 }

@@ -1,12 +1,9 @@
 #include "ErrorSource.h"
 #include "FTPCurlPrivate.h"
-#include "FileMode.h"
 
 #include <foundation/raiseError.h>
 
 namespace {
-
-constexpr int MAX_PERMISSIONS = 0777; ///< that libcurl gives new files and directories
 
 /// Also for a code that is none of libcurl's.
 QString textOf(int code)
@@ -100,15 +97,4 @@ bool FTPCurl::Private::checkSendable(const RemotePath& path, const char* operati
         return true;
     }
     return refuse(QStringLiteral("%1: the path holds a control character").arg(QLatin1String(operation)), line);
-}
-
-void FTPCurl::Private::setPermissions(int& member, int permissions, const char* operation)
-{
-    if (permissions >= -1 && permissions <= MAX_PERMISSIONS) {
-        member = permissions;
-    } else {
-        refuse(QStringLiteral("%1: %2 is not between 0 and 777")
-                   .arg(QLatin1String(operation), QString::number(permissions, FileMode::OCTAL)),
-            __LINE__);
-    }
 }

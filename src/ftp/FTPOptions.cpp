@@ -20,7 +20,7 @@ int FTPOptions::filePermissions() const
 
 void FTPOptions::setFilePermissions(int permissions)
 {
-    mPrivate->setPermissions(mPrivate->filePermissions, permissions, "setFilePermissions");
+    mPrivate->filePermissions = permissions;
 }
 
 int FTPOptions::folderPermissions() const
@@ -30,7 +30,7 @@ int FTPOptions::folderPermissions() const
 
 void FTPOptions::setFolderPermissions(int permissions)
 {
-    mPrivate->setPermissions(mPrivate->folderPermissions, permissions, "setFolderPermissions");
+    mPrivate->folderPermissions = permissions;
 }
 
 bool FTPOptions::setStallTimeOut(int seconds)

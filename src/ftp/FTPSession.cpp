@@ -254,8 +254,10 @@ CURLcode FTPSession::runOnce(VFSCurlData& data)
     sinceBegin.start();
     setTimeLimit(!mLoop->isQuick());
     mLoop->setLingers(isOverTls(mProtocol) && data.type == VFSCurlData::Upload);
-    RequestOptions::set(mHandle, data);
-    const CURLcode code = mLoop->perform(mHandle, data.owner->interruption());
+    CURLcode code = RequestOptions::set(mHandle, data);
+    if (code == CURLE_OK) {
+        code = mLoop->perform(mHandle, data.owner->interruption());
+    }
     RequestOptions::clear(mHandle);
     if (awakening) {
         curl_easy_setopt(mHandle, CURLOPT_QUOTE, nullptr);

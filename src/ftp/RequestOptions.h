@@ -13,8 +13,8 @@ bool hasBody(int type);
 
 /// A URL as libcurl takes it.
 QByteArray encodedUrl(QUrl url);
-/// Sets all of them but the URL. The device of an upload is open.
-void set(CURL* easy, VFSCurlData& data);
+/// Sets all of them but the URL. The device of an upload is open. Fails for permissions that libcurl refuses.
+CURLcode set(CURL* easy, VFSCurlData& data);
 /// Leaves nothing on the handle that points to the request or belongs to it alone.
 void clear(CURL* easy);
 

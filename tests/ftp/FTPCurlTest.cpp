@@ -101,11 +101,6 @@ private Q_SLOTS:
         row("putData: target is empty", FTP(putFile("", "", true)));
         row("getFile: source is empty", FTP(getFile("", "")));
         row("putFile: source cant be opened /no/such", FTP(putFile("/no/such", "a", false)));
-        row("internal_chmod: 10000 is not between 0 and 7777", FTP(internal_chmod("a", 010000)));
-        row("setFilePermissions: 2775 is not between 0 and 777", [](FTPCurl& ftp) {
-            ftp.setFilePermissions(02775);
-            return ftp.filePermissions() != -1;
-        });
         row("setStallTimeOut: -1 is not between 0 and 86400", FTP(setStallTimeOut(-1)));
         row("setNameEncoding: 2 is no encoding", FTP(setNameEncoding(static_cast<FTPCurl::NameEncoding>(2))));
         row("setUploadMode: 2 is no mode", FTP(setUploadMode(static_cast<FTPCurl::UploadMode>(2))));
@@ -193,7 +188,7 @@ private Q_SLOTS:
             "a directory that was just listed", [](FTPCurl& ftp) { return listing(ftp) && ftp.createDirectory("img"); },
             {}, "CWD www/img|PASV|TYPE A|LIST -a|CWD /|CWD /|CWD www/img");
         row("a mode", FTP(internal_chmod("a b/", 644)), {}, "CHMOD 1204 www/a b");
-        row("a mode, tried twice", FTP(internal_chmod("/a", 0755)), { "CHMOD" }, "CHMOD 0755 a|SITE CHMOD 0755 a");
+        row("a mode, tried twice", FTP(internal_chmod("/a", 012755)), { "CHMOD" }, "CHMOD 12755 a|SITE CHMOD 12755 a");
         row("no mode", FTP(internal_chmod("a", -1)), {}, "");
         row("a file", FTP(removeResource("a.txt")), { "CWD www/a.txt" }, "CWD www/a.txt|CWD /|DELE www/a.txt");
         const QString tree = "CWD www/tree|PASV|TYPE A|LIST -a|CWD /|DELE www/tree/one|CWD /|CWD www/tree/sub|PASV|"
@@ -205,6 +200,9 @@ private Q_SLOTS:
         row("an upload", FTP(putData("x", "a/b.txt", true)), {}, "CWD www/a|PASV|TYPE I|STOR b.txt");
         row("a refused upload", FTP(putFile(source, "b", false)), { "STOR" }, "CWD www|PASV|TYPE I|STOR b",
             failure("Can't putFile " + source + " to /./www/b", CURLE_UPLOAD_FAILED));
+        const char* const placeholder = "ORBALUMENTA_PASSWORD:ORBALUMENTA_PASSWORD@"; // of building URLs
+        row("a name like the placeholder of the password", FTP(putData("x", placeholder, false)), {},
+            QString("CWD www|PASV|TYPE I|STOR ") + placeholder);
         row("an upload into a directory that cannot be made", FTP(putData("x", "a/b", true)), { "CWD www/a", "MKD" },
             "CWD www/a|CWD /|CWD www|CWD /|MKD www/a", failure("Can't createDirectory /./www/a", CURLE_QUOTE_ERROR));
         row("a download", FTP(getFile("a/b;type=a", source)), {}, "CWD www/a|PASV|TYPE I|SIZE b;type=a|RETR b;type=a");
@@ -226,6 +224,22 @@ private Q_SLOTS:
         const QString outcome = success ? "ok" : session.ftp.errorMessage();
         QTEST(QStringList({ session.server.commands().join('|'), outcome }), "told");
         QCOMPARE(success, !session.ftp.hasError());
+    }
+
+    void leavesAnOlderError()
+    {
+        FtpPlay play;
+        play.replies = { { "CHMOD", FtpPlay::DROP }, { "SITE CHMOD 0644 b", "550 no" }, { "MKD", "550 no" } };
+        Session session(play);
+        bool exists = false;
+        for (const bool hasError : { false, true }) {
+            QVERIFY(session.ftp.internal_chmod("a", 0644)); // the second command has a connection of its own
+            QVERIFY(!session.ftp.internal_chmod("b", 0644));
+            QVERIFY(session.ftp.resourceExists("a", exists));
+            QVERIFY(session.ftp.createDirectoryIfNecessary("a"));
+            QCOMPARE(session.ftp.hasError(), hasError);
+            QVERIFY(!session.ftp.internal_mkdir("a/b"));
+        }
     }
 
     void remembersWhatExists()

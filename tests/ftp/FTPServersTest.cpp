@@ -256,6 +256,8 @@ private Q_SLOTS:
         mFtp->setFilePermissions(0600);
         mFtp->setFolderPermissions(0700);
         QVERIFY(mFtp->putData("x", "private/a", true));
+        mFtp->setFilePermissions(02775); // which libcurl refuses
+        QCOMPARE(mFtp->putData("x", "private/b", false), !mIsSftp);
         mFtp->setFilePermissions(-1);
         mFtp->setFolderPermissions(-1);
         QVERIFY(mFtp->putData("x", "public/a", true));
