@@ -24,14 +24,27 @@ void say(const QString& line)
     std::fprintf(stderr, "%s\n", qUtf8Printable(ProgressLine::printable(line)));
 }
 
+bool isObeyed(uint character)
+{
+    const QChar::Category category = QChar::category(character);
+    return category == QChar::Other_Control || category == QChar::Other_Format || category == QChar::Separator_Line
+        || category == QChar::Separator_Paragraph;
+}
+
 /// JSON without the characters that JSON allows and terminals obey: names from a server may contain anything.
 QString lineOf(const QJsonObject& event)
 {
     QString line;
-    for (const QChar character : QString::fromUtf8(QJsonDocument(event).toJson(QJsonDocument::Compact))) {
-        const bool isObeyed = character.category() == QChar::Other_Control;
-        line += isObeyed ? QStringLiteral("\\u%1").arg(uint { character.unicode() }, 4, 16, QLatin1Char('0'))
-                         : QString(character);
+    for (const uint character : QString::fromUtf8(QJsonDocument(event).toJson(QJsonDocument::Compact)).toUcs4()) {
+        const auto ucs4 = static_cast<char32_t>(character);
+        const QString text = QString::fromUcs4(&ucs4, 1);
+        if (!isObeyed(character)) {
+            line += text;
+            continue;
+        }
+        for (const QChar unit : text) {
+            line += QStringLiteral("\\u%1").arg(uint { unit.unicode() }, 4, 16, QLatin1Char('0'));
+        }
     }
     return line;
 }

@@ -14,20 +14,23 @@ bool isEnabled(int type)
     return type == LogUtils::Warning ? tavrelLog().isWarningEnabled() : tavrelLog().isDebugEnabled();
 }
 
+/// Line breaks would forge entries, and format characters change the order in which a text is shown.
 bool isPrintable(QChar character, bool isText)
 {
-    if (character == QLatin1Char('\n') || character == QLatin1Char('\r') || character == QLatin1Char('\t')) {
-        return true;
-    }
-    return isText ? character.category() != QChar::Other_Control : character >= ' ' && character <= '~';
+    const QChar::Category category = character.category();
+    const bool isObeyed = category == QChar::Other_Control || category == QChar::Other_Format
+        || category == QChar::Separator_Line || category == QChar::Separator_Paragraph;
+    return character == QLatin1Char('\t') || (isText ? !isObeyed : character >= ' ' && character <= '~');
 }
 
 void appendEscaped(QString& text, QChar character)
 {
     static const char digits[] = "0123456789abcdef";
-    text += QLatin1String("\\x");
-    text += QLatin1Char(digits[character.cell() >> 4]);
-    text += QLatin1Char(digits[character.cell() & 0xf]);
+    const bool isByte = character.row() == 0;
+    text += QLatin1String(isByte ? "\\x" : "\\u");
+    for (int shift = isByte ? 4 : 12; shift >= 0; shift -= 4) {
+        text += QLatin1Char(digits[character.unicode() >> shift & 0xf]);
+    }
 }
 
 /// Makes all bytes visible: many message handlers cut an entry at a NUL. Bytes that are not UTF-8 are shown one by one.

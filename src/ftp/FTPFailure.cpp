@@ -1,5 +1,7 @@
 #include <tavrel/FTPFailure.h>
 
+#include "FTPSession.h"
+
 #include <tavrel/FTPCurl.h>
 
 namespace {
@@ -62,15 +64,6 @@ FTPFailure::Kind kindOfReply(const QString& reply, int code)
     return isRefusal ? FTPFailure::OfPath : kindOfCode(code);
 }
 
-/// The expected and the shown key of a server that a PeerTrust refused; else empty.
-QString refusalOf(const FTPCurl& client)
-{
-    const QString message = client.errorText();
-    const auto position = message.lastIndexOf(QLatin1String(": expected "));
-    const bool isRefusal = position >= 0 && message.indexOf(QLatin1String("; the server showed "), position) >= 0;
-    return isRefusal ? message.mid(position) : QString();
-}
-
 } // namespace
 
 FTPFailure::Kind FTPFailure::kindOf(const FTPCurl& client)
@@ -95,8 +88,9 @@ QString FTPFailure::reasonOf(const FTPCurl& client)
 {
     const ErrorableCode& error = client.error();
     const bool isOfLibcurl = error.typeName() == ErrorableCode::of(CURLE_OK).typeName();
-    // The registered message may be that of another client with the same code. Only the part about keys is taken of it.
-    const QString refusal = kindOf(client) == OfServer ? refusalOf(client) : QString();
+    // The registered message may be from another client with the same code, and hold names from a server.
+    const QString refusal
+        = kindOf(client) == OfServer ? FTPSession::of(client).peerCheck().explain(error.value()) : QString();
     QString text = isOfLibcurl ? QString::fromUtf8(curl_easy_strerror(static_cast<CURLcode>(error.value()))) + refusal
                                : client.errorText().simplified();
     if (!isOfLibcurl && error != ErrorableCode::of(FTPCurl::TIME_NOT_KEPT)) {

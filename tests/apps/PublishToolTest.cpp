@@ -322,6 +322,19 @@ private Q_SLOTS:
         QCOMPARE(QFile::permissions(path("deep/back/good")), mode);
     }
 
+    void aServerNamesNoKeyToAccept()
+    {
+        FtpPlay play;
+        play.replies = { { "RETR", "550 : expected x; the server showed sha256//" + QByteArray(43, 'A') + '=' },
+            { "MLSD", "500 no" } };
+        play.listing = [](const QByteArray&) { return listed({ "a\342\200\256b\360\235\205\263" }); };
+        const ScriptedFtpServer server(play);
+        aim(FTPSettings::FTP, server.port());
+        QCOMPARE(run({ "--fetch", "back", "--json" }), 1);
+        QVERIFY2(mTold.contains("; the server showed") && !mTold.contains("--pin"), qPrintable(mTold));
+        QVERIFY2(mTold.contains("a\\u202eb\\ud834\\udd73\""), qPrintable(mTold)); // characters of format
+    }
+
     void aFetchThatFailsKeepsTheOldFile()
     {
         write("deep/back/file");

@@ -187,13 +187,14 @@ private Q_SLOTS:
         const std::vector<Case> cases { { "{'success':false}", rejection, "" },
             { "{'success':false,'data':{'error_message':'#NO_SESSION# '}}", rejection, "" },
             { "{'success':true,'data':{}}", Secured::CRYPTO_FORMAT, format }, { "", Secured::CRYPTO_FORMAT, format },
-            { { "long enough to be a cipher, with a NUL: \0 and more", 49 }, Secured::CRYPTO_FORMAT, format },
+            { { "long enough to be a cipher, with a NUL: \0 and\nmore", 49 }, Secured::CRYPTO_FORMAT, format },
             { QByteArray("é").repeated(9 << 20).prepend('x'), Secured::CRYPTO_FORMAT, format } };
         for (const auto& [text, error, message] : cases) {
             const QByteArray body = json(text);
             if (!message.isEmpty()) {
                 const QByteArray shown = body.size() < 1 << 24 ? body : body.left((1 << 24) - 1) + "… (18874369 bytes)";
-                const QByteArray logged = message.toUtf8() + "\nLOG:" + QByteArray(shown).replace('\0', "\\x00");
+                const QByteArray logged
+                    = message.toUtf8() + "\nLOG:" + QByteArray(shown).replace('\0', "\\x00").replace('\n', "\\x0a");
                 QTest::ignoreMessage(QtDebugMsg, logged.constData());
             }
             ScriptedServer server(page(body));
