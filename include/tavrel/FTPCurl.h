@@ -56,8 +56,9 @@ public:
         INTERRUPTED = 1,
         FUNC_PARAM_ERROR = 2, ///< an argument that the operation refuses; the message names both
         REQUEST_IN_PROGRESS = 3, ///< called by a slot while a request of the object is running
-        UNKNOWN_LISTING = 4, ///< listDetailed() understands no line of a listing
+        UNKNOWN_LISTING = 4, ///< listDetailed() does not understand most lines of a listing
         TIME_NOT_KEPT = 5, ///< a file was transferred without its modification time
+        LISTING_TOO_LARGE = 6, ///< a directory has more than 64 MiB of lines, or an operation lists too many entries
     };
 
     /// For callers of rm() that share code with other file stores.
@@ -98,6 +99,9 @@ public:
     /// Appends the entries of a directory, "" being where paths start, named by their canonical path; that of a
     /// directory ends in a slash. Lines that are no entries are skipped. A symbolic link is a file when the server
     /// finds a file behind it, else a directory without the slash.
+    ///
+    /// All functions that list keep up to 64 MiB of a listing, and of the entries of one call as many as 512 MiB of
+    /// memory hold, about two million. Beyond that they fail with LISTING_TOO_LARGE.
     bool list(const QString& path, VirtualFileList& files);
     /// Calls list().
     bool listRemote(const QString& path, VirtualFileList& files);
@@ -105,8 +109,9 @@ public:
     /// stays in files.
     bool listRecursively(const QString& path, VirtualFileList& files);
     /// Appends the entries of a directory with sizes, times and permissions as far as the server shows them: by MLSD,
-    /// else from lines as list() reads them. Links are not followed, names are read as UTF-8, and a listing in an
-    /// unknown style is refused with UNKNOWN_LISTING.
+    /// else from lines as list() reads them. Links are not followed, names are read as UTF-8. Lines whose name is not
+    /// certain are skipped, and a name with two lines is RemoteEntry::Other. A listing of which most lines are in no
+    /// known style is refused with UNKNOWN_LISTING. A failure appends nothing.
     bool listDetailed(const QString& path, QVector<RemoteEntry>& entries);
 
     /// Tells whether a file exists, or a directory when path ends in a slash. Answers are cached as long as the object
@@ -124,13 +129,15 @@ public:
     bool createDirectoryIfNecessary(const QString& filePath);
     /// Creates one directory.
     bool internal_mkdir(const QString& directory);
-    /// Sets the permission bits of a file or directory, 0 to 07777; -1 does nothing. A server's refusal returns false
-    /// and is not left in error(); any other failure is.
+    /// Sets the permission bits of a file or directory by CHMOD, or by SITE CHMOD if that fails; -1 does nothing. The
+    /// mode is not checked. Once a command is sent, error() stays as it was, whatever the result; after a failure see
+    /// serverReply() and errorDetail().
     bool internal_chmod(const QString& filePath, int mode);
     /// Gives a file or a directory another path. Over FTP most servers replace an existing file, over SFTP they refuse.
     bool rename(const QString& from, const QString& to);
     /// Removes a file, or a directory with all that is below it, which may include what is behind a symbolic link. It
-    /// goes on past what cannot be removed; the result is that of the last step, the removal of path itself.
+    /// goes on past what cannot be removed; the result is that of the last step, the removal of path itself. Entries
+    /// whose name is not certain, and directories whose name has two lines in a listing, are left.
     bool removeResource(const QString& path);
     /// Removes one file or one empty directory. Over SFTP path is sent as it is given and starts at the root of the
     /// server, without the folders of the settings.

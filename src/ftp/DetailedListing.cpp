@@ -3,7 +3,9 @@
 #include "FileMode.h"
 #include "ListingReader.h"
 
-#include <tavrel/ftpparser.h>
+#include <remote/StrictListing.h>
+
+#include <QHash>
 
 #include <foundation/Utc.h>
 
@@ -80,7 +82,7 @@ void setTime(RemoteEntry& entry, const ftpparser_entry& parsed)
 bool readParsed(RemoteEntry& entry, QByteArray line)
 {
     ftpparser_entry parsed;
-    if (ftpparser(&parsed, line.data(), static_cast<int>(line.size())) != 1) {
+    if (readStrictly(&parsed, line.data(), static_cast<int>(line.size())) != 1) {
         return false;
     }
     const QByteArray name = nameOf(parsed);
@@ -140,7 +142,9 @@ bool readFacts(RemoteEntry& entry, const QByteArray& line)
         return false;
     }
     entry.name = QString::fromUtf8(line.constData() + blank + 1, line.size() - blank - 1);
-    for (const QByteArray& fact : facts.split(';')) {
+    auto end = facts.indexOf(';');
+    for (QByteArray::size_type begin = 0; end >= 0; begin = end + 1, end = facts.indexOf(';', begin)) {
+        const QByteArray fact = facts.mid(begin, end - begin);
         const auto equals = fact.indexOf('=');
         readFact(entry, fact.left(equals).toLower(), equals < 0 ? QByteArray() : fact.mid(equals + 1));
     }
@@ -174,9 +178,10 @@ bool DetailedListing::readLine(RemoteEntry& entry)
     const QByteArray line = takeLine();
     entry = {};
     const bool isKnown = mFormat == Format::Facts ? readFacts(entry, line) : readParsed(entry, line);
-    mHasKnownLine = mHasKnownLine || isKnown;
     // "total 12" is the head of a listing that may be empty otherwise.
-    mHasUnknownLine = mHasUnknownLine || !(isKnown || line.trimmed().isEmpty() || line.startsWith("total "));
+    const bool isUnknown = !(isKnown || line.trimmed().isEmpty() || line.startsWith("total "));
+    mKnownLines += isKnown ? 1 : 0;
+    mUnknownLines += isUnknown ? 1 : 0;
     return isKnown && accept(entry);
 }
 
@@ -190,4 +195,18 @@ bool DetailedListing::accept(RemoteEntry& entry) const
         entry.path += QLatin1Char('/');
     }
     return true;
+}
+
+void DetailedListing::markAmbiguous(QVector<RemoteEntry>& entries)
+{
+    QHash<QString, int> counts;
+    for (const RemoteEntry& entry : entries) {
+        ++counts[entry.name];
+    }
+    for (RemoteEntry& entry : entries) {
+        if (counts.value(entry.name) > 1) {
+            entry.path.chop(entry.kind == RemoteEntry::Directory ? 1 : 0);
+            entry.kind = RemoteEntry::Other;
+        }
+    }
 }

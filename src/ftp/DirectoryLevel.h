@@ -11,5 +11,6 @@ struct DirectoryLevel
 
     QString path;
     VirtualFileList entries;
+    qint64 memory = 0; ///< of the entries, in bytes
     int next = 0;
 };

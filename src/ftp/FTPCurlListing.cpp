@@ -1,11 +1,14 @@
 #include "DirectoryLevel.h"
+#include "ErrorSource.h"
 #include "FTPCurlPrivate.h"
-#include "ListingReader.h"
+#include "ListingBounds.h"
 
 #include <foundation/Utc.h>
+#include <foundation/raiseError.h>
 
-#include <QBuffer>
 #include <QDateTime>
+
+#include <new>
 
 namespace {
 
@@ -22,8 +25,8 @@ VirtualFile toVirtualFile(const ListingEntry& entry, const QDateTime& readAt)
 
 bool FTPCurl::list(const QString& path, VirtualFileList& files)
 {
-    const std::optional<RemotePath> directory = mPrivate->accept(path + QLatin1Char('/'), "list", "", __LINE__);
-    return directory && mPrivate->list(*directory, files);
+    qint64 memoryLeft = ListingBounds::MAX_MEMORY;
+    return mPrivate->withinMemory([&] { return mPrivate->list(path, files, memoryLeft); });
 }
 
 bool FTPCurl::listRemote(const QString& path, VirtualFileList& files)
@@ -33,8 +36,23 @@ bool FTPCurl::listRemote(const QString& path, VirtualFileList& files)
 
 bool FTPCurl::listRecursively(const QString& path, VirtualFileList& files)
 {
+    return mPrivate->withinMemory([&] { return mPrivate->listRecursively(path, files); });
+}
+
+bool FTPCurl::Private::withinMemory(const std::function<bool()>& operation)
+{
+    try {
+        return operation();
+    } catch (const std::bad_alloc&) {
+        return setResult(CURLE_OUT_OF_MEMORY, QStringLiteral("Can't keep a listing"));
+    }
+}
+
+bool FTPCurl::Private::listRecursively(const QString& path, VirtualFileList& files)
+{
+    qint64 memoryLeft = ListingBounds::MAX_MEMORY;
     std::vector<DirectoryLevel> levels(1);
-    if (!list(path, levels.back().entries)) {
+    if (!list(path, levels.back().entries, memoryLeft)) {
         return false;
     }
     while (!levels.empty()) {
@@ -42,8 +60,8 @@ bool FTPCurl::listRecursively(const QString& path, VirtualFileList& files)
             levels.pop_back();
             continue;
         }
-        if (isInterruptionRequested()) {
-            return mPrivate->stopInterrupted(__LINE__);
+        if (client.isInterruptionRequested()) {
+            return stopInterrupted(__LINE__);
         }
         const VirtualFile entry = levels.back().takeNext();
         if (!entry.isDir()) {
@@ -51,7 +69,7 @@ bool FTPCurl::listRecursively(const QString& path, VirtualFileList& files)
             continue;
         }
         levels.emplace_back();
-        if (!list(entry.name(), levels.back().entries)) {
+        if (!list(entry.name(), levels.back().entries, memoryLeft)) {
             return false;
         }
     }
@@ -60,28 +78,45 @@ bool FTPCurl::listRecursively(const QString& path, VirtualFileList& files)
 
 int FTPCurl::Private::requestListing(const QString& command, const RemotePath& directory, QByteArray& listing)
 {
-    QBuffer buffer(&listing);
+    ListingBounds::Buffer buffer(&listing);
     curl_easy_setopt(session.handle(), CURLOPT_CUSTOMREQUEST, command.toUtf8().constData());
     const int code = request(VFSCurlData::Listing, &buffer, directory);
     curl_easy_setopt(session.handle(), CURLOPT_CUSTOMREQUEST, nullptr);
-    return code;
+    return buffer.hasOverflown() ? ListingBounds::TOO_LARGE : code;
 }
 
-bool FTPCurl::Private::list(const RemotePath& directory, VirtualFileList& files)
+bool FTPCurl::Private::setListingFailure(int code, const RemotePath& directory)
+{
+    if (code != ListingBounds::TOO_LARGE) {
+        return setResult(code, QStringLiteral("Can't list %1").arg(directory.canonical()));
+    }
+    raiseError(client, FTPCurl::LISTING_TOO_LARGE, "LISTING_TOO_LARGE", { ERROR_SOURCE, __LINE__ },
+        QStringLiteral("The listing of %1 exceeds the bound of this library").arg(directory.canonical()));
+    return false;
+}
+
+bool FTPCurl::Private::list(const QString& path, VirtualFileList& files, qint64& memoryLeft)
+{
+    const auto directory = accept(path + QLatin1Char('/'), "list", "", __LINE__);
+    return directory && list(*directory, files, memoryLeft, Reading::Lenient);
+}
+
+bool FTPCurl::Private::list(const RemotePath& directory, VirtualFileList& files, qint64& memoryLeft, Reading reading)
 {
     const CommandTexts texts = commandTexts("bool FTPCurl::list(const QString &, VirtualFileList &)");
     QByteArray listing;
     const int code = requestListing(texts.list(), directory, listing);
     if (code != CURLE_OK) {
-        return setResult(code, QStringLiteral("Can't list %1").arg(directory.canonical()));
+        return setListingFailure(code, directory);
     }
-    return readListing(listing, directory, files);
+    ListingReader reader(listing, directory.canonical(), nameEncoding == Utf8, reading);
+    return readListing(reader, directory, files, memoryLeft);
 }
 
-bool FTPCurl::Private::readListing(const QByteArray& listing, const RemotePath& directory, VirtualFileList& files)
+bool FTPCurl::Private::readListing(
+    ListingReader& reader, const RemotePath& directory, VirtualFileList& files, qint64& memoryLeft)
 {
     const QDateTime now = QDateTime::currentDateTimeUtc();
-    ListingReader reader(listing, directory.canonical(), nameEncoding == Utf8);
     ListingEntry entry;
     while (reader.hasNextLine()) {
         const bool isEntry = reader.readLine(entry);
@@ -89,6 +124,10 @@ bool FTPCurl::Private::readListing(const QByteArray& listing, const RemotePath& 
             return false;
         }
         if (isEntry) {
+            memoryLeft -= ListingBounds::memoryOf<VirtualFile>(entry.path.size());
+            if (memoryLeft < 0) {
+                return setListingFailure(ListingBounds::TOO_LARGE, directory);
+            }
             files.append(toVirtualFile(entry, now));
         }
         if (client.isInterruptionRequested()) {

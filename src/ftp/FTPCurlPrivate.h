@@ -2,6 +2,7 @@
 
 #include "CommandTexts.h"
 #include "FTPSession.h"
+#include "ListingReader.h"
 #include "RemotePath.h"
 
 #include <tavrel/FTPCurl.h>
@@ -12,10 +13,10 @@
 #include <optional>
 #include <vector>
 
+class DetailedListing;
 class QFile;
 class QFileDevice;
 struct DirectoryLevel;
-struct ListingEntry;
 
 /**
  * The state of an FTPCurl and the operations behind its functions.
@@ -25,6 +26,8 @@ struct ListingEntry;
  */
 struct FTPOptions::Private
 {
+    using Reading = ListingReader::Reading;
+
     explicit Private(FTPCurl& owner)
         : client(owner)
     {
@@ -50,7 +53,6 @@ struct FTPOptions::Private
     /// Refuses a mode in which files would go without the protection that the protocol promises.
     bool checkMode();
     bool checkTrust(FTPSettings::Protocol protocol);
-    void setPermissions(int& member, int permissions, const char* operation);
 
     // Requests; they return libcurl's result or -1.
     int request(VFSCurlData::Kind kind, QIODevice* device, const RemotePath& path);
@@ -61,9 +63,16 @@ struct FTPOptions::Private
 
     // Listings
     int requestListing(const QString& command, const RemotePath& directory, QByteArray& listing);
-    bool list(const RemotePath& directory, VirtualFileList& files);
+    bool setListingFailure(int code, const RemotePath& directory);
+    /// Takes the memory of the entries off memoryLeft.
+    bool list(const RemotePath& directory, VirtualFileList& files, qint64& memoryLeft, Reading reading);
+    bool list(const QString& path, VirtualFileList& files, qint64& memoryLeft);
+    bool listRecursively(const QString& path, VirtualFileList& files);
     bool listDetailed(const RemotePath& directory, QVector<RemoteEntry>& entries);
-    bool readListing(const QByteArray& listing, const RemotePath& directory, VirtualFileList& files);
+    bool readListing(ListingReader& reader, const RemotePath& directory, VirtualFileList& files, qint64& memoryLeft);
+    bool readDetails(DetailedListing& listing, const RemotePath& directory, QVector<RemoteEntry>& entries);
+    /// Runs an operation that keeps listings; a lack of memory becomes an error.
+    bool withinMemory(const std::function<bool()>& operation);
     bool resolveLink(ListingEntry& entry);
 
     // Commands
@@ -81,7 +90,7 @@ struct FTPOptions::Private
     bool removeTree(const RemotePath& path);
     void removeFiles(DirectoryLevel& level);
     QStringList nextFiles(const DirectoryLevel& level) const;
-    bool enterOrRemove(const RemotePath& path, std::vector<DirectoryLevel>& levels);
+    bool enterOrRemove(const RemotePath& path, std::vector<DirectoryLevel>& levels, qint64& memoryLeft);
 
     // Publishing
     bool rename(const RemotePath& from, const RemotePath& to);

@@ -1,5 +1,8 @@
 #include "DirectoryLevel.h"
 #include "FTPCurlPrivate.h"
+#include "ListingBounds.h"
+
+#include <QHash>
 
 #include <algorithm>
 
@@ -7,6 +10,22 @@ namespace {
 
 const char* const SIGNATURE = "bool FTPCurl::removeSimpleResource(const QString &, bool)";
 constexpr int FILES_PER_REQUEST = 50;
+
+/// A name with a line break can forge a line. So that it leads nowhere else, names with a slash are not removed, and
+/// what has two lines is not entered; then the directory itself stays.
+void dropDoubtful(DirectoryLevel& level)
+{
+    const auto begin = level.path.size() + 1;
+    QHash<QString, int> counts;
+    for (const VirtualFile& entry : level.entries) {
+        ++counts[RemotePath::withoutTrailingSlash(entry.name())];
+    }
+    const auto isDoubtful = [&](const VirtualFile& entry) {
+        const QString path = RemotePath::withoutTrailingSlash(entry.name());
+        return path.indexOf(RemotePath::SLASH, begin) >= 0 || (entry.isDir() && counts.value(path) > 1);
+    };
+    level.entries.erase(std::remove_if(level.entries.begin(), level.entries.end(), isDoubtful), level.entries.end());
+}
 
 } // namespace
 
@@ -18,7 +37,7 @@ bool FTPCurl::removeSimpleResource(const QString& path, bool isDirectory)
 bool FTPCurl::removeResource(const QString& path)
 {
     const auto resource = mPrivate->accept(path, "removeResource", "Resource is empty", __LINE__);
-    return resource && mPrivate->removeTree(*resource);
+    return resource && mPrivate->withinMemory([&] { return mPrivate->removeTree(*resource); });
 }
 
 void FTPCurl::tryRemoveDirIfEmpty(const QString& path)
@@ -54,20 +73,22 @@ bool FTPCurl::Private::setRemovalResult(int code, const QString& path)
 bool FTPCurl::Private::removeTree(const RemotePath& path)
 {
     std::vector<DirectoryLevel> levels;
-    bool removed = enterOrRemove(path, levels);
+    qint64 memoryLeft = ListingBounds::MAX_MEMORY;
+    bool removed = enterOrRemove(path, levels, memoryLeft);
     while (!levels.empty()) {
         if (client.isInterruptionRequested()) {
             return stopInterrupted(__LINE__);
         }
         if (levels.back().isFinished()) {
             removed = removeOne(levels.back().path, true);
+            memoryLeft += levels.back().memory;
             levels.pop_back();
             continue;
         }
         // An entry that cannot be removed stays, and then the removal of its directory fails.
         const VirtualFile entry = levels.back().takeNext();
         if (entry.isDir()) {
-            enterOrRemove(this->path(entry.name()), levels);
+            enterOrRemove(this->path(entry.name()), levels, memoryLeft);
         } else if (removeOne(entry.name(), false)) {
             removeFiles(levels.back());
         }
@@ -118,11 +139,14 @@ QStringList FTPCurl::Private::nextFiles(const DirectoryLevel& level) const
     return files;
 }
 
-bool FTPCurl::Private::enterOrRemove(const RemotePath& path, std::vector<DirectoryLevel>& levels)
+bool FTPCurl::Private::enterOrRemove(const RemotePath& path, std::vector<DirectoryLevel>& levels, qint64& memoryLeft)
 {
     DirectoryLevel level;
     level.path = path.withoutTrailingSlash().canonical();
-    if (list(this->path(level.path + QLatin1Char('/')), level.entries)) {
+    level.memory = memoryLeft;
+    if (list(this->path(level.path + QLatin1Char('/')), level.entries, memoryLeft, Reading::Strict)) {
+        level.memory -= memoryLeft;
+        dropDoubtful(level);
         levels.push_back(level);
         return true;
     }

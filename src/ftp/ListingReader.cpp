@@ -2,7 +2,7 @@
 
 #include "RemotePath.h"
 
-#include <tavrel/ftpparser.h>
+#include <remote/StrictListing.h>
 
 #include <QDir>
 
@@ -13,10 +13,11 @@ bool ListingReader::standsForDirectoryItself(const QString& name)
     return clean.isEmpty() || clean == RemotePath::SLASH || clean == QLatin1String(".") || clean == QLatin1String("..");
 }
 
-ListingReader::ListingReader(const QByteArray& listing, const QString& directory, bool isUtf8)
+ListingReader::ListingReader(const QByteArray& listing, const QString& directory, bool isUtf8, Reading reading)
     : mListing(listing)
     , mPrefix(directory)
     , mIsUtf8(isUtf8)
+    , mReading(reading)
 {
     if (!mPrefix.isEmpty() && !mPrefix.endsWith(RemotePath::SLASH)) {
         mPrefix.append(RemotePath::SLASH);
@@ -40,7 +41,9 @@ bool ListingReader::readLine(ListingEntry& entry)
 {
     QByteArray line = takeLine();
     ftpparser_entry parsed;
-    if (ftpparser(&parsed, line.data(), static_cast<int>(line.size())) != 1) {
+    const int size = static_cast<int>(line.size());
+    const bool isParsed = mReading == Reading::Lenient && ftpparser(&parsed, line.data(), size) == 1;
+    if (!isParsed && readStrictly(&parsed, line.data(), size) != 1) {
         return false;
     }
     const QString name = (mIsUtf8 ? QString::fromUtf8(parsed.name, parsed.name_length)

@@ -19,9 +19,15 @@ struct ListingEntry
 class ListingReader
 {
 public:
+    enum class Reading {
+        Lenient, ///< a line counts if the parser makes anything of it
+        Strict, ///< a line counts only if its name is certain
+    };
+
     /// directory is put before the names. The listing must outlive the reader. Names are read as UTF-8, or lose the
     /// characters that Latin-1 does not have.
-    ListingReader(const QByteArray& listing, const QString& directory, bool isUtf8 = false);
+    ListingReader(
+        const QByteArray& listing, const QString& directory, bool isUtf8 = false, Reading reading = Reading::Lenient);
 
     /// True for ".", ".." and other names that lead back to the directory or upwards.
     static bool standsForDirectoryItself(const QString& name);
@@ -36,5 +42,6 @@ private:
     const QByteArray& mListing;
     QString mPrefix;
     bool mIsUtf8;
+    Reading mReading;
     QByteArray::size_type mPosition = 0;
 };

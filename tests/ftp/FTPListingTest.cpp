@@ -74,6 +74,18 @@ private Q_SLOTS:
             "dos,0,12,2,2020-01-02T03:04:00Z,-1|x,0,-1,3,1970-01-01T00:00:01Z,-1");
         row("an empty directory", "550 not for you", "total 0\r\n", "");
         row("an unknown style", "500 what", "<html>\r\n", "UNKNOWN_LISTING");
+        row("one line of many", "500 what", "<html>\r\n<p>\r\n+r,\tx\r\n", "UNKNOWN_LISTING");
+        row("other dates", "500 what",
+            "drwxr-xr-x 2 a b 4096 01 oct 2004 dir\r\n-rw-r--r-- 1 a b 531 24 Nov 2019 file one.txt\r\n"
+            "09-13-10  13:08  <DIR>  Temp\r\n09-13-10  12:08AM  7 A b;1 2 3-MAY-2000 1:1 x\r\n",
+            "dir,1,4096,1,2004-10-01T00:00:00Z,755|file one.txt,0,531,1,2019-11-24T00:00:00Z,644|"
+            "Temp,1,-1,2,2010-09-13T13:08:00Z,-1|A b;1 2 3-MAY-2000 1:1 x,0,7,2,2010-09-13T00:08:00Z,-1");
+        row("dates that are not certain", "500 what",
+            "-rw-r--r-- 1 a b 5 Oct 08, 2002 09:47 23-vshell-new file\r\n-rw-r--r-- 1 a b 5 24 Nov 2019 09:47 x\r\n"
+            "-rw-r--r-- 1 12 nov 2019 Jan 29 2020 x\r\n09-13-10  13:61  <DIR>  A B c\r\n",
+            "UNKNOWN_LISTING");
+        row("a name twice", "150 here", "type=dir;size=4; l\r\ntype=OS.unix=slink:/x; l\r\ntype=file;size=1; a\r\n",
+            "l,3,4,0,,-1|l,3,-1,0,,-1|a,0,1,0,,-1");
     }
     void tellsWhatALineTells()
     {
@@ -171,6 +183,41 @@ private Q_SLOTS:
             known += QString::number(session.ftp.existingResourceCacheValue(name));
         }
         QCOMPARE(known, QString("00100"));
+    }
+
+    void removesWhatIsCertain()
+    {
+        FtpPlay play;
+        play.listing = [](const QByteArray&) {
+            return QByteArray("-rw-r--r-- 1 a b 5 24 Nov 19:50 file one\r\n"
+                              "-rw-r--r-- 1 a b 5 Oct 08, 2002 09:47 two\r\n"
+                              "lrwxrwxrwx 1 a b 1 Jan 1 2020 link -> x\r\n"
+                              "drwxr-xr-x 1 a b 1 Jan 1 2020 link\r\n"
+                              "drwxr-xr-x 1 a b 1 Jan 1 2020 ../../x\r\n");
+        };
+        Session session(play);
+        QVERIFY(session.ftp.removeResource("d"));
+        const QByteArray commands = session.server.commands().join('|');
+        QVERIFY2(commands.endsWith("DELE d/file one|DELE d/link|RMD d"), commands);
+        QCOMPARE(commands.count("LIST"), 1);
+    }
+
+    void boundsListings_data()
+    {
+        QTest::addColumn<Operation>("operation");
+        QTest::newRow("list") << FTP(list("a", *std::make_unique<VirtualFileList>()));
+        QTest::newRow("listDetailed") << FTP(listDetailed("a", *std::make_unique<QVector<RemoteEntry>>()));
+    }
+    void boundsListings()
+    {
+        QFETCH(Operation, operation);
+        FtpPlay play;
+        play.replies = { { "MLSD", "150 here" } };
+        play.listing = [](const QByteArray&) { return QByteArray(1 << 20, '\n'); };
+        play.isEndless = true;
+        Session session(play);
+        QVERIFY(!operation(session.ftp));
+        QCOMPARE(session.ftp.error(), ErrorableCode::of(FTPCurl::LISTING_TOO_LARGE));
     }
 
     void keepsWhatItHasListed()
