@@ -4,6 +4,7 @@
 #include <QFile>
 #include <QString>
 
+#include <chrono>
 #include <optional>
 
 /// The operations on files that Qt lacks and in which systems differ. A file that Windows creates has the access
@@ -22,8 +23,11 @@ struct Stamp
 /// it is a pipe. False, with the reason in fault, if that fails.
 bool openToRead(QFile& file, const QByteArray& path, QString& fault);
 
-/// Opens a file to append to it, and waits until no other process has it open this way. A new one is private. False if
-/// that fails.
+/// How long openLocked() waits.
+constexpr std::chrono::milliseconds MAX_LOCK_TIME(3000);
+
+/// Opens a file to append to it, once no other process has it open this way. A new one is private. False if that fails,
+/// or takes too long.
 bool openLocked(QFile& file);
 
 /// True for a name that another user may have placed: a link, or a file that belongs to neither the user of this

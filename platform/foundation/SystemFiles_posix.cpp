@@ -9,12 +9,14 @@
 
 #include <cerrno>
 #include <cstring>
+#include <thread>
 
 namespace {
 
 constexpr mode_t PRIVATE_FILE = 0600;
 constexpr mode_t PUBLIC_FILE = 0666;
 constexpr mode_t PRIVATE_FOLDER = 0700;
+constexpr std::chrono::milliseconds LOCK_INTERVAL(20);
 constexpr uid_t ADMINISTRATOR = 0;
 
 bool takeDescriptor(QFile& file, int descriptor, QIODevice::OpenMode mode)
@@ -37,6 +39,18 @@ bool isOwnFile(int descriptor)
     return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && isOwner(status);
 }
 
+bool waitForLock(int descriptor)
+{
+    const auto end = std::chrono::steady_clock::now() + SystemFiles::MAX_LOCK_TIME;
+    while (flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
+        if ((errno != EWOULDBLOCK && errno != EINTR) || std::chrono::steady_clock::now() > end) {
+            return false;
+        }
+        std::this_thread::sleep_for(LOCK_INTERVAL);
+    }
+    return true;
+}
+
 } // namespace
 
 bool SystemFiles::openToRead(QFile& file, const QByteArray& path, QString& fault)
@@ -56,7 +70,7 @@ bool SystemFiles::openLocked(QFile& file)
     if (descriptor < 0) {
         return false;
     }
-    if (flock(descriptor, LOCK_EX) != 0) {
+    if (!waitForLock(descriptor)) {
         close(descriptor);
         return false;
     }

@@ -6,11 +6,14 @@
 #include <io.h>
 #include <windows.h>
 
+#include <thread>
+
 namespace {
 
 constexpr qint64 TICKS_PER_SECOND = 10000000;
 constexpr qint64 NANOSECONDS_PER_TICK = 100;
 constexpr qint64 TICKS_FROM_1601_TO_1970 = 11644473600 * TICKS_PER_SECOND;
+constexpr std::chrono::milliseconds LOCK_INTERVAL(20);
 constexpr DWORD BEHIND_EVERY_CONTENT = 0x40000000;
 
 HANDLE handleOf(const QFile& file)
@@ -41,7 +44,15 @@ bool SystemFiles::openLocked(QFile& file)
     // One byte that is not there: others may read what is.
     OVERLAPPED range {};
     range.OffsetHigh = BEHIND_EVERY_CONTENT;
-    const bool isLocked = LockFileEx(handleOf(file), LOCKFILE_EXCLUSIVE_LOCK, 0, 1, 0, &range) != 0;
+    const auto lock = [&] {
+        return LockFileEx(handleOf(file), LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY, 0, 1, 0, &range) != 0;
+    };
+    const auto end = std::chrono::steady_clock::now() + MAX_LOCK_TIME;
+    bool isLocked = lock();
+    while (!isLocked && GetLastError() == ERROR_LOCK_VIOLATION && std::chrono::steady_clock::now() < end) {
+        std::this_thread::sleep_for(LOCK_INTERVAL);
+        isLocked = lock();
+    }
     if (!isLocked) {
         file.close();
     }

@@ -197,8 +197,9 @@ bool PeerCheck::accepts(const QByteArray& key)
         mExpected = QStringLiteral("another key of %1, as this one is revoked in %2").arg(name, file);
         break;
     case KnownHosts::Verdict::Unknown:
-        mExpected = isAppended ? QStringLiteral("to append %1 to %2, which cannot be written").arg(name, file)
-                               : QStringLiteral("a key of %1 in %2, which has none").arg(name, file);
+        mExpected = isAppended
+            ? QStringLiteral("to append %1 to %2, which cannot be written or is locked").arg(name, file)
+            : QStringLiteral("a key of %1 in %2, which has none").arg(name, file);
         break;
     }
     return false;

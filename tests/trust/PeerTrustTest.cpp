@@ -10,6 +10,7 @@
 #include <QSslSocket>
 
 #include <condition_variable>
+#include <sys/file.h>
 #include <unistd.h>
 
 enum Protocol { HTTPS = 0, FTPS_EXPLICIT = FTPSettings::FTPS_EXPLICIT, FTPS_IMPLICIT = FTPSettings::FTPS_IMPLICIT };
@@ -212,6 +213,14 @@ private Q_SLOTS:
         const int port = mServers.proftpdSftp().port;
         QCOMPARE(request(FTPSettings::SFTP, port, trust, message), int(CURLE_PEER_FAILED_VERIFICATION));
         QVERIFY2(message.contains("cannot be written"), qPrintable(message));
+        QVERIFY(trust.setKnownHosts(file, PeerTrust::AcceptNew));
+        QFile locked(file);
+        QVERIFY(locked.open(QIODevice::WriteOnly) && locked.setPermissions(QFile::ReadOwner | QFile::WriteOwner));
+        QCOMPARE(flock(locked.handle(), LOCK_EX), 0);
+        QCOMPARE(request(FTPSettings::SFTP, port, trust, message), int(CURLE_PEER_FAILED_VERIFICATION));
+        QVERIFY2(message.contains("is locked"), qPrintable(message));
+        locked.close();
+        QVERIFY(locked.remove());
         for (const auto policy : { PeerTrust::AcceptNew, PeerTrust::RefuseUnknown }) {
             QVERIFY(trust.setKnownHosts(file, policy));
             QCOMPARE(request(FTPSettings::SFTP, port, trust, message), 0);
