@@ -138,7 +138,7 @@ void FTPSession::setTrust(const FTPSettings& settings)
         QUrl url;
         url.setHost(settings.host(), QUrl::DecodedMode);
         mPeerCheck.setSshOptions(mHandle, url.host(QUrl::FullyEncoded), settings.port());
-        mSshLogin.setOptions(mHandle);
+        mSshLogin.setOptions(mHandle, !settings.pwd().isEmpty());
     } else {
         mPeerCheck.setTlsOptions(mHandle);
     }
@@ -201,9 +201,6 @@ int FTPSession::perform(VFSCurlData& data)
         return code;
     }
     code = run(data);
-    if (code == CURLE_LOGIN_DENIED && mProtocol == FTPSettings::SFTP && mSshLogin.fallBack(mHandle)) {
-        code = run(data);
-    }
     return isReconnectionRefused(code, data.type) ? run(data) : code;
 }
 
@@ -256,6 +253,9 @@ CURLcode FTPSession::runOnce(VFSCurlData& data)
     mLoop->setLingers(isOverTls(mProtocol) && data.type == VFSCurlData::Upload);
     CURLcode code = RequestOptions::set(mHandle, data);
     if (code == CURLE_OK) {
+        if (mProtocol == FTPSettings::SFTP && !mLoop->isConnected()) {
+            mSshLogin.offerAgent(mHandle, data.owner->interruption());
+        }
         code = mLoop->perform(mHandle, data.owner->interruption());
     }
     RequestOptions::clear(mHandle);
@@ -266,6 +266,9 @@ CURLcode FTPSession::runOnce(VFSCurlData& data)
         mSinceCommand = sinceBegin;
     }
     mReason.detail = code == CURLE_OK ? QString() : QString::fromUtf8(mErrorText.data()).trimmed();
+    if (code == CURLE_LOGIN_DENIED && mSshLogin.isAgentSilent()) {
+        mReason.detail += QStringLiteral("; the SSH agent does not answer");
+    }
     mDirectory = directoryOf(data);
     mIsDirectoryDoubtful = code != CURLE_OK && RequestOptions::hasBody(data.type);
     if (!isConversationInOrder(code)) {

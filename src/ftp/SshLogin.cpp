@@ -1,11 +1,15 @@
 #include "SshLogin.h"
 
+#include "SshAgent.h"
+
 #include <QFile>
 #include <QFileInfo>
 
 namespace {
 
-constexpr long PASSWORD = CURLSSH_AUTH_PASSWORD | CURLSSH_AUTH_KEYBOARD;
+constexpr unsigned long KEY = CURLSSH_AUTH_PUBLICKEY;
+constexpr unsigned long PASSWORD = CURLSSH_AUTH_PASSWORD;
+constexpr unsigned long AGENT = CURLSSH_AUTH_AGENT;
 
 bool isReadableFile(const QString& path)
 {
@@ -18,6 +22,11 @@ void setPath(CURL* easy, CURLoption option, const QString& path)
     if (!path.isEmpty()) {
         curl_easy_setopt(easy, option, QFile::encodeName(path).constData());
     }
+}
+
+void setTypes(CURL* easy, unsigned long types)
+{
+    curl_easy_setopt(easy, CURLOPT_SSH_AUTH_TYPES, static_cast<long>(types));
 }
 
 } // namespace
@@ -43,28 +52,30 @@ void SshLogin::clearKey()
     mPassphrase.clear();
 }
 
-void SshLogin::setOptions(CURL* easy)
+void SshLogin::setOptions(CURL* easy, bool hasPassword)
 {
     const bool hasKey = !mPrivateKey.isEmpty();
-    mHasFallBack = mUsesAgent;
-    if (!hasKey && !mUsesAgent) {
-        return;
+    mOffersAgent = mUsesAgent;
+    mIsAgentSilent = false;
+    mTypes = static_cast<unsigned long>(CURLSSH_AUTH_ANY) & ~AGENT;
+    if (mUsesAgent && !hasPassword) {
+        mTypes &= ~PASSWORD;
     }
-    // Without a file libcurl would take a key from the home or the current folder.
-    const long key = hasKey ? CURLSSH_AUTH_PUBLICKEY : CURLSSH_AUTH_NONE;
-    const long next = mUsesAgent ? CURLSSH_AUTH_AGENT : PASSWORD;
-    curl_easy_setopt(easy, CURLOPT_SSH_AUTH_TYPES, key | next);
-    setPath(easy, CURLOPT_SSH_PRIVATE_KEYFILE, mPrivateKey);
-    setPath(easy, CURLOPT_SSH_PUBLIC_KEYFILE, mPublicKey);
-    curl_easy_setopt(easy, CURLOPT_KEYPASSWD, mPassphrase.toUtf8().constData());
+    if (mUsesAgent && !hasKey) {
+        mTypes &= ~KEY; // libcurl would take one from the home or the current folder.
+    }
+    setTypes(easy, mTypes);
+    if (hasKey || mUsesAgent) {
+        setPath(easy, CURLOPT_SSH_PRIVATE_KEYFILE, mPrivateKey);
+        setPath(easy, CURLOPT_SSH_PUBLIC_KEYFILE, mPublicKey);
+        curl_easy_setopt(easy, CURLOPT_KEYPASSWD, mPassphrase.toUtf8().constData());
+    }
 }
 
-bool SshLogin::fallBack(CURL* easy)
+void SshLogin::offerAgent(CURL* easy, const std::shared_ptr<Interruption>& interruption)
 {
-    if (!mHasFallBack) {
-        return false;
+    if (mOffersAgent) {
+        mIsAgentSilent = !SshAgent::answers(interruption);
+        setTypes(easy, mIsAgentSilent ? mTypes : mTypes | AGENT);
     }
-    mHasFallBack = false;
-    curl_easy_setopt(easy, CURLOPT_SSH_AUTH_TYPES, PASSWORD);
-    return true;
 }

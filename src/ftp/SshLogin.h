@@ -1,14 +1,18 @@
 #pragma once
 
+#include <foundation/Interruption.h>
+
 #include <QString>
 
 #include <curl/curl.h>
 
+#include <memory>
+
 /**
  * How SFTP logs in beside the password: with a key of the user, and with the keys of the agent.
  *
- * libcurl asks the agent last, after the password. With the agent the password therefore waits for a login of its own,
- * see fallBack().
+ * All methods are tried on one connection, as servers count a connection that ends without a login as a failed one:
+ * the key, the password, the agent, and keyboard-interactive, in this order of libcurl.
  */
 class SshLogin
 {
@@ -20,15 +24,19 @@ public:
     void setUseAgent(bool use) { mUsesAgent = use; }
     bool usesAgent() const { return mUsesAgent; }
 
-    /// Adds to the options of a new handle; none without key and agent.
-    void setOptions(CURL* easy);
-    /// After a refused login: sets the handle to the password. False if that has been tried.
-    bool fallBack(CURL* easy);
+    /// Adds to the options of a new handle. With the agent, an empty password is not tried.
+    void setOptions(CURL* easy, bool hasPassword);
+    /// Before a connection is made: offers the agent, if it is used and answers.
+    void offerAgent(CURL* easy, const std::shared_ptr<Interruption>& interruption);
+    /// Whether the agent was used and has not answered.
+    bool isAgentSilent() const { return mIsAgentSilent; }
 
 private:
     QString mPrivateKey;
     QString mPublicKey;
     QString mPassphrase;
     bool mUsesAgent = false;
-    bool mHasFallBack = false;
+    bool mOffersAgent = false; ///< in the session
+    bool mIsAgentSilent = false;
+    unsigned long mTypes = 0; ///< without the agent
 };

@@ -62,8 +62,13 @@ PublishReport PublishRun::run()
 
 bool PublishRun::plan()
 {
-    mFirstSession
-        = std::async([this] { return openSession([this](PublishSession& session) { session.connect(mRecord); }); });
+    std::promise<bool> isLetIn;
+    mIsLetIn = isLetIn.get_future().share();
+    mFirstSession = std::async([this, isLetIn = std::move(isLetIn)]() mutable {
+        auto session = openSession([this](PublishSession& first) { first.connect(mRecord); });
+        isLetIn.set_value(FTPFailure::kindOf(session->client()) != FTPFailure::OfServer);
+        return session;
+    });
     if (!mPlanMaker.readFolder(mPlan)) {
         return false;
     }
@@ -93,7 +98,8 @@ bool PublishRun::takeFirstSession()
     return kind != FTPFailure::Interrupted;
 }
 
-/// Logging in takes as long as sending some files, so it does not wait for the record to tell what is to be sent.
+/// Logging in takes as long as sending some files, so it does not wait for the record to tell what is to be sent. Over
+/// SFTP it waits for the first session: servers lock out those who fail several times.
 void PublishRun::openFurtherSessions()
 {
     qint64 bytes = 0;
@@ -103,8 +109,11 @@ void PublishRun::openFurtherSessions()
     const int count = mOptions.dryRun ? 1 : sessionCount(static_cast<qint64>(mPlan.files.size()), bytes);
     try {
         while (static_cast<int>(mComingSessions.size()) < count - 1) {
-            mComingSessions.push_back(std::async(std::launch::async,
-                [this] { return openSession([](PublishSession& session) { session.connect(); }); }));
+            mComingSessions.push_back(std::async(std::launch::async, [this, isLetIn = mIsLetIn] {
+                const bool mayLogIn = mSettings.ftpProtocol() != FTPSettings::SFTP || isLetIn.get();
+                return mayLogIn ? openSession([](PublishSession& session) { session.connect(); })
+                                : std::make_unique<PublishSession>();
+            }));
         }
     } catch (const std::system_error&) {
         return; // Without another thread there is no other session.

@@ -73,6 +73,7 @@ private:
     PublishPlan mPlan;
     PlanMaker mPlanMaker;
     RecordDownload mRecord;
+    std::shared_future<bool> mIsLetIn; ///< whether the server has not refused the first session
     std::future<std::unique_ptr<PublishSession>> mFirstSession; // after the record, which it uses
     std::unique_ptr<PublishSession> mSession;
     std::deque<std::future<std::unique_ptr<PublishSession>>> mComingSessions;

@@ -62,6 +62,14 @@ bool OpenSockets::isAnyConnected()
     return std::any_of(mSockets.begin(), mSockets.end(), [](const Entry& e) { return Sockets::isConnected(e.socket); });
 }
 
+bool OpenSockets::isAnyIdle()
+{
+    const std::lock_guard<std::mutex> guard(mMutex);
+    dropClosed();
+    return std::any_of(mSockets.begin(), mSockets.end(),
+        [](const Entry& e) { return Sockets::isConnected(e.socket) && !Sockets::hasInput(e.socket); });
+}
+
 void OpenSockets::acknowledge()
 {
     const std::lock_guard<std::mutex> guard(mMutex);

@@ -31,6 +31,8 @@ public:
 
     /// Whether a peer has accepted one of the connections.
     bool isAnyConnected();
+    /// Whether one of the connections is ready for a request: nothing has arrived on it, such as its end.
+    bool isAnyIdle();
     /// Acknowledges what has arrived.
     void acknowledge();
 

@@ -39,6 +39,9 @@ public:
     /// Whether the last transfer took so little time that waiting without a pause pays.
     bool isQuick() const { return mIsQuick; }
 
+    /// Whether there is a connection that a transfer can use again, as far as is known.
+    bool isConnected() { return mSockets.isAnyIdle(); }
+
     /// For a server that holds an answer back until the one before is acknowledged.
     void setAcknowledgesAtOnce(bool isOn) { mAcknowledgesAtOnce = isOn; }
 
