@@ -173,9 +173,9 @@ public:
     /// UPLOAD, PROGRESSDATA, WRITEDATA, READDATA, HEADERDATA, INFILESIZE_LARGE, NOBODY, HEADER, FILETIME, BUFFERSIZE,
     /// QUICK_EXIT and functions and data of OPENSOCKET and CLOSESOCKET, over SFTP also NEW_FILE_PERMS and
     /// NEW_DIRECTORY_PERMS. A command sets and resets POSTQUOTE, a listing CUSTOMREQUEST, a resumed transfer
-    /// RESUME_FROM_LARGE and APPEND. setStallTimeOut() sets SERVER_RESPONSE_TIMEOUT, over SFTP also LOW_SPEED_LIMIT and
-    /// LOW_SPEED_TIME; a request after a pause of that time makes a new connection once this function was called. All
-    /// other options stay as they are until the session ends.
+    /// RESUME_FROM_LARGE, RANGE and APPEND. setStallTimeOut() sets SERVER_RESPONSE_TIMEOUT, over SFTP also
+    /// LOW_SPEED_LIMIT and LOW_SPEED_TIME; a request after a pause of that time makes a new connection once this
+    /// function was called. All other options stay as they are until the session ends.
     CURL* curlhandle() const;
     const FTPSettings& ftpSettings() const; ///< As given to initHost().
 

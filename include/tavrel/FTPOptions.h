@@ -54,8 +54,10 @@ public:
     /// Whether getFile() and putFile() continue a target that is there from an earlier transfer, if its last bytes, up
     /// to 64 KiB, are the same in the source; only these are compared. Otherwise, or if the target is longer or the
     /// server does not append, the transfer starts anew: a download then replaces the local file when the remote one
-    /// has come completely, and makes it empty if that is. An upload takes two more requests, and a time-out (28) does
-    /// not count as sent. Uploads with TemporaryName always start anew. Off by default.
+    /// has come completely, and makes it empty if that is. An upload takes two more requests, and three or four if it
+    /// continues: size and end of the remote file are compared, over SFTP also the place where it was continued, and
+    /// the file is sent anew if they differ. A time-out (28) does not count as sent. Uploads with TemporaryName always
+    /// start anew. Off by default.
     void setResumeTransfers(bool resume);
     bool resumesTransfers() const; ///< See setResumeTransfers().
     /// Whether putFile() gives the remote file the modification time of the local one, and getFile() the local file
@@ -77,9 +79,9 @@ public:
     bool setSshKey(
         const QString& privateKey, const QString& publicKey = QString(), const QString& passphrase = QString());
     void clearSshKey(); ///< Removes the key, for the next sessions.
-    /// Whether the next sessions log in over SFTP with the keys of the agent at SSH_AUTH_SOCK, after that of
-    /// setSshKey() and before the password, which then takes a second connection. Off by default: libcurl asks the
-    /// agent after the password, and not at all with a key of setSshKey().
+    /// Whether the next sessions log in over SFTP with the keys of the agent at SSH_AUTH_SOCK as well. All methods are
+    /// tried on one connection: the key of setSshKey(), the password, which the agent does without if it is empty, the
+    /// agent, and keyboard-interactive. An agent that does not answer within 5 s is left out. Off by default.
     void setUseSshAgent(bool use);
     bool usesSshAgent() const; ///< See setUseSshAgent().
 

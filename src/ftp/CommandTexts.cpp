@@ -1,6 +1,7 @@
 #include "CommandTexts.h"
 
 #include "FileMode.h"
+#include "RemotePath.h"
 
 #include <QDateTime>
 
@@ -10,8 +11,9 @@ constexpr int MIN_MODE_DIGITS = 4;
 
 // Deliberate: escaped, although commands over FTP are not.
 /// libcurl takes an SFTP command apart itself: a backslash before a quote or a backslash makes it part of the path.
-QString quoted(QString path)
+QString quoted(const QString& name)
 {
+    QString path = RemotePath::withOneSlash(name);
     path.replace(QLatin1Char('\\'), QLatin1String("\\\\"));
     path.replace(QLatin1Char('"'), QLatin1String("\\\""));
     return QLatin1Char('"') + path + QLatin1Char('"');

@@ -87,7 +87,12 @@ CommandTexts FTPCurl::Private::commandTexts(const char* signature) const
 
 QString FTPCurl::Private::commandPath(const RemotePath& path) const
 {
-    return settings.ftpProtocol() == FTPSettings::SFTP ? path.canonical() : path.relative();
+    if (settings.ftpProtocol() == FTPSettings::SFTP) {
+        return path.canonical();
+    }
+    // Servers take a tilde in front for a home directory.
+    const QString relative = path.relative();
+    return relative.startsWith(RemotePath::TILDE) ? QStringLiteral("./") + relative : relative;
 }
 
 QString FTPCurl::Private::cacheKey(const QString& path) const

@@ -118,6 +118,8 @@ struct FTPOptions::Private
 
     // Resumed transfers
     int append(QIODevice* device, const RemotePath& target, qint64 sent);
+    int compareAppended(QIODevice& source, const RemotePath& target, qint64 sent);
+    int comparePart(QIODevice& source, const RemotePath& target, qint64 offset);
     int requestRest(QIODevice& device, const RemotePath& path, qint64 offset);
     bool resumeDownload(const RemotePath& source, const QString& target);
     bool replaceFile(const RemotePath& source, const QString& target);

@@ -89,8 +89,8 @@ int FTPCurl::Private::upload(QIODevice* device, const RemotePath& target, qint64
     // libcurl reads only once the server has opened the file.
     const bool hasBegun = code == CURLE_READ_ERROR || session.mayHaveLeftFile();
     const bool isFileLeft = code == CURLE_OK || (device && device->isReadable() && hasBegun);
-    if (code == CURLE_OK && isChecked()) {
-        code = compareSize(written, sent + size);
+    if (code == CURLE_OK && sent == 0 && isChecked()) {
+        code = compareSize(written, size);
     }
     if (isInPlace) {
         return code;

@@ -58,8 +58,8 @@ bool FTPCurl::Private::removeOne(const QString& path, bool isDirectory)
         return false;
     }
     const CommandTexts texts = commandTexts(SIGNATURE);
-    // Deliberate: over SFTP the path is sent as it was given.
-    const QString target = texts.isSftp() ? path : remote.relative();
+    // Deliberate: over SFTP the path is sent as it was given, but for slashes in front.
+    const QString target = texts.isSftp() ? path : commandPath(remote);
     return setRemovalResult(requestCommands(VFSCurlData::Removal, { texts.remove(target, isDirectory) }), path);
 }
 
@@ -111,7 +111,7 @@ void FTPCurl::Private::removeFiles(DirectoryLevel& level)
     }
     QStringList commands;
     for (const QString& file : files) {
-        commands += texts.remove(path(file).relative(), false);
+        commands += texts.remove(commandPath(path(file)), false);
     }
     const int code = requestCommands(VFSCurlData::Removal, commands);
     const int count = static_cast<int>(files.size());

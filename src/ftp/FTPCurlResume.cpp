@@ -46,14 +46,51 @@ bool FTPOptions::resumesTransfers() const
     return mPrivate->resumeTransfers;
 }
 
-/// Sends the rest of a device, or all of it to a server that does not append, as ProFTPD by default.
+/// Sends the rest of a device, or all of it if the server does not append: ProFTPD refuses to by default, and some SFTP
+/// servers ignore the flag and write from the beginning of the file.
 int FTPCurl::Private::append(QIODevice* device, const RemotePath& target, qint64 sent)
 {
     curl_easy_setopt(session.handle(), CURLOPT_APPEND, 1L);
-    const int code = request(VFSCurlData::Upload, device, target);
+    int code = request(VFSCurlData::Upload, device, target);
     curl_easy_setopt(session.handle(), CURLOPT_APPEND, 0L);
-    const bool isRepeated = isRefused(code) && device->pos() == sent && device->seek(0);
-    return isRepeated ? request(VFSCurlData::Upload, device, target) : code;
+    bool isRepeated = isRefused(code) && device->pos() == sent;
+    if (code == CURLE_OK) {
+        code = compareAppended(*device, target, sent);
+        isRepeated = code == CURLE_PARTIAL_FILE;
+    }
+    if (!isRepeated || !device->seek(0)) {
+        return code;
+    }
+    code = request(VFSCurlData::Upload, device, target);
+    return code == CURLE_OK ? compareSize(target, device->size()) : code;
+}
+
+/// CURLE_PARTIAL_FILE if size, seam or end of a file on the server are not those of its source. Over FTP the seam is
+/// not read: libcurl closes the connection after a part from the middle.
+int FTPCurl::Private::compareAppended(QIODevice& source, const RemotePath& target, qint64 sent)
+{
+    const qint64 seam = qMax(sent - ResumedFile::TAIL_BYTES / 2, qint64 { 0 });
+    const qint64 end = qMax(source.size() - ResumedFile::TAIL_BYTES, qint64 { 0 });
+    int code = compareSize(target, source.size());
+    if (code == CURLE_OK && seam < end && settings.ftpProtocol() == FTPSettings::SFTP) {
+        code = comparePart(source, target, seam);
+    }
+    return code == CURLE_OK ? comparePart(source, target, end) : code;
+}
+
+/// Compares as many bytes from an offset on as a ResumedFile does.
+int FTPCurl::Private::comparePart(QIODevice& source, const RemotePath& target, qint64 offset)
+{
+    const qint64 size = qMin(ResumedFile::TAIL_BYTES, source.size() - offset);
+    const bool isAtEnd = offset + size == source.size();
+    const QString last = isAtEnd ? QString() : QString::number(offset + size - 1);
+    QByteArray part;
+    QBuffer buffer(&part);
+    curl_easy_setopt(session.handle(), CURLOPT_RANGE, QStringLiteral("%1-%2").arg(offset).arg(last).toLatin1().data());
+    const int code = request(VFSCurlData::Download, &buffer, target);
+    curl_easy_setopt(session.handle(), CURLOPT_RANGE, nullptr);
+    const bool isSame = part.size() == size && source.seek(offset) && source.read(size) == part;
+    return code == CURLE_OK && !isSame ? CURLE_PARTIAL_FILE : code;
 }
 
 int FTPCurl::Private::requestRest(QIODevice& device, const RemotePath& path, qint64 offset)

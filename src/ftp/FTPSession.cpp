@@ -162,6 +162,8 @@ void FTPSession::close()
 {
     mLoop.reset();
     mDirectory = QString();
+    mUrl = QUrl();
+    mHasTilde = false;
     mSinceCommand.invalidate();
     mReason = {};
     mIsLent = false;
@@ -320,9 +322,32 @@ void FTPSession::setUrl(const QUrl& url)
 {
     if (url != mUrl) {
         mUrl = url;
-        mEncodedUrl = RequestOptions::encodedUrl(url);
+        const QString path = url.path(QUrl::FullyDecoded);
+        QUrl sent = url;
+        if (mProtocol == FTPSettings::SFTP) {
+            sent.setPath(RemotePath::withOneSlash(path), QUrl::DecodedMode);
+        }
+        mEncodedUrl = RequestOptions::encodedUrl(sent);
+        setTilde(path);
     }
     curl_easy_setopt(mHandle, CURLOPT_URL, mEncodedUrl.constData());
+}
+
+/// libcurl over SFTP and servers over FTP take a "~" in front of a path for a home directory, unless "./" stands before
+/// it.
+void FTPSession::setTilde(const QString& path)
+{
+    const bool isInFront = RemotePath::withoutMarker(path).startsWith(RemotePath::TILDE);
+    const bool isInName = path.section(RemotePath::SLASH, -1).startsWith(RemotePath::TILDE);
+    if (!mHasTilde && !isInFront && !isInName) {
+        return; // An application may have set these options itself.
+    }
+    mHasTilde = isInFront || isInName;
+    curl_easy_setopt(mHandle, CURLOPT_PATH_AS_IS, isInFront ? 1L : 0L);
+    if (!mIsLent) {
+        const auto method = isInName ? CURLFTPMETHOD_NOCWD : CURLFTPMETHOD_SINGLECWD;
+        curl_easy_setopt(mHandle, CURLOPT_FTP_FILEMETHOD, static_cast<long>(method));
+    }
 }
 
 bool FTPSession::mayHaveLostDirectory(const VFSCurlData& data) const

@@ -97,6 +97,7 @@ private:
     CURLcode run(VFSCurlData& data);
     CURLcode runOnce(VFSCurlData& data);
     void setUrl(const QUrl& url);
+    void setTilde(const QString& path);
     void setTimeLimit(bool isLimited);
     /// Whether libcurl would not enter the directory of a request, as it takes the connection to be there, although
     /// somebody may have removed it since.
@@ -124,6 +125,7 @@ private:
     bool mIsLent = false; ///< to the application, which may set options itself
     QUrl mUrl; ///< of the last request
     QByteArray mEncodedUrl; ///< of mUrl
+    bool mHasTilde = false; ///< the last request
     QString mDirectory; ///< of the last request, relative to the login directory; empty there
     bool mIsDirectoryDoubtful = false; ///< the last transfer in it failed
 };

@@ -70,6 +70,16 @@ QString RemotePath::withoutMarker(QString canonical)
     return canonical;
 }
 
+QString RemotePath::withOneSlash(QString path)
+{
+    while (path.startsWith(TWO_SLASHES)) {
+        path.remove(0, 1);
+    }
+    const bool hasMarker = path.startsWith(FROM_LOGIN_DIRECTORY);
+    const bool isTilde = hasMarker && path.startsWith(FROM_LOGIN_DIRECTORY + TILDE);
+    return hasMarker && !isTilde ? path.mid(FROM_LOGIN_DIRECTORY.size() - 1) : path;
+}
+
 bool RemotePath::isDirectory() const
 {
     return mCanonical.endsWith(SLASH);

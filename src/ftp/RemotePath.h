@@ -11,6 +11,7 @@ class RemotePath
 {
 public:
     static constexpr QChar SLASH = QLatin1Char('/');
+    static constexpr QChar TILDE = QLatin1Char('~');
 
     /// Where the relative paths of a session start.
     struct Base
@@ -27,6 +28,10 @@ public:
     /// Without the marker in front: "www/index.html".
     QString relative() const { return withoutMarker(mCanonical); }
     static QString withoutMarker(QString canonical);
+
+    /// The same path for an SFTP server: with one slash in front, as some servers keep two and leave the root of their
+    /// user, and without the marker, except before a tilde.
+    static QString withOneSlash(QString path);
 
     bool isDirectory() const;
     RemotePath withoutTrailingSlash() const;

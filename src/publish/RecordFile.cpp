@@ -66,10 +66,19 @@ bool RecordFile::addSent(const PublishPlan& plan)
 /// place of the record since it was read. The lines name local files only, so that the neighbour does not choose them.
 bool RecordFile::append(const QByteArray& lines)
 {
+    const QByteArray bytes = SiteRecord::separator() + lines;
+    // Some SFTP servers ignore the flag and overwrite the beginning.
+    const bool isCompared = mClient.ftpSettings().ftpProtocol() == FTPSettings::SFTP;
+    qint64 before = 0;
+    if (isCompared && !ServerFolders::sizeOf(mClient, NAME, before)) {
+        return false;
+    }
     curl_easy_setopt(mClient.curlhandle(), CURLOPT_APPEND, 1L);
-    const bool isAppended = mClient.putData(SiteRecord::separator() + lines, NAME, false);
+    const bool isAppended = mClient.putData(bytes, NAME, false);
     curl_easy_setopt(mClient.curlhandle(), CURLOPT_APPEND, 0L);
-    return isAppended;
+    qint64 after = 0;
+    return isAppended
+        && (!isCompared || (ServerFolders::sizeOf(mClient, NAME, after) && after == before + bytes.size()));
 }
 
 /// A neighbour on the server who can write to the folder cannot redirect this to another file of the account: the file

@@ -188,7 +188,7 @@ private Q_SLOTS:
     void meansExactlyTheName()
     {
         QStringList names { "a", "a\" x", "it's \"quoted\"", "back\\slash\\", "\\\"", "a#b?c%20d;e", "f;type=a",
-            "two  blanks", "-rf", "\u00e9t\u00e9", "+plus&amp", "[brackets]", "10 \u20ac.txt" };
+            "two  blanks", "-rf", "\u00e9t\u00e9", "+plus&amp", "[brackets]", "10 \u20ac.txt", "~", "~root" };
         QVERIFY(mFtp->setNameEncoding(FTPCurl::Utf8));
         if (mTarget->port() == mServers.pureFtpd().port) {
             names = names.filter(QRegularExpression("^[^\\\\]*$")); // others are refused there
@@ -224,6 +224,13 @@ private Q_SLOTS:
             const QStringList left = QDir(mDisk + "odd").entryList(QDir::Files);
             QCOMPARE(left.size(), names.size() - names.indexOf(name) - 1);
         }
+        const QString home = mTarget->ftpFolder().section("/www", 0, 0) + "/~"; // may start with it
+        QByteArray data;
+        QVERIFY2(mFtp->putData("~", home, false), qPrintable(mFtp->errorText()));
+        QVERIFY2(mFtp->getData(home, data), qPrintable(mFtp->errorText()));
+        QCOMPARE(data, QByteArray("~"));
+        QVERIFY2(mFtp->removeResource(home), qPrintable(mFtp->errorText()));
+        QVERIFY(!QFile::exists(mDisk + "../~"));
     }
 
     void tellsWhatIsMissing()

@@ -17,8 +17,8 @@ public:
         QString root; ///< the prefix of remote paths; may be empty
     };
 
-    /// Starts the named servers: "nginx", "php", "proftpd", "openssh", "vsftpd", "pureftpd". PHP runs script, by
-    /// default form-echo.php.
+    /// Starts the named servers: "nginx", "php", "proftpd", "openssh", "vsftpd", "pureftpd",
+    /// "asyncssh". PHP runs script, by default form-echo.php.
     explicit RealServers(const QStringList& names, const QString& script = QString())
     {
         const QString owner = QString::number(QCoreApplication::applicationPid());
@@ -52,6 +52,8 @@ public:
     Store vsftpd() const { return store("vsftpd", "VSFTPD_PORT"); }
     /// Over FTP and explicit TLS; runs for root only.
     Store pureFtpd() const { return store("pure", "PURE_PORT"); }
+    /// Over SFTP; keeps two slashes at the beginning of a path and ignores the flag to append.
+    Store asyncssh() const { return store("async", "ASYNCSSH_PORT"); }
     /// Sends a signal to all processes of the servers, such as "STOP" and "CONT".
     void sendSignal(const QString& name) { run({ "signal", mFolder.path(), name }); }
 
