@@ -82,8 +82,13 @@ bool FTPCurl::getFile(const QString& source, const QString& target)
     WriteBatch batch(file);
     // A full disk may be noticed only when the last bytes are written.
     const auto finish = [&] { return !file.isOpen() || (batch.flush() && file.flush()); };
-    return mPrivate->download(*path, batch, finish)
-        && (!keepsModificationTime() || !file.isOpen() || mPrivate->setLocalTime(file));
+    const bool isFetched = mPrivate->download(*path, batch, finish);
+    if (!isFetched || !keepsModificationTime()) {
+        return isFetched;
+    }
+    // An empty remote file writes nothing; an empty local one is its copy.
+    const bool isCopy = file.isOpen() || (file.exists() && file.size() == 0 && file.open(QIODevice::ReadWrite));
+    return !isCopy || mPrivate->setLocalTime(file);
 }
 
 bool FTPCurl::Private::putData(const QByteArray& data, const RemotePath& target, bool createDirectories)

@@ -362,6 +362,13 @@ private Q_SLOTS:
         QVERIFY(QFile::remove(local));
         QVERIFY2(mFtp->getFile("whole/c", local), qPrintable(mFtp->errorText()));
         QCOMPARE(QFileInfo(local).lastModified(), NOON);
+        QVERIFY(FileUtils::writeFileContent(local, "") && modifyAtNoon(local));
+        QVERIFY2(mFtp->putFile(local, "whole/nothing", false), qPrintable(mFtp->errorText()));
+        QCOMPARE(QFileInfo(mDisk + "whole/nothing").lastModified(), NOON);
+        QVERIFY(FileUtils::writeFileContent(local, ""));
+        QVERIFY2(mFtp->getFile("whole/nothing", local), qPrintable(mFtp->errorText()));
+        QCOMPARE(QFileInfo(local).lastModified(), NOON);
+        QVERIFY(mFtp->removeResource("whole/nothing"));
         for (const int readable : { 0, 8 << 20 }) {
             Source broken(nullptr, readable);
             QVERIFY(!mFtp->putDataFromIoDevice(&broken, "memory", "whole/c"));
