@@ -1,4 +1,4 @@
-// HTTP transfers with Tavrel, as an application would write them. The arguments are those of bench_plain.
+// HTTP transfers with Tavrel, as an application would write them. It takes the arguments of bench_plain.
 //
 //   bench_tavrel get-file URL PATH
 //   bench_tavrel get-memory URL

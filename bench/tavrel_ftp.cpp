@@ -1,5 +1,5 @@
-// A file store over FTP or SFTP with Tavrel, as an application would write it. The arguments are those of
-// bench_plain_ftp. STORE stands for "ftp|sftp PORT ROOT".
+// A file store over FTP or SFTP with Tavrel, as an application would write it. It takes the arguments
+// of bench_plain_ftp. STORE stands for "ftp|sftp PORT ROOT".
 //
 //   bench_tavrel_ftp publish STORE FOLDER
 //   bench_tavrel_ftp put STORE PATH

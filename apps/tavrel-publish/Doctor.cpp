@@ -107,7 +107,7 @@ bool Doctor::isReached(Stage stage) const
     }
 }
 
-/// The texts are those of libcurl.
+/// The texts are libcurl's own.
 bool Doctor::isWithoutService() const
 {
     return mClient->errorDetail().startsWith(QLatin1String("Failure initializing sftp session"));
@@ -184,7 +184,7 @@ bool Doctor::isGreeted() const
     return mLines.value(0).startsWith(QLatin1String("220"));
 }
 
-/// libcurl hands on the lines of FTP only, and none of a server that closes the connection instead of a greeting.
+/// libcurl hands on the lines of FTP only, and no line of a server that closes the connection instead of greeting.
 QString Doctor::firstWords()
 {
     if (mLines.isEmpty()) {

@@ -15,7 +15,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Gives a file the permissions of the one that it is to replace, if there is one.
+/// Gives a file the permissions of the file that it is to replace, if that exists.
 std::error_code keepPermissions(const fs::path& from, const fs::path& to)
 {
     std::error_code error;
@@ -47,7 +47,7 @@ bool hasControlCharacter(const QString& name)
 }
 
 #ifdef Q_OS_WIN
-/// Whether Windows takes the name for another one, a device, a stream or a path.
+/// Whether Windows takes the name for a different name, a device, a stream or a path.
 bool isOddOnWindows(const QString& name)
 {
     static const QRegularExpression odd(

@@ -39,5 +39,5 @@ private:
     QString mPath;
     QString mPart;
     QString mFault;
-    std::unique_ptr<QTemporaryDir> mParts; ///< its names cannot collide with those of the site
+    std::unique_ptr<QTemporaryDir> mParts; ///< elsewhere, so that its names cannot collide with names of the site
 };

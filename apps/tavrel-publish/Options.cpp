@@ -57,7 +57,7 @@ const QVector<Row> ROWS {
     { "quiet", "Print failures only." },
 };
 
-/// Whether a path is that of the site or of a folder above it, as "$UNSET/" is.
+/// Whether a path names the site or a folder above it, as "$UNSET/" does.
 bool isAbove(const QString& path)
 {
     const QStringList names = QDir::cleanPath(path).split(QLatin1Char('/'), Qt::SkipEmptyParts);

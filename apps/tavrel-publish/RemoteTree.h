@@ -17,7 +17,7 @@ class Report;
 class RemoteTree
 {
 public:
-    /// relative is the path below the folder of the walk; that of a folder ends in a slash.
+    /// relative is the path below the folder of the walk; the path of a folder ends in a slash.
     using Visitor = std::function<void(const RemoteEntry& entry, const QString& relative)>;
 
     /// Above any real site; a server can list folders without end.
@@ -25,11 +25,11 @@ public:
 
     RemoteTree(FTPCurl& client, Report& report);
 
-    /// Visits each entry below a folder; an empty one is that of the site. A sub-folder that cannot be listed is
+    /// Visits each entry below a folder; an empty path stands for the site. A sub-folder that cannot be listed is
     /// reported and skipped.
     void walk(const QString& folder, const Visitor& visit);
 
-    /// The path of a folder in requests; an empty one is that of the site.
+    /// The path of a folder in requests; an empty path stands for the site.
     static QString pathOf(const FTPCurl& client, const QString& folder);
     /// The entries of a folder, by name; nothing, with a failure in the report, if it cannot be listed.
     static QVector<RemoteEntry> list(FTPCurl& client, Report& report, const QString& path);

@@ -22,7 +22,7 @@ class Report
 public:
     using Printer = std::function<void(const QJsonObject& event)>;
 
-    /// outcome is that of successes ("fetched"); empty: they are not counted.
+    /// outcome names a success ("fetched"); if it is empty, successes are not counted.
     Report(QString outcome, Printer print);
 
     /// False after the user or a failure has ended the task. Checked before each step.

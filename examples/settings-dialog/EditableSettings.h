@@ -6,7 +6,7 @@
 class EditableSettings : public FTPSettingsSerializable
 {
 public:
-    /// The files are those of the base class, for every program that reads them.
+    /// The files name the base class, for every program that reads them.
     QString className() const override { return QStringLiteral("FTPSettingsSerializable"); }
 
     void setProtocol(Protocol protocol) { mProtocol = protocol; }

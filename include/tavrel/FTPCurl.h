@@ -70,11 +70,11 @@ public:
 
     /// Opens a session, after closing an open one. Nothing is sent yet: a wrong host or password shows at the first
     /// request. A port above 65535 is refused, as is active mode over FTPS with libcurl before 8.5, which does not
-    /// protect the files there. The proxy is that of the system; an interruption also ends the wait for
+    /// protect the files there. It uses the system's proxy; an interruption also ends the wait for
     /// a system that is slow to name it.
     bool initHost(const FTPSettings& settings);
     /// Which servers the next sessions accept; anyone by default. Ends an open session, so call it before initHost(). A
-    /// trust that is not valid is refused with FUNC_PARAM_ERROR, also by every initHost() until another one is set;
+    /// trust that is not valid is refused with FUNC_PARAM_ERROR, also by every initHost() until a valid trust is set;
     /// initHost() also refuses a protocol that the trust does not cover. A server is refused at the first request,
     /// before user and password are sent; data connections of FTPS are covered.
     bool setTrust(const PeerTrust& trust);
@@ -96,8 +96,8 @@ public:
     /// That path without "/./" or "/" in front.
     QString canonicalizedRelativeFilePath(const QString& path) const;
 
-    /// Appends the entries of a directory, "" being where paths start, named by their canonical path; that of a
-    /// directory ends in a slash. Lines that are no entries are skipped. A symbolic link is a file when the server
+    /// Appends the entries of a directory, "" being where paths start, named by their canonical path; the path
+    /// of a directory ends in a slash. Lines that are no entries are skipped. A symbolic link is a file when the server
     /// finds a file behind it, else a directory without the slash.
     ///
     /// All functions that list keep up to 64 MiB of a listing, and of the entries of one call as many as 512 MiB of
@@ -136,7 +136,7 @@ public:
     /// Gives a file or a directory another path. Over FTP most servers replace an existing file, over SFTP they refuse.
     bool rename(const QString& from, const QString& to);
     /// Removes a file, or a directory with all that is below it, which may include what is behind a symbolic link. It
-    /// goes on past what cannot be removed; the result is that of the last step, the removal of path itself. Entries
+    /// goes on past what cannot be removed; the result tells whether path itself was removed in the last step. Entries
     /// whose name is not certain, and directories whose name has two lines in a listing, are left.
     bool removeResource(const QString& path);
     /// Removes one file or one empty directory. Over SFTP path is sent as it is given and starts at the root of the

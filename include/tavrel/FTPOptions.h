@@ -8,7 +8,7 @@
 class FTPCurl;
 
 /**
- * The settings of an FTPCurl beside those of its server; they hold for all its sessions.
+ * The settings of an FTPCurl beside its FTPSettings; they hold for all its sessions.
  *
  * The setters that return bool refuse all other values than the documented ones with FTPCurl::FUNC_PARAM_ERROR; the
  * setting then stays as it is.
@@ -39,16 +39,16 @@ public:
     int stallTimeOut() const; ///< In seconds; see setStallTimeOut().
 
     /// InPlace, the default, writes the remote file itself. TemporaryName writes a file beside it, NAME.XXXXXXXX.part,
-    /// and renames that when its size on the server is that of the source. Where the server does not replace a file
-    /// by a rename, as over SFTP, the old file is renamed to NAME.XXXXXXXX.old first and removed afterwards: for about
-    /// one round trip there is no file of that name, and a connection that breaks then, or an interruption, leaves the
-    /// other two. After any other failure the old file is as it was, and the temporary one is removed if the server
-    /// still answers and no interruption was requested. A time-out (28) does not count as sent.
+    /// and renames that when its size on the server equals the size of the source. Where the server does not replace a
+    /// file by a rename, as over SFTP, the old file is renamed to NAME.XXXXXXXX.old first and removed afterwards: for
+    /// about one round trip there is no file of that name, and a connection that breaks then, or an interruption,
+    /// leaves the other two. After any other failure the old file is as it was, and the temporary one is removed if the
+    /// server still answers and no interruption was requested. A time-out (28) does not count as sent.
     bool setUploadMode(UploadMode mode);
     UploadMode uploadMode() const; ///< See setUploadMode().
-    /// Whether an upload succeeds only if the size of the file on the server is that of the source; otherwise it fails
-    /// with CURLE_PARTIAL_FILE, also when the server does not tell the size. A time-out (28) then does not count as
-    /// sent. Off by default.
+    /// Whether an upload succeeds only if the size of the file on the server equals the size of the source; otherwise
+    /// it fails with CURLE_PARTIAL_FILE, also when the server does not tell the size. A time-out (28) then does not
+    /// count as sent. Off by default.
     void setVerifyUploads(bool verify);
     bool verifiesUploads() const; ///< See setVerifyUploads().
     /// Whether getFile() and putFile() continue a target that is there from an earlier transfer, if its last bytes, up
@@ -60,9 +60,10 @@ public:
     /// start anew. Off by default.
     void setResumeTransfers(bool resume);
     bool resumesTransfers() const; ///< See setResumeTransfers().
-    /// Whether putFile() gives the remote file the modification time of the local one, and getFile() the local file
-    /// that of the remote one, to the second. If the time cannot be set or is not known, the transfer is complete and
-    /// fails with TIME_NOT_KEPT. Over SFTP it takes libcurl 7.73 to set a remote time. Off by default.
+    /// Whether putFile() gives the remote file the modification time of the local one, and getFile() gives
+    /// the local file the time of the remote one, to the second. If the time cannot be set or is not known, the
+    /// transfer is complete and fails with TIME_NOT_KEPT. Over SFTP it takes libcurl 7.73 to set a remote time. Off by
+    /// default.
     void setKeepModificationTime(bool keep);
     bool keepsModificationTime() const; ///< See setKeepModificationTime().
 

@@ -75,7 +75,7 @@ public:
     QFuture<bool> publishAsync(const FTPSettings& settings, const QString& folder);
     /// From publish() until done() is about to be emitted.
     bool isPublishing() const;
-    /// The result of the last run; during a run, that of the run before.
+    /// The result of the last run; during a run, the result of the run before.
     PublishReport report() const;
 
     /// Sessions side by side, 1 to MAX_CONNECTIONS; 4 by default. False for other values, which change nothing.
@@ -88,7 +88,7 @@ public:
     /// or replaced by ones of another size, are sent again. Off by default.
     void setCheckServer(bool check);
     /// Whether files that an earlier run has sent and that the folder no longer has are removed from the server, and
-    /// then the directories that became empty. A file whose size is not that of the record, and a link, were not sent
+    /// then the directories that became empty. A file whose size differs from the record, and a link, were not sent
     /// by this class and stay; so does one whose path a file of the folder has in other letter case. Off by default.
     void setRemoveObsolete(bool remove);
     /// Whether to report only what would be sent and removed. Nothing is written to the server. Off by default.
@@ -99,7 +99,7 @@ public:
     /// some characters. A glob without a slash before its end is compared with names at any depth, any other with the
     /// whole path from the folder; one that ends in a slash matches folders only, and "!" in front publishes again what
     /// an earlier one has excluded. The lines of a file ".tavrelignore" in the folder count before these; "#" begins a
-    /// comment there, and one that cannot be read ends the run. False if a glob is malformed; then none of them is set.
+    /// comment there, and one that cannot be read ends the run. False if a glob is malformed; then no glob is set.
     bool setExcluded(const QStringList& globs);
     /// See FTPCurl::setUploadMode(). InPlace by default. With TemporaryName, a run that is killed may leave files
     /// NAME.XXXXXXXX.part on the server, which later runs do not remove.
@@ -116,7 +116,7 @@ Q_SIGNALS:
     /// At most ten times a second, and once at the end of the transfers; not in a dry run, nor in one that ends before
     /// its transfers.
     void progress(const PublishProgress& progress);
-    /// Once for each file that is sent, unchanged, removed or failed; reason is that of a failure.
+    /// Once for each file that is sent, unchanged, removed or failed; reason tells why a file failed.
     void fileFinished(const QString& path, FolderPublisher::Outcome outcome, const QString& reason);
     /// Once per run, after all other signals.
     void done(bool success);

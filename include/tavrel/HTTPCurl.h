@@ -50,7 +50,7 @@ public:
         NOT_FOUND_4XX = 3, ///< the server answered with a status of 400 to 499
         SERVER_ERROR_5XX = 4, ///< the server answered with a status of 500 to 599
         DOWNLOAD_LIMIT_REACHED = 5, ///< the announced size exceeds the limit
-        REQUEST_IN_PROGRESS = 6, ///< a slot started a request while another one on the object is running
+        REQUEST_IN_PROGRESS = 6, ///< a slot started a request while the object is running another request
         BAD_PARAMETER = 7, ///< a setter refused its argument, or an encrypted post its file
     };
 
@@ -126,24 +126,24 @@ public:
     /// every phase after the connection is established: TLS handshake, sending, waiting for the answer, receiving. In
     /// seconds; 0, the default, means no bound. A negative value is refused: false, with BAD_PARAMETER.
     bool setStallTimeOut(int seconds);
-    /// Refuses bodies whose Content-Length exceeds this, in bytes, those of redirections and error pages included; 0
+    /// Refuses bodies whose Content-Length exceeds this, in bytes, bodies of redirections and error pages included; 0
     /// and less means no limit. A GET then fails with DOWNLOAD_LIMIT_REACHED, a post with libcurl's
     /// CURLE_ABORTED_BY_CALLBACK. A body without a Content-Length is never cut short.
     void setLimitDownload(qint64 bytes);
     /// Keeps the connections of a successful request open for the next ones of this object, which then need no new TCP
     /// and TLS handshake. Off by default. Cookies and results are the same either way. A failed or interrupted request
-    /// closes the connections; so do setTrust(), false and the destructor, which must then run before that of
-    /// TavrelInitializer. When the server closes a kept connection without a byte of answer, the request is sent again
-    /// on a new one.
+    /// closes the connections; so do setTrust(), false and the destructor, which must then run before the
+    /// destructor of TavrelInitializer. When the server closes a kept connection without a byte of answer, the request
+    /// is sent again on a new one.
     void setKeepConnections(bool on);
-    /// Replaces the default user agent, that of a desktop browser; empty restores it.
+    /// Replaces the default user agent, which names a desktop browser; an empty text restores it.
     void setUserAgent(const QString& agent);
     /// Appended to the user agent, after a blank.
     void setUserAgentExtension(const QString& extension);
 
     /// Which servers the next requests accept; anyone by default. With any other trust only HTTPS is spoken, also after
     /// a redirection: other URLs fail with CURLE_UNSUPPORTED_PROTOCOL. A trust that is not valid or has nothing for TLS
-    /// is refused with BAD_PARAMETER, by every request until another one is set, too.
+    /// is refused with BAD_PARAMETER, by every request until a valid trust is set, too.
     bool setTrust(const PeerTrust& trust);
 
     /// Sets the folder of the cookie file and creates it. Process-wide; call it before clients run.

@@ -60,7 +60,7 @@ public:
     QString fault() const; ///< For people; empty while isValid().
 
     bool hasAuthorities() const; ///< Whether authorities were set.
-    /// Empty for those of the system.
+    /// The file of the authorities; empty for the system's authorities.
     QString authoritiesFile() const;
     QStringList publicKeys() const; ///< The pins, one each; empty when none were set.
     /// Empty when none were set.

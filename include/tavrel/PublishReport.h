@@ -4,7 +4,7 @@
 #include <QStringList>
 #include <QVector>
 
-/// The result of a FolderPublisher. Paths are relative to the folder; that of a directory ends in a slash.
+/// The result of a FolderPublisher. Paths are relative to the folder; the path of a directory ends in a slash.
 struct PublishReport
 {
     /// A file that could not be sent or removed, and why.

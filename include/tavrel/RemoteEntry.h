@@ -18,12 +18,12 @@ struct RemoteEntry
     enum TimePrecision {
         UnknownTime,
         ToTheDay, ///< in the server's own time zone, as if that were UTC
-        ToTheMinute, ///< likewise
+        ToTheMinute, ///< in the server's own time zone, as if that were UTC
         ToTheSecond, ///< in UTC
     };
 
     QString name; ///< as the server shows it; never with a slash
-    QString path; ///< canonical, for requests; that of a directory ends in a slash
+    QString path; ///< canonical, for requests; the path of a directory ends in a slash
     Kind kind = File; ///< as the server names it
     qint64 size = -1; ///< in bytes; -1 when it is not known
     TimePrecision timePrecision = UnknownTime; ///< of modified

@@ -11,7 +11,7 @@
  * The message texts of a process, one per error code, ordered by code.
  *
  * Every operation may be called from any thread at any time. As there is one text per code, a message with a detail (a
- * limit, a reply) is that of the last object that failed with this code.
+ * limit, a reply) comes from the last object that failed with this code.
  */
 class FOUNDATION_EXPORT ErrorMessages
 {

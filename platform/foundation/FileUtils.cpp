@@ -9,8 +9,8 @@
 
 namespace {
 
-/// Writes a temporary file and renames it to path. Without permissions, the file gets those of an existing one, or the
-/// system's default.
+/// Writes a temporary file and renames it to path. Without permissions, the file keeps the permissions of an
+/// existing one, or gets the system's default.
 bool writeWhole(const QString& path, const QByteArray& bytes, QFile::Permissions permissions, QString* error)
 {
     QSaveFile file(path);

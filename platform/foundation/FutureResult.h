@@ -24,7 +24,7 @@ public:
 
     QFuture<bool> future() { return mFuture.future(); }
     void setProgress(int value, int maximum);
-    /// Runs what waits for the future, on this thread or another one: no lock is held.
+    /// Runs what waits for the future, on this thread or on another: no lock is held.
     void finish(bool success);
 
     /// Calls a function once when the future is canceled, on a thread of its own, for this object's lifetime. QFuture

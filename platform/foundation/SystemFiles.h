@@ -8,7 +8,7 @@
 #include <optional>
 
 /// The operations on files that Qt lacks and in which systems differ. A file that Windows creates has the access
-/// rights of its folder; private files are private there if the folder is, as those of a user's profile are.
+/// rights of its folder; private files are private there if the folder is private, like a user's profile.
 namespace SystemFiles {
 
 /// The state of a content. Two states differ if the file was written in between, as exactly as the system keeps times.

@@ -17,7 +17,7 @@ class Threadable;
  *
  * Destroying a running Thread interrupts it, quits its event loop and waits for its end; destroying one that is not
  * running interrupts nothing. A subclass whose run() uses members of its own calls interruptAndWait() in its
- * destructor, as those members are gone when the one of this class runs.
+ * destructor, as those members are gone when the destructor of this class runs.
  *
  * requestInterruption() and isInterruptionRequested() may be called from any thread.
  */

@@ -3,8 +3,8 @@
 #include <QDateTime>
 #include <QTimeZone>
 
-/// The argument for UTC of QDateTime's functions. Qt 6.5 has another one, and newer versions deprecate Qt::UTC. It is not
-/// QTimeZone::utc(), with which times are printed with "+00:00" in place of "Z".
+/// The argument for UTC of QDateTime's functions. Qt 6.5 has a second form, and newer versions deprecate Qt::UTC. It is
+/// not QTimeZone::utc(), with which times are printed with "+00:00" in place of "Z".
 #if QT_VERSION >= QT_VERSION_CHECK(6, 5, 0)
 constexpr QTimeZone::Initialization UTC = QTimeZone::UTC;
 #else

@@ -7,7 +7,7 @@
 
 class QDateTime;
 
-/// The raw commands that follow a request. FTP and both kinds of FTPS share one set, SFTP has that of libcurl.
+/// The raw commands that follow a request. FTP and both kinds of FTPS share one set, SFTP has libcurl's own.
 class CommandTexts
 {
 public:

@@ -5,7 +5,7 @@
 
 namespace {
 
-/// Also for a code that is none of libcurl's.
+/// The text of a code, which need not be a code of libcurl.
 QString textOf(int code)
 {
     return QString::fromUtf8(code < 0 ? "Unknown error" : curl_easy_strerror(static_cast<CURLcode>(code)));

@@ -65,7 +65,7 @@ int FTPCurl::Private::append(QIODevice* device, const RemotePath& target, qint64
     return code == CURLE_OK ? compareSize(target, device->size()) : code;
 }
 
-/// CURLE_PARTIAL_FILE if size, seam or end of a file on the server are not those of its source. Over FTP the seam is
+/// CURLE_PARTIAL_FILE if size, seam or end of a file on the server differ from its source. Over FTP the seam is
 /// not read: libcurl closes the connection after a part from the middle.
 int FTPCurl::Private::compareAppended(QIODevice& source, const RemotePath& target, qint64 sent)
 {

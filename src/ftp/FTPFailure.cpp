@@ -94,7 +94,7 @@ QString FTPFailure::reasonOf(const FTPCurl& client)
     QString text = isOfLibcurl ? QString::fromUtf8(curl_easy_strerror(static_cast<CURLcode>(error.value()))) + refusal
                                : client.errorText().simplified();
     if (!isOfLibcurl && error != ErrorableCode::of(FTPCurl::TIME_NOT_KEPT)) {
-        return text; // Reply and detail are those of an earlier request.
+        return text; // Reply and detail belong to an earlier request.
     }
     const QString reply = client.serverReply();
     const bool isRefusal = reply.startsWith(QLatin1Char('4')) || reply.startsWith(QLatin1Char('5'));

@@ -281,8 +281,8 @@ CURLcode FTPSession::runOnce(VFSCurlData& data)
     return code;
 }
 
-/// After a pause longer than the time-out for a reply, libcurl takes a request whose first command is that of POSTQUOTE
-/// for timed out, as it counts from the last command on. Without such a time-out it makes a new connection before that.
+/// After a pause longer than the time-out for a reply, libcurl takes a request that begins with POSTQUOTE for timed
+/// out, as it counts from the last command on. Without such a time-out it makes a new connection before that.
 /// The result is to be kept for the request.
 CurlList FTPSession::wakeUp()
 {
@@ -411,7 +411,7 @@ void FTPSession::replaceConnection()
     mSinceCommand.invalidate();
 }
 
-/// libcurl takes a connection for dead that is used again and brings no bytes, like those of an empty file, and
+/// libcurl takes a connection for dead that is used again and brings no bytes, as for an empty file, and
 /// connects anew. It refuses to do so for each sixth time in a session, and some versions (8.14) every time, as if that
 /// were a redirection.
 bool FTPSession::isReconnectionRefused(CURLcode code, int type) const

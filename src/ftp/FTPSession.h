@@ -74,9 +74,9 @@ public:
     /// Runs a request and then commands in the words of its protocol, up to the first that fails.
     int performCommands(VFSCurlData& data, const QStringList& commands);
 
-    /// Its trust is that of the next open().
+    /// Sets the trust for the next open().
     PeerCheck& peerCheck() { return mPeerCheck; }
-    /// Likewise.
+    /// Sets the keys for the next open().
     SshLogin& sshLogin() { return mSshLogin; }
 
     /// Of the last request. It can be put back after further ones that only clean up.

@@ -6,7 +6,7 @@
 /// One entry of a directory listing, as its line has it.
 struct ListingEntry
 {
-    QString path; ///< of the directory and the entry; that of a directory ends in a slash
+    QString path; ///< of the directory and the entry; the path of a directory ends in a slash
     qint64 size = 0; ///< in bytes; 0 when the line has none
     qint64 modified = 0; ///< seconds since 1970; 0 when the line has none
     bool isDir = false;

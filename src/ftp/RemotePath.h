@@ -21,7 +21,7 @@ public:
     };
 
     /// A path that starts with "/" is taken as it is, any other one below the folder. The canonical form ends in a
-    /// slash only if path does; that of an empty path is empty, or the leading slash.
+    /// slash only if path does; an empty path becomes an empty form, or the leading slash.
     RemotePath(const QString& path, const Base& base);
 
     const QString& canonical() const { return mCanonical; }
@@ -29,7 +29,7 @@ public:
     QString relative() const { return withoutMarker(mCanonical); }
     static QString withoutMarker(QString canonical);
 
-    /// The same path for an SFTP server: with one slash in front, as some servers keep two and leave the root of their
+    /// The path for an SFTP server: with one slash in front, as some servers keep two and leave the root of their
     /// user, and without the marker, except before a tilde.
     static QString withOneSlash(QString path);
 

@@ -53,7 +53,7 @@ FileDownloader::FileDownloader(QObject* parent)
 {
     mState->client = new HTTPCurl(this);
     addThreadableChild(mState->client);
-    // Direct, because this object lives on another thread than the one that emits the signal.
+    // Direct, because this object lives on another thread than the emitter of the signal.
     connect(mState->client, &HTTPCurl::progress, this, &FileDownloader::progress, Qt::DirectConnection);
     const auto report = [this](double percent) {
         if (mState->result) {

@@ -74,7 +74,7 @@ bool HTTPCurl::getFile(const QString& url, const QString& path)
     if (!checkIdle()) {
         return false;
     }
-    PartialFile::removeRecord(path); // It would not be that of the bytes to come.
+    PartialFile::removeRecord(path); // It does not describe the bytes to come.
     QFile file(path);
     return getDataRaw(url, file);
 }

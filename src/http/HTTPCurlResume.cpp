@@ -34,7 +34,7 @@ curl_slist* HTTPCurl::State::requestRest(CURL* handle)
     if (!partialFile) {
         return nullptr;
     }
-    // The answer of a proxy to CONNECT is not that of the server.
+    // The answer of a proxy to CONNECT is not an answer of the server.
     curl_easy_setopt(handle, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
     if (partialFile->offset() == 0) {
         return nullptr;

@@ -31,7 +31,7 @@ struct HTTPCurl::State // NOLINT(clang-analyzer-optin.performance.Padding)
     bool keepsConnections = false;
     std::unique_ptr<TransferLoop> keptLoop; ///< owns the connections between requests; null during one
 
-    /// Adds to the options of a handle those of the trust.
+    /// Sets the options of the trust on a handle.
     void setTrustOptions(CURL* handle);
     void setCookieOptions(CURL* handle);
     void buildUserAgentHeader();

@@ -15,8 +15,8 @@ public:
     /// handle.
     MimeForm(CURL* handle, const curl_httppost* form);
 
-    /// Makes the form the body of the next request of the handle. The bytes on the wire are those of the form API. The
-    /// result is that of libcurl; CURLE_OUT_OF_MEMORY if the form is not complete.
+    /// Makes the form the body of the next request of the handle. It sends the same bytes as the form API. The
+    /// result is libcurl's; CURLE_OUT_OF_MEMORY if the form is not complete.
     CURLcode attach() const;
 
 private:

@@ -67,7 +67,7 @@ bool PartialFile::open(OpenMode /*mode*/)
     if (mOffset > 0) {
         return SystemFiles::openOwn(*this, WriteOnly | Append);
     }
-    removeRecord(mPath); // It would not be that of the bytes to come.
+    removeRecord(mPath); // It does not describe the bytes to come.
     return SystemFiles::openOwn(*this, WriteOnly | Truncate);
 }
 
@@ -140,7 +140,7 @@ bool PartialFile::begin()
     return resize(0) && seek(0) && (mValidator.isEmpty() || writeRecord());
 }
 
-/// A long name leaves no room for that of the record, and a file with that name is not replaced. Without a record the
+/// A long name leaves no room for the record's name, and a file with that name is not replaced. Without a record the
 /// download only cannot be continued.
 bool PartialFile::writeRecord() const
 {

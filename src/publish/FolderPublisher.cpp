@@ -205,7 +205,7 @@ void FolderPublisher::run()
         const FutureResult::Watch watch(mState->result.get(), [this] { requestInterruption(); });
         report = PublishRun(mState->settings, mState->optionsOfRun, mState->folder, listener).run();
     }
-    announce(std::move(report)); // without the watch, whose interruption would be that of the next run
+    announce(std::move(report)); // without the watch, which would interrupt the next run
 }
 
 void FolderPublisher::announce(PublishReport&& report)

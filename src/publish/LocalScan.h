@@ -22,7 +22,7 @@ public:
     /// The name of a file with globs in the folder.
     static const char* const RULES_FILE;
 
-    /// Paths that were not read, so that nothing is known of the files below: those of folders end in a slash.
+    /// Paths that were not read, so that nothing is known of the files below; the path of a folder ends in a slash.
     const QStringList& unknown() const { return mUnknown; }
 
 private:

@@ -187,7 +187,8 @@ bool PlanMaker::checkServer(PublishSession& session, PublishPlan& plan)
         if (std::none_of(begin, end, [](const PlannedFile& file) { return file.state == PlannedFile::Unchanged; })) {
             continue;
         }
-        ServerFolders folders(session.client()); // of one listing, as those of a large site would fill the memory
+        ServerFolders folders(
+            session.client()); // one listing at a time: all listings of a large site would fill the memory
         const ServerFolders::Folder* listed = nullptr;
         FTPFailure::Kind kind = session.requestPatiently(
             [&] { return (listed = folders.list(QString::fromUtf8(folder.path))) != nullptr; });
@@ -285,7 +286,7 @@ void PlanMaker::forget(PublishPlan& plan, const QByteArray& path)
     mIsRecordOutdated = true;
 }
 
-/// Whether the folder was read where the file was, and it is not there. A path that is excluded now is none of ours.
+/// Whether the folder was read where the file was, and it is not there. An excluded path is left alone.
 bool PlanMaker::isKnownToBeGone(const QString& path) const
 {
     const bool isUnknown = std::any_of(mUnknown.begin(), mUnknown.end(), [&path](const QString& unknown) {
@@ -294,7 +295,7 @@ bool PlanMaker::isKnownToBeGone(const QString& path) const
     return !isUnknown && !mFilter.excludesWithParents(path) && (mOptions.hiddenFiles || !isHidden(path));
 }
 
-/// Plans the removal of a file if it is the one that was sent. Otherwise the record forgets it.
+/// Plans the removal of a file that is still as it was sent. Otherwise the record forgets it.
 FTPFailure::Kind PlanMaker::examine(
     PublishSession& session, ServerFolders& folders, PublishPlan& plan, const QByteArray& path)
 {

@@ -33,8 +33,7 @@ public:
 
     const QString& fault() const { return mFault; }
     const RecordPlace& recordPlace() const { return mRecordPlace; }
-    /// Whether the record on the server is another one than that of the plan before anything is sent, or is not in its
-    /// place.
+    /// True if the record on the server differs from the record that the plan was made from, or is not in its place.
     bool isRecordOutdated() const { return mIsRecordOutdated; }
 
 private:

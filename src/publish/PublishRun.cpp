@@ -79,7 +79,7 @@ bool PublishRun::plan()
 }
 
 /// Waits for the first session, which logs in while the folder is read; a server that allows only some sessions may
-/// have let in another one.
+/// have let in a different session first.
 bool PublishRun::takeFirstSession()
 {
     mSession = mFirstSession.get();

@@ -24,7 +24,7 @@ public:
     /// Writes the record from a local file. A complete record exists at any moment, under its name or a second one.
     /// The place follows each step, also when a later step fails.
     bool write(const QString& local, RecordPlace& place);
-    /// Removes records under second names that earlier runs have left, except those of place.
+    /// Removes records under second names that earlier runs have left, except the record in place.
     void removeLeftOvers(const RecordPlace& place);
 
     /// The records under second names that the server lists; none when it does not list, with the client's error.

@@ -140,7 +140,7 @@ int OpenSockets::remove(curl_socket_t socket)
 }
 
 /// libcurl (8.5 to 8.21) closes a listening socket of active mode by itself when something fails before it is used. The
-/// number may be that of a socket of the application by now.
+/// number may belong to a socket of the application by now.
 void OpenSockets::dropClosed()
 {
     const auto isClosed = [](const Entry& entry) { return Sockets::identity(entry.socket) != entry.identity; };

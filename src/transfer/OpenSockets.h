@@ -36,7 +36,7 @@ public:
     /// Acknowledges what has arrived.
     void acknowledge();
 
-    /// For how long the end of one connection waits for the peer of another one to answer it, without sleeping. Zero,
+    /// For how long the end of one connection waits for an answer on the other connection, without sleeping. Zero,
     /// the default, leaves the wait to libcurl, which sleeps.
     void setAnswerTime(std::chrono::microseconds time) { mAnswerTime = time; }
     /// How long the end of one of two connections waits for its peer to read on. Zero, the default, closes at once,

@@ -2,7 +2,7 @@
 
 /**
  * Keeps a write to a broken connection from ending the process, for as long as this object lives: it blocks SIGPIPE on
- * the calling thread and drops the one that came meanwhile. Where there is no such signal it does nothing.
+ * the calling thread and drops a signal that came meanwhile. Where there is no such signal it does nothing.
  */
 class PipeSignal
 {

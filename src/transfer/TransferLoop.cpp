@@ -84,7 +84,7 @@ CURLcode TransferLoop::perform(CURL* easy, const std::shared_ptr<Interruption>& 
         withoutPipeSignal.emplace();
     }
     const CURLcode code = run(easy, interruption.get());
-    // Also after a success: the end of a body may have been that of a socket that was shut down.
+    // Also after a success: a body may have ended because its socket was shut down.
     return isRequested(interruption.get()) ? CURLE_ABORTED_BY_CALLBACK : code;
 }
 

@@ -26,7 +26,7 @@ public:
     TransferLoop(const TransferLoop&) = delete;
     TransferLoop& operator=(const TransferLoop&) = delete;
 
-    /// Blocks until the transfer has ended. The result is that of curl_easy_perform, or CURLE_ABORTED_BY_CALLBACK if
+    /// Blocks until the transfer has ended. The result is curl_easy_perform's, or CURLE_ABORTED_BY_CALLBACK if
     /// interruption, which may be null, was requested before the end; the connections of the loop are unusable then.
     CURLcode perform(CURL* easy, const std::shared_ptr<Interruption>& interruption = nullptr);
 

@@ -38,7 +38,7 @@ public:
     QString faultForSsh() const;
     QString faultForPlaintext() const;
 
-    /// Adds to the options of a new handle those of a trust that covers TLS.
+    /// Sets the options of a trust that covers TLS on a new handle.
     void setTlsOptions(CURL* easy);
     /// Takes the callbacks off a handle that outlives the object; files and pins stay.
     static void detach(CURL* easy);

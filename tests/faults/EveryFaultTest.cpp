@@ -54,7 +54,7 @@ struct Bench
     QTemporaryDir folder;
     const QString local = folder.filePath("file");
     const SecuredHTTPCurl service; // shares the key file, and so the AES key, with the clients
-    bool isSound = true; // files are whole, and results are those of the success that is reported
+    bool isSound = true; // files are whole, and results belong to the success that is reported
     std::atomic<bool> isMade { false }; // the directory a/b
     ScriptedFtpServer ftpServer { ftpPlay() };
     ScriptedServer httpServer { [this](ScriptedServer& server, QTcpSocket& socket) {

@@ -30,7 +30,8 @@ class FTPCurlTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    // The first one: after the look-up of a proxy, which Qt 6 leaves to a thread, that of a forked process never ends.
+    // This test is the first: after a look-up of the proxy, which Qt 6 leaves to a thread, a forked process waits for
+    // ever.
     void endsTheProcessForAnUnknownProtocol()
     {
         const std::map<QByteArray, Operation> cases { { "list(const QString &, VirtualFileList &)", listing },

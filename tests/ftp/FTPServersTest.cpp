@@ -447,7 +447,7 @@ private Q_SLOTS:
         VirtualFileList files;
         QVERIFY(mFtp->list("tree", files));
         const auto isDirectory = [](const VirtualFile& file) { return file.isDir(); };
-        // OpenSSH finds a file behind a link to a directory, and its removal is that of the link. Elsewhere the removal
+        // OpenSSH finds a file behind a link to a directory, and removes the link only. Elsewhere the removal
         // goes through it, and then the server does not take the link for a directory.
         const bool isFollowed = !mDisk.contains("/ssh/");
         QCOMPARE(int(std::count_if(files.begin(), files.end(), isDirectory)), isFollowed ? 1 : 0);

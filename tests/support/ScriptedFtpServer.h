@@ -37,7 +37,7 @@ public:
 
     quint16 port() const { return mServer.port(); }
     ScriptedServer& connections() { return mServer; }
-    /// The commands of all connections, except those of the login.
+    /// The commands of all connections, except for the login.
     QList<QByteArray> commands();
     QByteArray uploaded();
 
