@@ -4,7 +4,7 @@
 
 #include <functional>
 
-/// What a server says by itself on a new connection.
+/// The greeting of a server on a new connection.
 namespace FirstWords {
 
 /// The first line, such as "220 FTP server ready" or "SSH-2.0-OpenSSH_9.2"; empty if the server waits for the client or

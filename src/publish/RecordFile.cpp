@@ -139,7 +139,7 @@ bool RecordFile::makeRoom(const QString& name)
     return !isGone && (mClient.removeSimpleResource(mClient.canonicalizedFilePath(NAME), false) || isRefused());
 }
 
-/// What stays is removed by a later run. The command removes a symbolic link, not what is behind it.
+/// A later run removes files that stay. The command removes a symbolic link, not what is behind it.
 void RecordFile::remove(const QStringList& names)
 {
     for (const QString& name : names) {
