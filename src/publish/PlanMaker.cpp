@@ -101,7 +101,10 @@ bool PlanMaker::readRecord(PublishSession& session, RecordDownload& record, Publ
         return fail(session, kind);
     }
     QString remark;
-    record.read(plan.others, remark);
+    if (!record.read(plan.others, remark)) {
+        mFault = remark;
+        return false;
+    }
     if (!remark.isEmpty()) {
         mReport.remarks << remark;
     }

@@ -93,13 +93,18 @@ RecordDownload::Result RecordDownload::fetchFile(FTPCurl& client, const QString&
     return ServerFolders::isMissing(client) ? Result::Missing : Result::Unknown;
 }
 
-void RecordDownload::read(SiteRecord& record, QString& remark)
+bool RecordDownload::read(SiteRecord& record, QString& remark)
 {
     const QString name = QString::fromLatin1(SiteRecord::FILE_NAME);
     int ignoredLines = 0;
     for (QTemporaryFile& local : mLocals) {
         int ignored = 0;
-        if (!record.read(local, ignored)) {
+        const bool isRecord = record.read(local, ignored);
+        if (local.error() != QFileDevice::NoError) {
+            remark = QStringLiteral("%1: the download cannot be read: %2").arg(name, local.errorString());
+            return false;
+        }
+        if (!isRecord) {
             remark = QStringLiteral("%1: ignored, not a record of this version").arg(name);
         }
         ignoredLines += ignored;
@@ -111,4 +116,5 @@ void RecordDownload::read(SiteRecord& record, QString& remark)
         remark = ignoredLines == 1 ? QStringLiteral("%1: 1 line ignored").arg(name)
                                    : QStringLiteral("%1: %2 lines ignored").arg(name).arg(ignoredLines);
     }
+    return true;
 }

@@ -18,8 +18,8 @@ public:
     bool fetch(FTPCurl& client);
     /// Takes the entries of what fetch() has brought; a site without a record, and a file that is none, have none. The
     /// latter is told in remark. Of several records under second names it is not known which one is the latest, so no
-    /// file counts as whole.
-    void read(SiteRecord& record, QString& remark);
+    /// file counts as whole. False when the disk fails; remark tells why, and what was read is not the record.
+    [[nodiscard]] bool read(SiteRecord& record, QString& remark);
     bool wasFound() const { return mResult == Result::Found; }
     const RecordPlace& place() const { return mPlace; }
 
