@@ -54,13 +54,15 @@ FTPFailure::Kind kindOfCode(int code)
 }
 
 /// Of a failure without a closer code: libcurl has one for a full disk only at the end of an upload, and 7.88.1 takes
-/// the refusal of an upload over FTPS for a reply to PASV.
+/// the refusal of an upload over FTPS for a reply to PASV. A server that refuses a file after its last byte is known by
+/// a partial one.
 FTPFailure::Kind kindOfReply(const QString& reply, int code)
 {
     if (reply.startsWith(QLatin1String("452")) || reply.startsWith(QLatin1String("552"))) {
         return FTPFailure::OfStorage;
     }
-    const bool isRefusal = code == CURLE_FTP_WEIRD_PASV_REPLY && reply.startsWith(QLatin1String("55"));
+    const bool isOfUpload = code == CURLE_FTP_WEIRD_PASV_REPLY || code == CURLE_PARTIAL_FILE;
+    const bool isRefusal = isOfUpload && reply.startsWith(QLatin1String("55"));
     return isRefusal ? FTPFailure::OfPath : kindOfCode(code);
 }
 

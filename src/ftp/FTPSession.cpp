@@ -253,12 +253,13 @@ CURLcode FTPSession::runOnce(VFSCurlData& data)
     sinceBegin.start();
     setTimeLimit(!mLoop->isQuick());
     mLoop->setLingers(isOverTls(mProtocol) && data.type == VFSCurlData::Upload);
+    mLoop->setKeepsReply(mProtocol == FTPSettings::FTP && data.type == VFSCurlData::Upload);
     CURLcode code = RequestOptions::set(mHandle, data);
     if (code == CURLE_OK) {
         if (mProtocol == FTPSettings::SFTP && !mLoop->isConnected()) {
             mSshLogin.offerAgent(mHandle, data.owner->interruption());
         }
-        code = mLoop->perform(mHandle, data.owner->interruption());
+        code = takeKeptReply(mLoop->perform(mHandle, data.owner->interruption()));
     }
     RequestOptions::clear(mHandle);
     if (awakening) {
@@ -279,6 +280,24 @@ CURLcode FTPSession::runOnce(VFSCurlData& data)
         mLoop->setAcknowledgesAtOnce(false); // logged in
     }
     return code;
+}
+
+/// A server that ends an upload by a limit of its own closes the data connection and says why. libcurl does
+/// not read that when the closed connection is what it meets first.
+/// Deliberate: the result is then libcurl's for an upload whose reply it has read.
+CURLcode FTPSession::takeKeptReply(CURLcode code)
+{
+    if (code != CURLE_SEND_ERROR && code != CURLE_RECV_ERROR) {
+        return code;
+    }
+    for (const QString& line : QString::fromStdString(mLoop->keptReply()).split(QStringLiteral("\r\n"))) {
+        takeReply(line);
+    }
+    const QString& reply = mReason.reply;
+    if (reply.startsWith(QLatin1String("552"))) {
+        return CURLE_REMOTE_DISK_FULL;
+    }
+    return reply.startsWith(QLatin1Char('5')) ? CURLE_PARTIAL_FILE : code;
 }
 
 /// After a pause longer than the time-out for a reply, libcurl takes a request that begins with POSTQUOTE for timed

@@ -96,6 +96,7 @@ private:
     CurlList wakeUp();
     CURLcode run(VFSCurlData& data);
     CURLcode runOnce(VFSCurlData& data);
+    CURLcode takeKeptReply(CURLcode code);
     void setUrl(const QUrl& url);
     void setTilde(const QString& path);
     void setTimeLimit(bool isLimited);

@@ -70,10 +70,10 @@ void PublishRun::reportFiles()
 
 void PublishRun::remarkOnServer()
 {
-    const auto retired
-        = std::count_if(mWorkers.begin(), mWorkers.end(), [](const auto& worker) { return worker->isRetired(); });
-    if (retired > 0) {
-        const int allowed = static_cast<int>(mWorkers.size()) - static_cast<int>(retired);
+    const auto refused
+        = std::count_if(mWorkers.begin(), mWorkers.end(), [](const auto& worker) { return worker->isTurnedAway(); });
+    if (refused > 0) {
+        const int allowed = static_cast<int>(mWorkers.size()) - static_cast<int>(refused);
         mReport.remarks << (allowed == 1 ? QStringLiteral("the server allowed only 1 session")
                                          : QStringLiteral("the server allowed only %1 sessions").arg(allowed));
     }

@@ -12,6 +12,14 @@ bool isOfSession(FTPFailure::Kind kind)
     return kind == FTPFailure::OfConnection || kind == FTPFailure::OfServer;
 }
 
+/// Whether the server has refused the login, or said that it closes the session.
+bool wasTurnedAway(const FTPCurl& client)
+{
+    const QString reply = client.serverReply();
+    return client.error() == ErrorableCode::of(CURLE_LOGIN_DENIED) || reply.startsWith(QLatin1String("421"))
+        || reply.startsWith(QLatin1String("530"));
+}
+
 } // namespace
 
 PublishWorker::PublishWorker(const Run& run, int number, std::future<std::unique_ptr<PublishSession>> session)
@@ -40,7 +48,9 @@ bool PublishWorker::openSession()
 {
     if (mComingSession.valid()) {
         mSession = mComingSession.get();
-        mIsRetired = !mSession->isConnected() && mRun.queue.retire();
+        if (!mSession->isConnected()) {
+            retire();
+        }
         return !mIsRetired;
     }
     mSession = std::make_unique<PublishSession>();
@@ -81,7 +91,7 @@ PublishWorker::Next PublishWorker::perform(const TransferQueue::Task& task)
 }
 
 /// Runs a step until it succeeds, or fails for a reason other than the connection, or too often. A server that does not
-/// let a session in although others are in has enough of them.
+/// let a session in although others are in has enough of them; a connection that breaks says nothing about that.
 FTPFailure::Kind PublishWorker::attempt(const Step& step, int failures)
 {
     while (true) {
@@ -90,7 +100,9 @@ FTPFailure::Kind PublishWorker::attempt(const Step& step, int failures)
         if (!isOfSession(kind)) {
             return kind;
         }
-        mIsRetired = !wasConnected && mRun.queue.retire();
+        if (!wasConnected && (kind == FTPFailure::OfServer || wasTurnedAway(mSession->client()))) {
+            retire();
+        }
         if (mIsRetired || mRun.queue.isStopped()) {
             return FTPFailure::Interrupted;
         }
@@ -101,6 +113,13 @@ FTPFailure::Kind PublishWorker::attempt(const Step& step, int failures)
     }
 }
 
+/// Unless it is the last session.
+void PublishWorker::retire()
+{
+    mIsRetired = mRun.queue.retire();
+    mIsTurnedAway = mIsRetired && wasTurnedAway(mSession->client());
+}
+
 /// Ends the run after a failure that concerns all files.
 void PublishWorker::noteFailure(FTPFailure::Kind kind)
 {
@@ -108,9 +127,15 @@ void PublishWorker::noteFailure(FTPFailure::Kind kind)
         mRun.queue.noteBroken();
     }
     const bool isHopeless = kind == FTPFailure::OfConnection && mRun.queue.isHopeless();
-    if (isHopeless || kind == FTPFailure::OfServer || kind == FTPFailure::OfStorage) {
+    if (isHopeless || kind == FTPFailure::OfServer || (kind == FTPFailure::OfStorage && isFull())) {
         mRun.queue.stop(mReason);
     }
+}
+
+/// Whether the server has no space for any file. A 552 may also come from a limit for the size of a single file.
+bool PublishWorker::isFull()
+{
+    return !mSession->client().serverReply().startsWith(QLatin1String("552")) || mRun.queue.noteRefusedSize();
 }
 
 FTPFailure::Kind PublishWorker::makeFolder(int folder)

@@ -37,6 +37,8 @@ public:
     /// After work().
     std::unique_ptr<PublishSession> takeSession() { return std::move(mSession); }
     bool isRetired() const { return mIsRetired; }
+    /// Whether it ended because the server did not let its session in, after work().
+    bool isTurnedAway() const { return mIsTurnedAway; }
     /// Files whose upload was begun and did not end well, after work().
     const QStringList& incomplete() const { return mIncomplete; }
     /// Whether the server has refused the modification time of a file, after work().
@@ -51,7 +53,9 @@ private:
     bool openSession();
     Next perform(const TransferQueue::Task& task);
     FTPFailure::Kind attempt(const Step& step, int failures = 0);
+    void retire();
     void noteFailure(FTPFailure::Kind kind);
+    bool isFull();
 
     FTPFailure::Kind makeFolder(int folder);
     FTPFailure::Kind sendFile(int file);
@@ -73,6 +77,7 @@ private:
     std::unique_ptr<PublishSession> mSession;
     QString mReason; ///< of the last failure
     bool mIsRetired = false;
+    bool mIsTurnedAway = false;
     bool mHasLostTimes = false;
     std::set<int> mAskedFolders; ///< that were found to exist, or created, after a failure in them
     QStringList mIncomplete;

@@ -125,7 +125,7 @@ std::optional<TransferQueue::Task> TransferQueue::next(int session)
     if (!mFoldersToCheck.empty()) {
         return pop(mFoldersToCheck, Task::CheckFolder);
     }
-    const int file = popFile(session % 2 == 0);
+    const int file = popFile(session % 2 == 0 && mRefusedSizesInRow == 0);
     if (file >= 0) {
         return Task { Task::SendFile, file };
     }
@@ -172,6 +172,7 @@ void TransferQueue::fileArrived(int file, qint64 size, const Digest& digest)
     planned.size = size;
     planned.digest = digest;
     mBrokenInRow = 0;
+    mRefusedSizesInRow = 0;
     if (isCheckedByListing(planned)) {
         planned.state = PlannedFile::Arrived;
         mFinishedBytes += planned.size;

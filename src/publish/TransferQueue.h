@@ -78,6 +78,9 @@ public:
     /// Whether the connection broke for so many files in a row that further ones are pointless.
     bool isHopeless() const { return mBrokenInRow >= MAX_BROKEN_IN_ROW; }
     void noteBroken() { ++mBrokenInRow; }
+    /// Notes that the server refused the size of a file; true if it did so for so many in a row that it must be full.
+    /// Until a file arrives, small files are next: they tell a full server from a limit for large files.
+    bool noteRefusedSize() { return ++mRefusedSizesInRow >= MAX_REFUSED_SIZES_IN_ROW; }
     /// Ends the run; sessions finish their tasks. The first reason stays; it is empty for an interruption.
     void stop(const QString& reason);
     bool isStopped() const { return mIsStopped; }
@@ -97,6 +100,7 @@ public:
 
 private:
     static constexpr int MAX_BROKEN_IN_ROW = 3;
+    static constexpr int MAX_REFUSED_SIZES_IN_ROW = 3;
     static constexpr qint64 LARGE_BYTES = qint64 { 256 } * 1024;
 
     struct FolderState
@@ -141,6 +145,7 @@ private:
     QString mStopReason;
     std::atomic<bool> mIsStopped { false };
     std::atomic<int> mBrokenInRow { 0 };
+    std::atomic<int> mRefusedSizesInRow { 0 };
     std::atomic<int> mFilesFinished { 0 };
     std::atomic<qint64> mFinishedBytes { 0 };
     std::array<std::atomic<qint64>, FolderPublisher::MAX_CONNECTIONS> mCurrent {};

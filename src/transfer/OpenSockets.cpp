@@ -76,6 +76,12 @@ void OpenSockets::acknowledge()
     std::for_each(mSockets.begin(), mSockets.end(), [](const Entry& e) { Sockets::acknowledge(e.socket); });
 }
 
+void OpenSockets::setReplyTime(std::chrono::milliseconds time)
+{
+    mReplyTime = time;
+    mKeptReply.clear();
+}
+
 curl_socket_t OpenSockets::open(void* self, curlsocktype /*purpose*/, curl_sockaddr* address)
 {
     const curl_socket_t opened = Sockets::open(*address);
@@ -97,6 +103,10 @@ int OpenSockets::close(void* self, curl_socket_t socket)
     const int result = sockets.remove(socket);
     if (remaining != CURL_SOCKET_BAD) {
         waitForAnswer(remaining, sockets.mAnswerTime);
+    }
+    if (remaining != CURL_SOCKET_BAD && sockets.mReplyTime.count() > 0) {
+        Sockets::waitForInput(remaining, remaining, static_cast<int>(sockets.mReplyTime.count()));
+        sockets.mKeptReply = Sockets::peekInput(remaining);
     }
     return result;
 }

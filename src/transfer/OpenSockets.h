@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <mutex>
+#include <string>
 #include <vector>
 
 /**
@@ -42,6 +43,10 @@ public:
     /// How long the end of one of two connections waits for its peer to read on. Zero, the default, closes at once,
     /// which resets a connection with unread bytes, so that the peer loses what it has not read.
     void setLingerTime(std::chrono::milliseconds time) { mLingerTime = time; }
+    /// How long the end of one of two connections waits for a reply on the other one, to keep a copy of it. Zero, the
+    /// default, keeps none. Forgets an earlier copy.
+    void setReplyTime(std::chrono::milliseconds time);
+    const std::string& keptReply() const { return mKeptReply; }
 
 private:
     static curl_socket_t open(void* self, curlsocktype purpose, curl_sockaddr* address);
@@ -60,6 +65,8 @@ private:
 
     std::chrono::microseconds mAnswerTime { 0 };
     std::chrono::milliseconds mLingerTime { 0 };
+    std::chrono::milliseconds mReplyTime { 0 };
+    std::string mKeptReply;
     std::mutex mMutex;
     std::vector<Entry> mSockets;
 };

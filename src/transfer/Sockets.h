@@ -2,6 +2,8 @@
 
 #include <curl/curl.h>
 
+#include <string>
+
 /// The calls for sockets in which systems differ.
 namespace Sockets {
 
@@ -31,6 +33,8 @@ struct Discarded
 };
 /// Reads a few thousand bytes at most of what has arrived. Does not wait.
 Discarded discardInput(curl_socket_t socket);
+/// Returns a few thousand bytes at most of what has arrived, which a later read gets again. Does not wait.
+std::string peekInput(curl_socket_t socket);
 /// How many written bytes the peer has not acknowledged yet, where the system tells; else 0.
 int unsentBytes(curl_socket_t socket);
 /// Acknowledges what has arrived, where the system can be told to, instead of waiting for something to send with it.

@@ -81,6 +81,13 @@ Sockets::Discarded Sockets::discardInput(curl_socket_t socket)
     return { count > 0 ? static_cast<int>(count) : 0, count <= 0 && !maySucceedLater };
 }
 
+std::string Sockets::peekInput(curl_socket_t socket)
+{
+    std::array<char, 4096> bytes {};
+    const ssize_t count = recv(socket, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_PEEK);
+    return { bytes.data(), static_cast<std::size_t>(count > 0 ? count : 0) };
+}
+
 int Sockets::unsentBytes(curl_socket_t socket)
 {
     int bytes = 0;

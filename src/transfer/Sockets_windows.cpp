@@ -63,6 +63,14 @@ Sockets::Discarded Sockets::discardInput(curl_socket_t socket)
     return { count > 0 ? count : 0, count <= 0 && !maySucceedLater };
 }
 
+/// libcurl has made the socket one that does not wait.
+std::string Sockets::peekInput(curl_socket_t socket)
+{
+    std::array<char, 4096> bytes {};
+    const int count = recv(socket, bytes.data(), static_cast<int>(bytes.size()), MSG_PEEK);
+    return { bytes.data(), static_cast<std::size_t>(count > 0 ? count : 0) };
+}
+
 int Sockets::unsentBytes(curl_socket_t /*socket*/)
 {
     return 0;

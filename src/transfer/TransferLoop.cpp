@@ -18,6 +18,7 @@ constexpr int FIRST_WAIT_AFTER_READING_AHEAD_MS = 1;
 constexpr int MAX_DOUBLINGS = 6;
 constexpr std::chrono::milliseconds PAUSE_WITHOUT_SOCKET(1);
 constexpr std::chrono::milliseconds LINGER_TIME(60000);
+constexpr std::chrono::milliseconds REPLY_TIME(200); ///< a server that ends a connection says why at once
 constexpr long RECEIVE_BUFFER_BYTES = 512L * 1024;
 
 // An interrupted transfer does not wait for a name server that is silent. By number, as a program built with an older
@@ -116,6 +117,7 @@ CURLMcode TransferLoop::runToEnd(CURL* easy, const Interruption* interruption)
     // libcurl closes the data connection of an upload and then sleeps until the server confirms the end of the file.
     mSockets.setAnswerTime(mReadsAhead ? std::chrono::milliseconds(0) : spinTime);
     mSockets.setLingerTime(lingerTime());
+    mSockets.setReplyTime(mKeepsReply ? REPLY_TIME : std::chrono::milliseconds(0));
     int idleTurns = 0;
     Turn turn = Turn::Socket;
     while (true) {

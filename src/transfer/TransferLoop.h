@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <memory>
+#include <string>
 
 /**
  * Runs transfers of easy handles to their end, like curl_easy_perform, with two differences: it never sleeps while
@@ -55,6 +56,13 @@ public:
     /// of life.
     void setLingers(bool isOn) { mLingers = isOn; }
 
+    /// Whether the next transfers upload over a data connection beside a control connection without TLS, and a copy is
+    /// kept of what the server says on it when the data connection ends. libcurl drops that reply when the upload
+    /// breaks.
+    void setKeepsReply(bool isOn) { mKeepsReply = isOn; }
+    /// Of the last transfer.
+    const std::string& keptReply() const { return mSockets.keptReply(); }
+
     /// For a handle whose transfers may accept connections.
     static void keepAcceptedFromChildren(CURL* easy) { OpenSockets::keepAcceptedFromChildren(easy); }
 
@@ -87,5 +95,6 @@ private:
     bool mAcknowledgesAtOnce = false;
     bool mReadsAhead = true;
     bool mLingers = false;
+    bool mKeepsReply = false;
     bool mIsQuick = true;
 };

@@ -60,7 +60,9 @@ private Q_SLOTS:
         row("the server closes the session", "STOR site/2", "421 idle", true, "4 0 0");
         row("one file is refused", "STOR site/2", "553 no", false, "3 1 0");
         row("nothing is stored", "SIZE site/2", "213 0", false, "3 1 0");
-        row("the disk is full", "after STOR", "552 quota exceeded", false, "0 1 3", "552 quota exceeded");
+        row("one file is refused at its end", "after STOR", "550 no", true, "4 0 0");
+        row("one file is too large", "after STOR", "552 too large", true, "3 1 0");
+        row("the disk is full", "after STOR", "552 quota exceeded", false, "0 3 1", "552 quota exceeded");
         row("the disk becomes full", "STOR site/2", "452 no space", false, "1 1 2", "452 no space");
         row("the login is refused", "PASS", "530 no", false, "0 0 4", "530 no");
         row("each data connection breaks", "PASV", FtpPlay::DROP, false, "0 0 4", "*");
@@ -199,6 +201,14 @@ private Q_SLOTS:
         QVERIFY2(report.isSuccess(), qPrintable(report.stopReason));
         QCOMPARE(report.sent.size(), 100);
         QCOMPARE(report.remarks, QStringList("the server allowed only 2 sessions"));
+
+        // One file is over the limit for sizes of files.
+        QVERIFY(FileUtils::writeFileContent(mHere.filePath("site/large"), QByteArray(30 << 20, 'x')));
+        const PublishReport second = publish(FtpTarget(FTPSettings::FTP, servers.limitedFtp().port, "site"), 2, true);
+        QVERIFY2(second.stopReason.isEmpty(), qPrintable(second.stopReason));
+        QCOMPARE(second.failed.size(), 1);
+        QVERIFY2(second.failed.first().reason.contains("552"), qPrintable(second.failed.first().reason));
+        QCOMPARE(second.remarks, QStringList());
     }
 };
 

@@ -42,7 +42,7 @@ public:
     /// Over explicit and implicit TLS, where data connections must resume the TLS session of the control connection.
     Store strictFtp() const { return store("ftp", "STRICT_FTP_PORT"); }
     Store strictFtps() const { return store("ftp", "STRICT_FTPS_PORT"); }
-    /// Over FTP, for two sessions at a time.
+    /// Over FTP, for two sessions at a time and files of up to a mebibyte.
     Store limitedFtp() const { return store("ftp", "LIMITED_FTP_PORT"); }
     /// Over SFTP.
     Store proftpdSftp() const { return store("ftp", "PSFTP_PORT", "FTP_ROOT"); }
