@@ -96,7 +96,8 @@ curl_socket_t OpenSockets::open(void* self, curlsocktype /*purpose*/, curl_socka
 int OpenSockets::close(void* self, curl_socket_t socket)
 {
     OpenSockets& sockets = *static_cast<OpenSockets*>(self);
-    const curl_socket_t remaining = sockets.onlyOther(socket);
+    // Nothing was sent over a listening socket.
+    const curl_socket_t remaining = Sockets::isListening(socket) ? CURL_SOCKET_BAD : sockets.onlyOther(socket);
     if (remaining != CURL_SOCKET_BAD && sockets.mLingerTime.count() > 0) {
         sockets.linger(socket, remaining);
     }

@@ -21,6 +21,8 @@ void shutDownReads(curl_socket_t socket);
 void shutDownWrites(curl_socket_t socket);
 /// Whether a peer has accepted the connection.
 bool isConnected(curl_socket_t socket);
+/// Whether the socket waits for a peer to connect to it, as in active mode.
+bool isListening(curl_socket_t socket);
 /// Whether a read would not wait. Does not wait itself.
 bool hasInput(curl_socket_t socket);
 /// Waits until one of two sockets can be read, or for the time.

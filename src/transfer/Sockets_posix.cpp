@@ -61,6 +61,13 @@ bool Sockets::isConnected(curl_socket_t socket)
     return getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &size) == 0;
 }
 
+bool Sockets::isListening(curl_socket_t socket)
+{
+    int value = 0;
+    socklen_t size = sizeof value;
+    return getsockopt(socket, SOL_SOCKET, SO_ACCEPTCONN, &value, &size) == 0 && value != 0;
+}
+
 bool Sockets::hasInput(curl_socket_t socket)
 {
     pollfd entry { socket, POLLIN, 0 };

@@ -42,6 +42,13 @@ bool Sockets::isConnected(curl_socket_t socket)
     return getpeername(socket, reinterpret_cast<sockaddr*>(&peer), &size) == 0;
 }
 
+bool Sockets::isListening(curl_socket_t socket)
+{
+    BOOL value = FALSE;
+    int size = sizeof value;
+    return getsockopt(socket, SOL_SOCKET, SO_ACCEPTCONN, reinterpret_cast<char*>(&value), &size) == 0 && value != FALSE;
+}
+
 bool Sockets::hasInput(curl_socket_t socket)
 {
     WSAPOLLFD entry { socket, POLLIN, 0 };
