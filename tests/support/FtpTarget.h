@@ -3,7 +3,7 @@
 #include <tavrel/FTPSettings.h>
 
 /// Settings for a server on loopback. The password needs escaping in URLs and commands.
-struct FtpTarget : FTPSettings
+struct FtpTarget final : FTPSettings
 {
     FtpTarget(int protocol, int port, const QString& folder = QString())
     {
